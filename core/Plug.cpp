@@ -1,0 +1,789 @@
+#include "core/Plug.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include "core/ParameterNameTable.h"
+
+std::atomic<bool> Plug::audioHasRunFlag{false};
+std::atomic<int32_t> Plug::liveInstances{0};
+
+namespace {
+
+constexpr int32_t kEffectBands = 32;
+constexpr float kDefaultRate = 44100.0f;
+constexpr float kStandardMinFrequency = 10.0f;
+constexpr float kStandardMaxFrequency = 22000.0f;
+constexpr float kExtendedMinFrequency = 5.0f;
+constexpr double kGainRampStep = 0.01;        // fraction of the distance per sample
+constexpr double kGainSnapDistance = 0.000001;  // below this the ramp snaps to its target
+constexpr double kSilentLevel = 0.000001;       // a channel level below this shows "-"
+
+// Meter ballistics: each follower covers 1-base of the distance in `time`.
+struct Ballistics {
+    double attackBase, attackTime, releaseBase, releaseTime;
+};
+constexpr Ballistics kBallistics[4] = {
+    {0.0, 0.0, 0.1, 0.3},       // Digital: instant attack
+    {0.2, 0.005, 0.1, 1.7},     // PPM
+    {0.01, 0.3, 0.01, 0.3},     // VU
+    {0.2, 0.01, 0.0631, 2.8},   // BBC
+};
+
+double coefficientFor(double base, double time, double rate) {
+    return 1.0 - std::pow(base, 1.0 / (rate * time));
+}
+
+float extendedMaxFrequency(float rate) {
+    return (rate - 100.0f) / 2.0f;
+}
+
+double* newZeroed(int32_t n) noexcept {
+    if (n <= 0) return nullptr;
+    double* p = new (std::nothrow) double[size_t(n)];
+    if (p) std::fill_n(p, n, 0.0);
+    return p;
+}
+
+void freeAll(double** buffers, int32_t count) noexcept {
+    for (int32_t c = 0; c < count; ++c) {
+        delete[] buffers[c];
+        buffers[c] = nullptr;
+    }
+}
+
+constexpr const char* kNoteNames[12] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
+
+double roundHalfUp(double y) {
+    return std::floor(y + 0.5);
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// Construction and teardown
+
+Plug::Plug(EffectHostCallback host)
+    : PlugBaseJSON(host), bank(kEffectBands, kDefaultRate, 2), settings(&DefaultSettings::instance()) {
+    sampleRate = kDefaultRate;
+    blockSize = kMaxBlock;
+    assignParameterGroups();
+    msMask = 0xF;
+    channelSlots = standardChannelLayout(2);
+    setChannelLayout(channelSlots);
+
+    {
+        std::lock_guard<std::recursive_mutex> hold(engineLock);  // no update on a half-built object
+        pitchFactor = 1.0;
+        minFrequency = kStandardMinFrequency;
+        maxFrequency = kStandardMaxFrequency;
+        autoListenBand = -1;
+        clipThreshold = kClipThreshold0dB;
+        allocateBuffers(kMaxBlock, getChannelCount());
+        setABParameterIndex(kABBank);
+        registerInstance();
+        createEditor();
+        reloadGlobalSettings();
+        reloadUISettings();
+        loadDefaultBank();
+    }
+    resume();
+    refreshPending = false;
+    liveInstances.fetch_add(1);
+    joinSharedTimer();
+    startWorker();
+}
+
+Plug::~Plug() {
+    stopWorker();
+    leaveSharedTimer();
+    unregisterInstance();
+    if (liveInstances.fetch_sub(1) == 1) audioHasRunFlag = false;
+    allocateBuffers(0, 0);
+}
+
+void Plug::assignParameterGroups() {
+    const ParameterNameTable& names = ParameterNameTable::instance();
+    parameterGroupNames.clear();
+    for (int32_t i = 0; i < kNumParams && size_t(i) < names.size(); ++i) {
+        const char* name = names.nameAt(size_t(i)).c_str();
+        int32_t group = 0;
+        std::string label;
+        if (std::strncmp(name, "kChannel", 8) == 0 && std::isdigit(uint8_t(name[8]))) {
+            group = name[8] - '0';
+            label = std::string("Channel ") + name[8];
+        } else if (std::strncmp(name, "kBand", 5) == 0 && std::isdigit(uint8_t(name[5]))) {
+            const int32_t number = std::atoi(name + 5);
+            group = number + kNumChannels;
+            label = "Band " + std::to_string(number);
+        }
+        table[i].group = group;
+        if (group != 0 && group != int32_t(parameterGroupNames.size())) parameterGroupNames.push_back(label);
+    }
+}
+
+const char* Plug::getParameterGroupName(int32_t k) const {
+    return (k >= 0 && k < getParameterGroupCount()) ? parameterGroupNames[size_t(k)].c_str() : "";
+}
+
+// ---------------------------------------------------------------------------
+// Host interface
+
+void Plug::resume() {
+    std::lock_guard<std::mutex> hold(resumeMutex);
+    stopWorker();
+    wantEvents();
+    reloadGlobalSettings();
+    updateFrequencyLimits();
+
+    rebuilding = true;
+    {
+        std::lock_guard<std::recursive_mutex> engine(engineLock);
+        bank.setChannels(getChannelCount());
+    }
+    rebuilding = false;
+
+    autoListenBand = -1;  // AutoListen is never armed across a resume
+    bank.setSampleRate(sampleRate);
+    computeMeterCoefficients();
+    clearAudioState();
+    updateProcessLevel();
+    wantEvents();
+    refreshEngine(true);
+    for (int32_t c = 0; c < kMaxChannels; ++c) channelGainNow[c] = channelGainTarget[c];
+    updateLatency();
+    startWorker();
+}
+
+void Plug::clearAudioState() {
+    std::fill(std::begin(codedLevels), std::end(codedLevels), 0.0);
+    std::fill(std::begin(plainLevels), std::end(plainLevels), 0.0);
+    ringPosition = 0;
+    for (int32_t c = 0; c < kMaxChannels; ++c) {
+        if (preRing[c]) std::fill_n(preRing[c], kRingLength, 0.0);
+        if (postRing[c]) std::fill_n(postRing[c], kRingLength, 0.0);
+        if (dryDelay[c]) std::fill_n(dryDelay[c], delayLength, 0.0);
+    }
+    delayPosition = 0;
+}
+
+void Plug::setSampleRate(float rate) {
+    if (!(rate > 0.0f) || !std::isfinite(rate)) return;  // a host's nonsense rate changes nothing
+    const float oldMax = maxFrequency;
+    sampleRate = rate;
+    sampleRateGiven = true;
+    refreshEngine(false);
+    updateFrequencyLimits();
+    const float oldMin = extendedFrequencies ? kExtendedMinFrequency : kStandardMinFrequency;
+    float boundMax = oldMax;
+    if (pendingMaxFrequency != -1.0f) {
+        boundMax = pendingMaxFrequency;
+        pendingMaxFrequency = -1.0f;
+    }
+    remapBandFrequencies(minFrequency, maxFrequency, oldMin, boundMax, -1, true, false);
+}
+
+bool Plug::isLocked(int32_t index) const {
+    if (index < 0 || index >= kNumParams) return false;
+    return (lockMask[curProgram][index / 32] >> (index % 32)) & 1u;
+}
+
+void Plug::setParameterLocked(int32_t program, int32_t index, bool locked) {
+    if (program < 0 || program >= kNumPrograms || !isParamIndex(index)) return;
+    const uint32_t bit = 1u << (index % 32);
+    if (locked)
+        lockMask[program][index / 32] |= bit;
+    else
+        lockMask[program][index / 32] &= ~bit;
+}
+
+void Plug::setParameter(int32_t index, float norm) {
+    if (isLocked(index)) return;
+    PlugBase::setParameter(index, norm);
+    // The shown decibels and hertz of every band follow the scale and shift.
+    if (index == kScale || index == kFShift) {
+        const int32_t field = index == kScale ? kFieldGain : kFieldFrequency;
+        for (int32_t b = 0; b < kNumBands; ++b) {
+            const int32_t i = bandParam(b, field);
+            notifyEditor(i, table[i].norm);
+        }
+    }
+}
+
+void Plug::setParameterAutomated(int32_t index, float norm) {
+    if (index >= kNumParams || index < 0) {
+        setParameter(index, norm);
+        return;
+    }
+    if (!editing[index]) beginEdit(index);
+    setParameter(index, norm);
+    callHost(audioMasterAutomate, index, 0, nullptr, norm);
+}
+
+void Plug::beginEdit(int32_t index) {
+    if (index < 0 || index >= kNumParams || editing[index]) return;
+    editing[index] = true;
+    if (gesturesToHost) callHost(audioMasterBeginEdit, index);
+}
+
+void Plug::endEdit(int32_t index) {
+    const bool wasEditing = index >= 0 && index < kNumParams && editing[index];
+    if (wasEditing) editing[index] = false;
+    refreshEngine(true);  // the end of a gesture is never left waiting
+    if (wasEditing && gesturesToHost) callHost(audioMasterEndEdit, index);
+}
+
+bool Plug::setBypass(bool on) {
+    setParameter(kBypass, on ? 1.0f : 0.0f);
+    return true;
+}
+
+void Plug::getParameterLabel(int32_t index, char* label) {
+    if (!label) return;
+    if (index == kIRLength || index == kDPlusLen)
+        std::snprintf(label, kParamTextSize, "samples");
+    else if (isChannelLevel(index))
+        std::snprintf(label, kParamTextSize, "dB");
+}
+
+void Plug::updateProcessLevel() noexcept {
+    const bool nowOffline = getCurrentProcessLevel() == kProcessLevelOffline;
+    if (nowOffline != offline) {
+        offline = nowOffline;
+        onProcessLevelChanged();
+    }
+}
+
+void Plug::onProcessLevelChanged() {
+    refreshEngine(true);
+    updateLatency();
+}
+
+void Plug::idle() {
+    updateLatency();
+    if (refreshPending) refreshEngine(false);
+}
+
+// ---------------------------------------------------------------------------
+// Settings
+
+void Plug::setSettingsSource(const SettingsAccess* source) {
+    settings = source ? source : &DefaultSettings::instance();
+    reloadGlobalSettings();
+    reloadUISettings();
+}
+
+void Plug::reloadGlobalSettings() {
+    clipThreshold = settings->globalValue("Clip threshold") == 0 ? kClipThreshold0dB : kClipThresholdMinus01dB;
+    const bool mute = settings->globalValue("Solo Mode") == 1;
+    soloMute = mute;
+    soloSelect = !mute;
+    gesturesToHost = settings->globalValue("VST Gestures") != 0;
+}
+
+void Plug::reloadUISettings() {
+    simpleNumbers = settings->uiValue("Misc", "Number format") == 1;
+    showTrueQ = settings->uiValue("Misc", "Show True Q") != 0;
+    ballisticType = settings->uiValue("Meters", "Ballistic Type");
+    computeMeterCoefficients();
+    const bool extended = settings->uiValue("Misc", "Extended Frequencies") != 0;
+    if (extended != extendedFrequencies) {
+        extendedFrequencies = extended;
+        const float ext = extendedMaxFrequency(sampleRate);
+        if (extended)
+            remapBandFrequencies(kExtendedMinFrequency, ext, kStandardMinFrequency, kStandardMaxFrequency, -1,
+                                 true, true);
+        else
+            remapBandFrequencies(kStandardMinFrequency, kStandardMaxFrequency, kExtendedMinFrequency, ext, -1,
+                                 true, true);
+    }
+}
+
+void Plug::computeMeterCoefficients() {
+    const Ballistics& b = kBallistics[((ballisticType % 4) + 4) % 4];
+    const double rate = sampleRate;
+    attackCoefficient = b.attackTime > 0.0 ? coefficientFor(b.attackBase, b.attackTime, rate) : 1.0;
+    releaseCoefficient = coefficientFor(b.releaseBase, b.releaseTime, rate);
+}
+
+// ---------------------------------------------------------------------------
+// Frequency limits
+
+void Plug::updateFrequencyLimits() {
+    minFrequency = extendedFrequencies ? kExtendedMinFrequency : kStandardMinFrequency;
+    maxFrequency = extendedFrequencies ? extendedMaxFrequency(sampleRate) : kStandardMaxFrequency;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        ParamRow& row = table[bandParam(b, kFieldFrequency)];
+        row.min = minFrequency;
+        row.max = maxFrequency;
+        row.norm = float(curveToNorm(row, row.value));
+    }
+}
+
+void Plug::remapBandFrequencies(float newMin, float newMax, float oldMin, float oldMax, int32_t slot, bool all,
+                                bool notify) {
+    const double oldSpan = std::log(double(oldMax) / oldMin);
+    const double newSpan = std::log(double(newMax) / newMin);
+    auto remap = [&](ProgramRecord& record) {
+        for (int32_t b = 0; b < kNumBands; ++b) {
+            float& stored = record.values[bandParam(b, kFieldFrequency)];
+            const double n = std::clamp(double(stored), 0.0, 1.0);
+            double f = oldMin * std::exp(n * oldSpan);
+            f = std::clamp(f, double(oldMin), double(oldMax));
+            f = std::clamp(f, double(newMin), double(newMax));
+            stored = float(std::clamp(std::log(f / newMin) / newSpan, 0.0, 1.0));
+        }
+    };
+    for (int32_t p = 0; p < kNumPrograms; ++p)
+        if (slot == -1 || slot == p) remap(programs[p]);
+    if (all)
+        for (ProgramRecord& s : abSlots) remap(s);
+    if (!notify) return;
+    updateFrequencyLimits();
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        const int32_t i = bandParam(b, kFieldFrequency);
+        beginEdit(i);
+        setParameterAutomated(i, table[i].norm);
+        endEdit(i);
+    }
+}
+
+void Plug::reapplyFrequencyLimits() {
+    const float ext = extendedMaxFrequency(sampleRate);
+    if (extendedFrequencies)
+        remapBandFrequencies(kExtendedMinFrequency, ext, kStandardMinFrequency, kStandardMaxFrequency, -1, true, true);
+    else
+        remapBandFrequencies(kStandardMinFrequency, kStandardMaxFrequency, kExtendedMinFrequency, ext, -1, true, true);
+}
+
+// ---------------------------------------------------------------------------
+// Value mapping and formatting
+
+double Plug::normToDisplay(int32_t index, double norm) {
+    if (!isParamIndex(index)) return 0.0;
+    double x = curveToReal(table[index], norm);
+    if (isBandGain(index)) x *= table[kScale].value;
+    if (isBandFrequency(index)) x *= table[kFShift].value * 0.01 * pitchFactor;
+    return x;
+}
+
+double Plug::displayToNorm(int32_t index, double x) {
+    if (!isParamIndex(index)) return 0.0;
+    const ParamRow& row = table[index];
+    if (isBandGain(index)) {
+        const double scale = table[kScale].value;
+        if (scale == 0.0) return curveToNorm(row, 0.0);
+        x /= scale;
+    }
+    if (isBandFrequency(index)) x /= table[kFShift].value * 0.01 * pitchFactor;
+    return curveToNorm(row, x);
+}
+
+void Plug::formatParameter(int32_t index, float norm, char* text, bool musical) {
+    if (!text) return;
+    if (!isParamIndex(index)) {
+        text[0] = 0;
+        return;
+    }
+    const ParamRow& row = table[index];
+    const int32_t v = int32_t(curveToReal(row, norm));
+    if (index == kIRLength) {
+        std::snprintf(text, kParamTextSize, "%d", 1024 << v);
+        return;
+    }
+    if (index == kDPlusLen) {
+        if (v == 0)
+            std::snprintf(text, kParamTextSize, "Off");
+        else
+            std::snprintf(text, kParamTextSize, "%d", 8 << v);
+        return;
+    }
+    if (index == kIRPad) {
+        std::snprintf(text, kParamTextSize, "%d", 1 << v);
+        return;
+    }
+    if (isChannelLevel(index)) {
+        const double level = curveToReal(row, norm);
+        if (level < kSilentLevel)
+            std::snprintf(text, kParamTextSize, "-");
+        else
+            std::snprintf(text, kParamTextSize, "%.1f", 20.0 * std::log10(level));
+        return;
+    }
+    if (row.curve == kCurveInt || row.curve == kCurveSixes || row.curve == kCurveBool) {
+        baseFormat(index, norm, text);
+        return;
+    }
+
+    double x = normToDisplay(index, norm);
+    const bool hz = std::strcmp(row.unit, "Hz") == 0;
+    if (musical && hz && x > 0.0) {
+        const double octaves = std::log2(x / 440.0);
+        const double o = roundHalfUp(octaves);
+        const double s = (octaves - o) * 12.0;
+        const double t = roundHalfUp(s);
+        const int32_t cents = int32_t(roundHalfUp((s - t) * 100.0));
+        const int32_t note = ((int32_t(t) + 21) % 12 + 12) % 12;
+        const int32_t octave = int32_t(o) + (t < 3.0 ? 4 : 5);
+        std::snprintf(text, kParamTextSize, "%s%d%+02d", kNoteNames[note], octave, cents);
+        return;
+    }
+    if (bandFieldOf(index) == kFieldQ && showTrueQ) {
+        const double q = bank.trueQ(bandIndexOf(index));
+        if (q >= 0.0) x = q;
+    }
+
+    const bool gain = isBandGain(index);
+    const bool frequency = isBandFrequency(index) || hz;
+    if (gain) {
+        std::snprintf(text, kParamTextSize, simpleNumbers ? "%.1f %s" : "%.2f %s", x, row.unit);
+    } else if (frequency) {
+        if (simpleNumbers) {
+            if (std::fabs(x) > 1000.0)
+                std::snprintf(text, kParamTextSize, "%.1f kHz", x * 0.001);
+            else
+                std::snprintf(text, kParamTextSize, "%.0f Hz", x);
+        } else {
+            std::snprintf(text, kParamTextSize, std::fabs(x) <= 1000.0 ? "%.1f Hz" : "%.0f Hz", x);
+        }
+    } else if (std::strcmp(row.unit, "dB") == 0) {
+        std::snprintf(text, kParamTextSize, simpleNumbers ? "%.1f dB" : "%.2f dB", x);
+    } else if (std::strcmp(row.unit, "%") == 0) {
+        std::snprintf(text, kParamTextSize, "%.0f %%", x);
+    } else {
+        std::snprintf(text, kParamTextSize, std::fabs(x) < 999.995 ? "%.2f %s" : "%.0f %s", x, row.unit);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Engine
+
+int32_t Plug::msMaskFromState() const {
+    const int32_t v = int32_t(table[kMsState].value) & 0xF;
+    // The parameter keeps pair 0 in bit 3, pair 3 in bit 0.
+    return ((v >> 3) & 1) | (((v >> 2) & 1) << 1) | (((v >> 1) & 1) << 2) | ((v & 1) << 3);
+}
+
+void Plug::refreshEngine(bool force) {
+    if (!engineLock.try_lock()) {
+        refreshPending = true;
+        return;
+    }
+    std::lock_guard<std::recursive_mutex> held(engineLock, std::adopt_lock);
+    if (rebuilding) {
+        refreshPending = true;
+        return;
+    }
+    (void)force;  // every update is a full one until the rate limit exists
+    const int32_t c = std::min(getChannelCount(), int32_t(kMaxChannels));
+    listenMask = 0;
+
+    // Channel gains: master gain, level and polarity, then solo and mute.
+    int32_t phaseMask = 0, muteMask = 0, solo = 0;
+    for (int32_t i = 0; i < c; ++i) {
+        if (table[channelParam(i, kFieldChannelPhase)].value != 0.0f) phaseMask |= 1 << i;
+        if (table[channelParam(i, kFieldMute)].value != 0.0f) muteMask |= 1 << i;
+        if (table[channelParam(i, kFieldSolo)].value != 0.0f) solo |= 1 << i;
+    }
+    const double master = std::pow(10.0, table[kGain].value / 20.0);
+    for (int32_t i = 0; i < c; ++i) {
+        const double sign = (phaseMask >> i) & 1 ? -1.0 : 1.0;
+        double target = sign * master * table[channelParam(i, kFieldLevel)].value;
+        if (soloMute && ((solo != 0 && !((solo >> i) & 1)) || (listenMask != 0 && !((listenMask >> i) & 1))))
+            target = 0.0;
+        if ((muteMask >> i) & 1) target = 0.0;
+        channelGainTarget[i] = target;
+    }
+    soloMask = solo;
+    msMask = msMaskFromState();
+
+    // The engine mode from the DSP rows.
+    int32_t mode = kModeIIR;
+    if (table[kMode].value == 0.0f) {
+        if (table[kDPlusLen].value != 0.0f) mode = table[kDPlusPhase].value == 0.0f ? kModeDPlus : kModeDPlusPhase;
+    } else {
+        switch (int32_t(table[kIRPhase].value)) {
+            case 0: mode = kModeLinear; break;
+            case 1: mode = kModeFullMinimum; break;
+            case 2: mode = kModeZeroLatency; break;
+            case 3: mode = kModeAnalogue; break;
+            default: mode = kModeFree; break;
+        }
+        // Applied on this thread until the worker thread carries FIR design.
+        bank.setIRLength(1024 << int32_t(table[kIRLength].value));
+    }
+    bank.setBankMode(mode);
+    refreshPending = false;
+}
+
+void Plug::updateLatency() {
+    const int32_t latency = bank.getLatency();
+    if (latency != cEffect.initialDelay) {
+        setInitialDelay(latency);
+        ioChanged();
+    }
+}
+
+void Plug::setChannelLayout(const std::vector<ChannelSlot>& slots) {
+    channelSlots = slots;
+    for (int32_t s = 0; s < int32_t(channelSlots.size()); ++s) {
+        const char* label = channelSlots[size_t(s)].label;
+        if (!label) continue;
+        if (std::strcmp(label, "Left") == 0) leftIndex = s;
+        else if (std::strcmp(label, "Right") == 0) rightIndex = s;
+        else if (std::strcmp(label, "LFE") == 0) lfeIndex = s;
+        else if (std::strcmp(label, "Center") == 0 || std::strcmp(label, "Mono") == 0) centerIndex = s;
+    }
+}
+
+const char* Plug::channelLabel(int32_t slot) const {
+    if (slot < 0 || slot >= int32_t(channelSlots.size())) return "";
+    const ChannelSlot& s = channelSlots[size_t(slot)];
+    return ((msMask >> (slot / 2)) & 1) && slot / 2 * 2 + 1 < int32_t(channelSlots.size()) ? s.msLabel : s.label;
+}
+
+void Plug::allocateBuffers(int32_t maxBlock, int32_t channels) noexcept {
+    const int32_t latency = cEffect.initialDelay;
+    if (workLength >= maxBlock && maxBlock != 0 && channels == allocatedChannels && delayLength == latency) return;
+    channels = std::clamp(channels, 0, int32_t(kMaxChannels));
+
+    if (delayLength != latency || channels != allocatedChannels) {
+        freeAll(dryDelay, kMaxChannels);
+        if (latency > 0)
+            for (int32_t c = 0; c < channels; ++c) dryDelay[c] = newZeroed(latency);
+        delayLength = latency;
+        delayPosition = 0;
+    }
+    freeAll(workBuffer, kMaxChannels);
+    for (int32_t c = 0; c < channels; ++c) workBuffer[c] = newZeroed(maxBlock);
+    freeAll(preRing, kMaxChannels);
+    freeAll(postRing, kMaxChannels);
+    for (int32_t c = 0; c < channels; ++c) {
+        preRing[c] = newZeroed(kRingLength);
+        postRing[c] = newZeroed(kRingLength);
+    }
+    ringPosition = 0;
+    allocatedChannels = channels;
+    workLength = maxBlock;
+    for (int32_t c = 0; c < channels; ++c)
+        if (!workBuffer[c] || !preRing[c] || !postRing[c] || (latency > 0 && !dryDelay[c])) workLength = 0;
+    ringsReplaced.store(1);
+}
+
+// ---------------------------------------------------------------------------
+// The processing loop. Audio thread: no allocation beyond allocateBuffers,
+// no locks.
+
+void Plug::processFloat(float** inputs, float** outputs, int32_t n) noexcept {
+    processBlock(inputs, outputs, n);
+}
+
+void Plug::processDouble(double** inputs, double** outputs, int32_t n) noexcept {
+    processBlock(inputs, outputs, n);
+}
+
+int32_t Plug::hostIndexOf(int32_t slot, int32_t channels) const noexcept {
+    if (slot < int32_t(channelSlots.size())) {
+        const int32_t h = channelSlots[size_t(slot)].hostIndex;
+        if (h >= 0 && h < channels) return h;
+    }
+    return slot;
+}
+
+template <typename T>
+void Plug::processBlock(T** inputs, T** outputs, int32_t n) noexcept {
+    audioHasRunFlag.store(true, std::memory_order_relaxed);
+    const int32_t channels = cEffect.numInputs;
+    if (channels != cEffect.numOutputs || channels < 1 || channels > kMaxChannels || n <= 0) return;
+    if (!inputs || !outputs) return;
+    for (int32_t c = 0; c < channels; ++c)
+        if (!inputs[c] || !outputs[c]) return;
+
+    allocateBuffers(kMaxBlock, channels);
+    if (workLength < kMaxBlock) return;  // the buffers could not be had
+    const int32_t latency = delayLength;
+    if (latency > 0) delayPosition %= latency;
+
+    for (int32_t offset = 0; offset < n; offset += kMaxBlock) {
+        const int32_t m = std::min(kMaxBlock, n - offset);
+        for (int32_t c = 0; c < channels; ++c) {
+            const T* src = inputs[hostIndexOf(c, channels)] + offset;
+            double* w = workBuffer[c];
+            for (int32_t s = 0; s < m; ++s) w[s] = double(src[s]);
+        }
+        processChunk(m, channels, latency);
+        for (int32_t c = 0; c < channels; ++c) {
+            T* dst = outputs[hostIndexOf(c, channels)] + offset;
+            const double* w = workBuffer[c];
+            for (int32_t s = 0; s < m; ++s) dst[s] = T(w[s]);
+        }
+    }
+}
+
+void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
+    if (meterPreBank) runFollowers(plainLevels, m, channels);
+    encodeMidSide(m, channels);
+    if (meterPreBank) runFollowers(codedLevels, m, channels);
+    if (preTapWanted.load(std::memory_order_relaxed)) writeRing(preRing, m, channels);
+
+    if (table[kBypass].value == 0.0f) {
+        if (latency > 0) {
+            int32_t pos = delayPosition;
+            for (int32_t s = 0; s < m; ++s) {
+                for (int32_t c = 0; c < channels; ++c) dryDelay[c][pos] = workBuffer[c][s];
+                if (++pos == latency) pos = 0;
+            }
+            delayPosition = pos;
+        }
+        bank.processBank(workBuffer, m, channels);
+        applyChannelGain(m, channels);
+    } else if (latency > 0) {
+        bypassWithDelay(m, channels, latency);
+    }
+
+    if (!meterPreBank) runFollowers(codedLevels, m, channels);
+    writeRing(postRing, m, channels);
+    ringPosition = (ringPosition + m) % kRingLength;
+
+    const int32_t solo = listenMask != 0 ? listenMask : soloMask;
+    if (soloSelect && solo != 0)
+        soloMonitor(solo, m, channels);
+    else
+        decodeMidSide(m, channels);
+
+    if (!meterPreBank) runFollowers(plainLevels, m, channels);
+    guardFollowers();
+    detectClip(m, channels);
+}
+
+void Plug::encodeMidSide(int32_t m, int32_t channels) noexcept {
+    for (int32_t p = 0; 2 * p + 1 < channels; ++p) {
+        if (!((msMask >> p) & 1)) continue;
+        double* a = workBuffer[2 * p];
+        double* b = workBuffer[2 * p + 1];
+        for (int32_t s = 0; s < m; ++s) {
+            const double x = a[s], y = b[s];
+            a[s] = x + y;
+            b[s] = x - y;
+        }
+    }
+}
+
+void Plug::decodeMidSide(int32_t m, int32_t channels) noexcept {
+    for (int32_t p = 0; 2 * p + 1 < channels; ++p) {
+        if (!((msMask >> p) & 1)) continue;
+        double* a = workBuffer[2 * p];
+        double* b = workBuffer[2 * p + 1];
+        for (int32_t s = 0; s < m; ++s) {
+            const double x = a[s], y = b[s];
+            a[s] = (x + y) * 0.5;
+            b[s] = (x - y) * 0.5;
+        }
+    }
+}
+
+void Plug::applyChannelGain(int32_t m, int32_t channels) noexcept {
+    for (int32_t c = 0; c < channels; ++c) {
+        double* x = workBuffer[c];
+        const double t = channelGainTarget[c];
+        double g = channelGainNow[c];
+        if (g == t) {
+            for (int32_t s = 0; s < m; ++s) x[s] *= g;
+        } else {
+            for (int32_t s = 0; s < m; ++s) {
+                g += (t - g) * kGainRampStep;
+                x[s] *= g;
+            }
+            if (std::fabs(g - t) < kGainSnapDistance) g = t;
+        }
+        channelGainNow[c] = g;
+    }
+}
+
+void Plug::bypassWithDelay(int32_t m, int32_t channels, int32_t latency) noexcept {
+    bank.warmConvolvers(workBuffer, m, channels);
+    int32_t pos = delayPosition;
+    for (int32_t s = 0; s < m; ++s) {
+        for (int32_t c = 0; c < channels; ++c) std::swap(workBuffer[c][s], dryDelay[c][pos]);
+        if (++pos == latency) pos = 0;
+    }
+    delayPosition = pos;
+}
+
+void Plug::soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept {
+    const int32_t target = centerIndex >= 0 && centerIndex < channels ? centerIndex : leftIndex;
+    if (target < 0 || target >= channels) return;
+    double* t = workBuffer[target];
+    if (!((mask >> target) & 1)) std::fill_n(t, m, 0.0);
+    for (int32_t c = 0; c < channels; ++c) {
+        if (c == target) continue;
+        double* x = workBuffer[c];
+        if ((mask >> c) & 1) {
+            if (c == lfeIndex) continue;  // a soloed LFE stays on its own channel
+            for (int32_t s = 0; s < m; ++s) t[s] += x[s];
+        }
+        std::fill_n(x, m, 0.0);
+    }
+    const bool hasLfe = lfeIndex >= 0 && lfeIndex < channels;
+    const bool hasCenter = centerIndex >= 0 && centerIndex < channels;
+    const bool spread = (channels == 2 && !hasLfe) || (channels > 2 && !hasCenter);
+    if (spread && leftIndex >= 0 && leftIndex < channels && rightIndex >= 0 && rightIndex < channels) {
+        double* l = workBuffer[leftIndex];
+        double* r = workBuffer[rightIndex];
+        for (int32_t s = 0; s < m; ++s) {
+            l[s] *= 0.5;
+            r[s] = l[s];
+        }
+    }
+}
+
+void Plug::runFollowers(double* levels, int32_t m, int32_t channels) noexcept {
+    const double attack = attackCoefficient, release = releaseCoefficient;
+    for (int32_t c = 0; c < channels; ++c) {
+        const double* x = workBuffer[c];
+        double e = levels[c];
+        for (int32_t s = 0; s < m; ++s) {
+            const double d = std::fabs(x[s]) - e;
+            e += d * (d > 0.0 ? attack : release);
+        }
+        levels[c] = e;
+    }
+}
+
+void Plug::guardFollowers() noexcept {
+    // (e + 1) - 1 flushes anything below the precision of 1.0 to zero. The
+    // volatile keeps the compiler from folding it away.
+    for (int32_t c = 0; c < kMaxChannels; ++c) {
+        volatile double plain = plainLevels[c] + 1.0;
+        plainLevels[c] = plain - 1.0;
+        volatile double coded = codedLevels[c] + 1.0;
+        codedLevels[c] = coded - 1.0;
+    }
+}
+
+void Plug::writeRing(double* const* rings, int32_t m, int32_t channels) noexcept {
+    const int32_t first = std::min(m, kRingLength - ringPosition);
+    for (int32_t c = 0; c < channels; ++c) {
+        double* ring = rings[c];
+        if (!ring) continue;
+        std::copy_n(workBuffer[c], first, ring + ringPosition);
+        std::copy_n(workBuffer[c] + first, m - first, ring);
+    }
+}
+
+void Plug::detectClip(int32_t m, int32_t channels) noexcept {
+    if (clipFlag.load(std::memory_order_relaxed)) return;
+    for (int32_t c = 0; c < channels; ++c) {
+        const double* x = workBuffer[c];
+        for (int32_t s = 0; s < m; ++s) {
+            if (std::fabs(x[s]) > clipThreshold) {
+                clipFlag.store(true, std::memory_order_relaxed);
+                return;
+            }
+        }
+    }
+}

@@ -1,0 +1,201 @@
+#pragma once
+// The effect: the one object through which hosts, the editor and the state
+// reach the audio engine. It owns the filter bank, the per-channel audio
+// buffers, the channel gains, the meters and the clip latch, and runs the
+// thirteen stages of the processing loop over chunks of at most 1024
+// samples, in double precision whatever the host delivers.
+//
+// Threads: process calls come on the host's audio thread and take no lock;
+// they allocate only inside allocateBuffers, after a latency or channel
+// change. Everything else runs on the host's control thread.
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "core/ChannelLayout.h"
+#include "core/EQBank.h"
+#include "core/PlugBaseJSON.h"
+#include "core/SettingsAccess.h"
+
+class Plug : public PlugBaseJSON {
+public:
+    static constexpr int32_t kMaxBlock = 1024;      // chunk size of the loop
+    static constexpr int32_t kRingLength = 8192;    // analyser ring, doubles
+    static constexpr int32_t kMaxChannels = 8;
+    static constexpr double kClipThreshold0dB = 1.0;
+    static constexpr double kClipThresholdMinus01dB = 0.9885530946569389;  // -0.1 dB
+
+    explicit Plug(EffectHostCallback host);
+    ~Plug() override;
+
+    // ---- Host interface (control thread) ----
+    void resume() override;
+    void setSampleRate(float rate) override;
+    void setParameter(int32_t index, float norm) override;
+    void setParameterAutomated(int32_t index, float norm) override;
+    void beginEdit(int32_t index) override;
+    void endEdit(int32_t index) override;
+    void getParameterLabel(int32_t index, char* label) override;
+    bool setBypass(bool on) override;
+
+    // ---- Value mapping and display ----
+    // Real value shown for norm: band gains times kScale, band frequencies
+    // times kFShift percent and the pitch factor. No frequency clamping.
+    virtual double normToDisplay(int32_t index, double norm);
+    // The inverse of normToDisplay.
+    virtual double displayToNorm(int32_t index, double display);
+    void formatParameter(int32_t index, float norm, char* text, bool musical) override;
+
+    // ---- Engine ----
+    // Re-reads the table into the channel gains, masks and the bank.
+    void refreshEngine(bool force) override;
+    // Audio thread at the head of a block (allocates only when the block
+    // size, channel count or latency changed); control thread at teardown.
+    void allocateBuffers(int32_t maxBlock, int32_t channels) noexcept;
+    // Reports IR length/2 in the latency-bearing FIR modes, else 0; tells
+    // the host when it changed.
+    void updateLatency();
+    // Control thread: 10 ms tick of the shared timer.
+    virtual void idle();
+    // Control thread: stores the layout and finds Left, Right, LFE and Center/Mono.
+    void setChannelLayout(const std::vector<ChannelSlot>& slots);
+    int32_t getChannelCount() const { return cEffect.numInputs; }
+    const std::vector<ChannelSlot>& getChannelSlots() const { return channelSlots; }
+    // Label of a slot: its mid/side label while its pair is coded.
+    const char* channelLabel(int32_t slot) const;
+
+    void updateFrequencyLimits();
+    void remapBandFrequencies(float newMin, float newMax, float oldMin, float oldMax, int32_t slot, bool all,
+                              bool notify);
+    void reapplyFrequencyLimits();
+
+    // Parameter groups: "Channel 1".."Channel 8", "Band 1".."Band 32";
+    // group value k+1 names entry k.
+    int32_t getParameterGroupCount() const { return int32_t(parameterGroupNames.size()); }
+    const char* getParameterGroupName(int32_t k) const;
+
+    // Settings read through one accessor; DefaultSettings until a store exists.
+    void setSettingsSource(const SettingsAccess* source);
+    void reloadGlobalSettings();
+    void reloadUISettings();
+
+    // ---- Meters, clip, state for views and tests ----
+    double getLevelMeter(int32_t i) const { return plainLevels[i & 7]; }
+    double getCodedLevelMeter(int32_t i) const { return codedLevels[i & 7]; }
+    bool getClip() const { return clipFlag.load(std::memory_order_relaxed); }
+    void setClip(bool flag) { clipFlag.store(flag, std::memory_order_relaxed); }
+    void setMeterPreBank(bool pre) { meterPreBank = pre; }
+    int32_t getMsMask() const { return msMask; }
+    int32_t getSoloMask() const { return soloMask; }
+    double getChannelGainTarget(int32_t c) const { return channelGainTarget[c & 7]; }
+    double getChannelGainNow(int32_t c) const { return channelGainNow[c & 7]; }
+    double getClipThreshold() const { return clipThreshold; }
+    float getMinFrequency() const { return minFrequency; }
+    float getMaxFrequency() const { return maxFrequency; }
+    bool isOffline() const { return offline; }
+    double getPitchFactor() const { return pitchFactor; }
+    EQBank& getBank() { return bank; }
+    // Locks bits of a program's lock mask; locked parameters ignore setParameter.
+    void setParameterLocked(int32_t program, int32_t index, bool locked);
+
+    static bool audioHasRun() { return audioHasRunFlag.load(std::memory_order_relaxed); }
+
+protected:
+    void processFloat(float** inputs, float** outputs, int32_t n) noexcept override;
+    void processDouble(double** inputs, double** outputs, int32_t n) noexcept override;
+    void updateProcessLevel() noexcept override;
+    virtual void onProcessLevelChanged();
+
+private:
+    template <typename T>
+    void processBlock(T** inputs, T** outputs, int32_t n) noexcept;
+    void processChunk(int32_t m, int32_t channels, int32_t latency) noexcept;
+    void encodeMidSide(int32_t m, int32_t channels) noexcept;
+    void decodeMidSide(int32_t m, int32_t channels) noexcept;
+    void applyChannelGain(int32_t m, int32_t channels) noexcept;
+    void soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept;
+    void runFollowers(double* levels, int32_t m, int32_t channels) noexcept;
+    void guardFollowers() noexcept;
+    void writeRing(double* const* rings, int32_t m, int32_t channels) noexcept;
+    void detectClip(int32_t m, int32_t channels) noexcept;
+    void bypassWithDelay(int32_t m, int32_t channels, int32_t latency) noexcept;
+    int32_t hostIndexOf(int32_t slot, int32_t channels) const noexcept;
+    void computeMeterCoefficients();
+    void assignParameterGroups();
+    void clearAudioState();
+    int32_t msMaskFromState() const;
+    bool isLocked(int32_t index) const;
+
+    // Named seams of layers that stand beside the effect core: the instance
+    // registry, the editor object, the default bank, the shared timer and
+    // the worker thread. Each does nothing until its layer exists.
+    void registerInstance() {}
+    void unregisterInstance() {}
+    void createEditor() {}
+    void loadDefaultBank() {}
+    void joinSharedTimer() {}
+    void leaveSharedTimer() {}
+    void startWorker() {}
+    void stopWorker() {}
+
+    EQBank bank;
+    std::recursive_mutex engineLock;
+    std::mutex resumeMutex;
+    bool rebuilding = false;
+    std::atomic<bool> refreshPending{false};
+    const SettingsAccess* settings;
+
+    // ---- Parameters turned into engine state ----
+    float minFrequency = 10.0f;
+    float maxFrequency = 22000.0f;
+    bool extendedFrequencies = false;
+    float pendingMaxFrequency = -1.0f;  // a bound left by a restored state
+    bool sampleRateGiven = false;
+    double pitchFactor = 1.0;
+    int32_t autoListenBand = -1;
+    bool offline = false;
+    uint32_t lockMask[kNumPrograms][kLockWordsPerProgram] = {};
+    bool editing[kNumParams] = {};
+    bool gesturesToHost = true;
+    bool simpleNumbers = false;
+    bool showTrueQ = false;
+    std::vector<std::string> parameterGroupNames;
+
+    // ---- Audio (read by the audio thread; see the threading note above) ----
+    double* workBuffer[kMaxChannels] = {};
+    double* dryDelay[kMaxChannels] = {};
+    double* preRing[kMaxChannels] = {};
+    double* postRing[kMaxChannels] = {};
+    int32_t workLength = 0;
+    int32_t delayLength = 0;
+    int32_t delayPosition = 0;
+    int32_t ringPosition = 0;
+    int32_t allocatedChannels = 0;
+    double channelGainTarget[kMaxChannels] = {};
+    double channelGainNow[kMaxChannels] = {};
+    std::vector<ChannelSlot> channelSlots;
+    int32_t leftIndex = 0, rightIndex = 1, lfeIndex = -1, centerIndex = -1;
+    std::atomic<bool> clipFlag{false};
+    double clipThreshold = kClipThreshold0dB;
+    bool meterPreBank = false;
+    std::atomic<bool> preTapWanted{false};
+    bool soloSelect = true;
+    bool soloMute = false;
+    int32_t msMask = 0xF;
+    int32_t soloMask = 0;
+    int32_t listenMask = 0;
+
+    // ---- Meters ----
+    double attackCoefficient = 1.0;
+    double releaseCoefficient = 1.0;
+    double codedLevels[kMaxChannels] = {};
+    double plainLevels[kMaxChannels] = {};
+    int32_t ballisticType = 0;
+    std::atomic<int32_t> ringsReplaced{0};
+
+    static std::atomic<bool> audioHasRunFlag;
+    static std::atomic<int32_t> liveInstances;
+};
