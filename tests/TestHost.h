@@ -1,0 +1,66 @@
+#pragma once
+// A host for tests: records what the effect sends and answers the process
+// level it is told to.
+
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "core/Plug.h"
+
+struct HostCall {
+    int32_t opcode;
+    int32_t index;
+    intptr_t value;
+    float opt;
+};
+
+class TestHost {
+public:
+    TestHost() { current() = this; }
+    ~TestHost() { current() = nullptr; }
+
+    static intptr_t callback(AEffect*, int32_t opcode, int32_t index, intptr_t value, void* ptr, float opt) {
+        TestHost* host = current();
+        if (!host) return 0;
+        host->calls.push_back({opcode, index, value, opt});
+        if (opcode == audioMasterGetCurrentProcessLevel) return host->processLevel;
+        if (opcode == audioMasterGetProductString && ptr && host->product) {
+            std::strcpy(static_cast<char*>(ptr), host->product);
+            return 1;
+        }
+        return 0;
+    }
+
+    int32_t count(int32_t opcode) const {
+        int32_t n = 0;
+        for (const HostCall& c : calls) n += c.opcode == opcode;
+        return n;
+    }
+
+    std::vector<HostCall> calls;
+    int32_t processLevel = kProcessLevelRealtime;
+    const char* product = nullptr;
+
+private:
+    static TestHost*& current() {
+        static TestHost* host = nullptr;
+        return host;
+    }
+};
+
+// An effect with `channels` inputs and outputs in the standard layout.
+inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host = nullptr) {
+    auto fx = std::make_unique<Plug>(host);
+    fx->setNumInputs(channels);
+    fx->setNumOutputs(channels);
+    fx->setChannelLayout(standardChannelLayout(channels));
+    fx->setSampleRate(48000.0f);
+    fx->resume();
+    return fx;
+}
+
+// Sets a parameter by the value it shows (dB, Hz, ...).
+inline void setShown(Plug& fx, int32_t index, double shown) {
+    fx.setParameter(index, float(fx.displayToNorm(index, shown)));
+}

@@ -1,0 +1,119 @@
+// What the effect tells its host, and what it reads from it.
+
+#include <gtest/gtest.h>
+
+#include "TestHost.h"
+
+namespace {
+
+TEST(HostContract, TheRecordDescribesTheEffect) {
+    TestHost host;
+    auto fx = makePlug(2, TestHost::callback);
+    const AEffect* e = fx->getAeffect();
+    EXPECT_EQ(e->numParams, 367);
+    EXPECT_EQ(e->numPrograms, 20);
+    EXPECT_EQ(e->uniqueID, fourCC('F', 'w', 'd', 'n'));
+    EXPECT_EQ(e->version, 1);
+    EXPECT_TRUE(e->flags & effFlagsCanReplacing);
+    EXPECT_TRUE(e->flags & effFlagsCanDoubleReplacing);
+    EXPECT_TRUE(e->flags & effFlagsProgramChunks);
+    EXPECT_EQ(e->object, fx.get());
+}
+
+TEST(HostContract, ResumeAsksForMidiAndTheProcessLevel) {
+    TestHost host;
+    auto fx = makePlug(2, TestHost::callback);
+    host.calls.clear();
+    fx->resume();
+    EXPECT_EQ(host.count(audioMasterWantMidi), 2);
+    EXPECT_EQ(host.count(audioMasterGetCurrentProcessLevel), 1);
+}
+
+TEST(HostContract, OfflineRenderingIsNoticedOnTheNextBlock) {
+    TestHost host;
+    auto fx = makePlug(2, TestHost::callback);
+    EXPECT_FALSE(fx->isOffline());
+    host.processLevel = kProcessLevelOffline;
+    float a[16] = {}, b[16] = {};
+    float* io[2] = {a, b};
+    fx->processReplacing(io, io, 16);
+    EXPECT_TRUE(fx->isOffline());
+    host.processLevel = kProcessLevelRealtime;
+    fx->processReplacing(io, io, 16);
+    EXPECT_FALSE(fx->isOffline());
+}
+
+TEST(HostContract, LatencyChangesAreAnnounced) {
+    TestHost host;
+    auto fx = makePlug(2, TestHost::callback);
+    host.calls.clear();
+    fx->setParameter(kMode, 1.0f);  // FIR, "Free" phase by default: half the IR
+    fx->idle();
+    EXPECT_EQ(fx->getAeffect()->initialDelay, 4096);
+    EXPECT_EQ(host.count(audioMasterIOChanged), 1);
+    fx->idle();  // no change, no news
+    EXPECT_EQ(host.count(audioMasterIOChanged), 1);
+}
+
+TEST(HostContract, AutomationIsBracketedByGestures) {
+    TestHost host;
+    auto fx = makePlug(2, TestHost::callback);
+    host.calls.clear();
+    fx->setParameterAutomated(kBand1Gain, 0.8f);
+    fx->setParameterAutomated(kBand1Gain, 0.9f);  // already in its gesture
+    fx->endEdit(kBand1Gain);
+    fx->endEdit(kBand1Gain);  // no second end
+    ASSERT_EQ(host.calls.size(), 4u);
+    EXPECT_EQ(host.calls[0].opcode, audioMasterBeginEdit);
+    EXPECT_EQ(host.calls[1].opcode, audioMasterAutomate);
+    EXPECT_EQ(host.calls[1].index, kBand1Gain);
+    EXPECT_FLOAT_EQ(host.calls[1].opt, 0.8f);
+    EXPECT_EQ(host.calls[2].opcode, audioMasterAutomate);
+    EXPECT_EQ(host.calls[3].opcode, audioMasterEndEdit);
+    EXPECT_EQ(fx->getParameter(kBand1Gain), 0.9f);
+    // Editor tags are written through without gestures or automation.
+    host.calls.clear();
+    fx->setParameterAutomated(kGUIGroupNamesChanged, 1.0f);
+    EXPECT_TRUE(host.calls.empty());
+}
+
+TEST(HostContract, GesturesCanBeSwitchedOff) {
+    struct NoGestures : SettingsAccess {
+        int32_t globalValue(const char* name) const override {
+            return std::string(name) == "VST Gestures" ? 0 : DefaultSettings::instance().globalValue(name);
+        }
+        int32_t uiValue(const char* c, const char* k) const override { return DefaultSettings::instance().uiValue(c, k); }
+    } settings;
+    TestHost host;
+    auto fx = makePlug(2, TestHost::callback);
+    fx->setSettingsSource(&settings);
+    host.calls.clear();
+    fx->setParameterAutomated(kGain, 0.3f);
+    fx->endEdit(kGain);
+    EXPECT_EQ(host.count(audioMasterBeginEdit), 0);
+    EXPECT_EQ(host.count(audioMasterEndEdit), 0);
+    EXPECT_EQ(host.count(audioMasterAutomate), 1);
+}
+
+TEST(HostContract, SampleRateChangesKeepBandFrequencies) {
+    TestHost host;
+    auto fx = makePlug(2, TestHost::callback);
+    setShown(*fx, kBand1Frequency, 1234.0);
+    fx->setSampleRate(96000.0f);
+    fx->setSampleRate(44100.0f);
+    EXPECT_NEAR(fx->normToDisplay(kBand1Frequency, fx->getParameter(kBand1Frequency)), 1234.0, 0.01);
+    fx->setSampleRate(-1.0f);  // ignored
+    EXPECT_EQ(fx->getSampleRate(), 44100.0f);
+}
+
+TEST(HostContract, AnEffectWithoutAHostStillWorks) {
+    auto fx = makePlug(2, nullptr);
+    fx->setParameterAutomated(kGain, 0.4f);
+    fx->endEdit(kGain);
+    fx->idle();
+    char product[kEffectNameSize];
+    EXPECT_FALSE(fx->getHostProductString(product));
+    EXPECT_EQ(fx->getCurrentProcessLevel(), 0);
+}
+
+}  // namespace

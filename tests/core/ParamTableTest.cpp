@@ -1,0 +1,209 @@
+// The parameter table, its name table and the checked accessors of the effect.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <set>
+#include <string>
+
+#include "TestHost.h"
+#include "core/ParameterNameTable.h"
+
+namespace {
+
+TEST(ParamTable, RowsHaveTheirNamesRangesAndDefaults) {
+    const ParamRow* t = staticParamTable();
+    EXPECT_STREQ(t[kBypass].name, "Bypass");
+    EXPECT_STREQ(t[kScale].name, "Scale");
+    EXPECT_EQ(t[kScale].value, 18.0f);
+    EXPECT_STREQ(t[kChannel3Mute].name, "Channel 3 Mute");
+    EXPECT_STREQ(t[kBand1Frequency].name, "Band1 Frequency");
+    EXPECT_STREQ(t[kBand32Phase].name, "Band32 Phase");
+    EXPECT_STREQ(t[kDPlusPhase].name, "D+Phase");
+    EXPECT_EQ(kDPlusPhase, 366);
+    EXPECT_STREQ(t[kBand7Frequency].unit, "Hz");
+    EXPECT_EQ(t[kBand7Frequency].min, 10.0f);
+    EXPECT_EQ(t[kBand7Frequency].max, 22000.0f);
+    // The cube curve puts the unity level at the middle of the travel.
+    EXPECT_FLOAT_EQ(t[kChannel1Level].norm, 0.5f);
+    EXPECT_EQ(curveToReal(t[kChannel1Level], 1.0), 8.0);
+    // Every band starts as the same switched-off peak.
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        EXPECT_EQ(t[bandParam(b, kFieldState)].value, 0.0f);
+        EXPECT_EQ(t[bandParam(b, kFieldType)].value, float(kTypePeak));
+        EXPECT_EQ(t[bandParam(b, kFieldGroups)].value, 255.0f);
+    }
+    // Names are unique: a host addresses parameters by them.
+    std::set<std::string> names;
+    for (int32_t i = 0; i < kNumParams; ++i) names.insert(t[i].name);
+    EXPECT_EQ(names.size(), size_t(kNumParams));
+}
+
+TEST(ParamTable, BandAndChannelAddressing) {
+    EXPECT_EQ(bandFieldOf(kBand1State), kFieldState);
+    EXPECT_EQ(bandFieldOf(kBand5Q), kFieldQ);
+    EXPECT_EQ(bandIndexOf(kBand5Q), 4);
+    EXPECT_EQ(bandIndexOf(kBand32Phase), 31);
+    EXPECT_EQ(bandFieldOf(kChannel8Solo), -1);
+    EXPECT_EQ(bandIndexOf(kDPlusPhase), -1);
+    EXPECT_EQ(channelParam(2, kFieldMute), kChannel3Mute);
+    EXPECT_TRUE(isChannelLevel(kChannel8Level));
+    EXPECT_FALSE(isChannelLevel(kChannel8Phase));
+}
+
+TEST(ParameterNameTable, NamesFollowIndicesAndTagsKeepTheirNumbers) {
+    const ParameterNameTable& names = ParameterNameTable::instance();
+    EXPECT_EQ(names.nameAt(0), "kBypass");
+    EXPECT_EQ(names.nameAt(kBand3Gain), "kBand3Gain");
+    EXPECT_EQ(names.nameAt(366), "kDPlusPhase");
+    EXPECT_EQ(names.valueOf("kNumParams"), 367);
+    EXPECT_EQ(names.valueOf("kGUIEQGraph"), 500);
+    EXPECT_EQ(names.valueOf("kGUIMeterReadout"), 524);
+    EXPECT_EQ(names.valueOf("kGUIBox1"), 526);
+    EXPECT_EQ(names.valueOf("kGUIGroupNamesChanged"), 543);
+    EXPECT_EQ(names.valueOf("kGUIInstancesChanged"), 547);
+    EXPECT_EQ(names.valueOf("kGUIAutoListen"), 567);
+    EXPECT_EQ(names.valueOf("kGUIAutoGain"), 573);
+    EXPECT_EQ(names.valueOf("kGUIChannel8Meter"), 587);
+    EXPECT_EQ(names.valueOf("kGUIRenderDSPEnabled"), 596);
+    EXPECT_EQ(names.valueOf("kGUISelectedBand"), 700);
+    EXPECT_EQ(names.valueOf("kGUIGroupMetersTray"), 802);
+    EXPECT_EQ(names.valueOf("kGUIRoutingMatrix"), -1);
+    EXPECT_STREQ(names.nameOf(kGUIClip), "kGUIClip");
+    EXPECT_EQ(names.nameOf(525), nullptr);
+}
+
+TEST(ParameterNameTable, ParsesRunningValuesBlanksAndEmptyItems) {
+    const ParameterNameTable t(" kA=3, kB ,kC=10,,kD extra words, kE");
+    ASSERT_EQ(t.size(), 5u);
+    EXPECT_EQ(t.valueOf("kA"), 3);
+    EXPECT_EQ(t.valueOf("kB"), 4);
+    EXPECT_EQ(t.valueOf("kC"), 10);
+    EXPECT_EQ(t.valueOf("kD"), 11);  // cut at the first blank
+    EXPECT_EQ(t.valueOf("kE"), 12);
+    EXPECT_EQ(t.positionOf(11), 3);
+    const ParameterNameTable empty(nullptr);
+    EXPECT_EQ(empty.size(), 0u);
+}
+
+TEST(PlugParameters, GroupsComeFromTheNames) {
+    auto fx = makePlug(2);
+    EXPECT_EQ(fx->getParameterGroup(kGain), 0);
+    EXPECT_EQ(fx->getParameterGroup(kChannel1Level), 1);
+    EXPECT_EQ(fx->getParameterGroup(kChannel8Solo), 8);
+    EXPECT_EQ(fx->getParameterGroup(kBand1State), 9);
+    EXPECT_EQ(fx->getParameterGroup(kBand32Phase), 40);
+    ASSERT_EQ(fx->getParameterGroupCount(), 40);
+    EXPECT_STREQ(fx->getParameterGroupName(0), "Channel 1");
+    EXPECT_STREQ(fx->getParameterGroupName(8), "Band 1");
+    EXPECT_STREQ(fx->getParameterGroupName(39), "Band 32");
+    EXPECT_STREQ(fx->getParameterGroupName(40), "");
+}
+
+TEST(PlugParameters, OutOfRangeIndicesGiveNeutralResults) {
+    auto fx = makePlug(2);
+    for (int32_t i : {-1, 367, 1000}) {
+        EXPECT_EQ(fx->getParameter(i), 0.0f);
+        EXPECT_EQ(fx->getRealValue(i), 0.0f);
+        EXPECT_EQ(fx->getDefaultNorm(i), 0.0f);
+        EXPECT_EQ(fx->getParameterCurve(i), -1);
+        EXPECT_EQ(fx->getParameterMin(i), 0.0f);
+        EXPECT_EQ(fx->getParameterMax(i), 1.0f);
+        EXPECT_EQ(fx->getParameterStepCount(i), 0);
+        EXPECT_EQ(fx->getParameterStepSize(i), 1);
+        EXPECT_EQ(fx->snapParameter(i, 0.3f, false), 0.3f);
+        EXPECT_EQ(fx->getParameterGroup(i), 0);
+        char text[kParamTextSize] = "unchanged";
+        fx->getParameterName(i, text);
+        EXPECT_STREQ(text, "unchanged");
+        fx->setParameter(i, 0.7f);  // must not write anywhere
+    }
+    EXPECT_EQ(fx->getParameter(kBypass), 0.0f);
+}
+
+TEST(PlugParameters, WritesKeepNormAndRealValueInStepAndAreClamped) {
+    auto fx = makePlug(2);
+    fx->setParameter(kMode, 0.5f);
+    EXPECT_EQ(fx->getRealValue(kMode), 1.0f);  // FIR
+    fx->setParameter(kGain, 1.5f);
+    EXPECT_EQ(fx->getRealValue(kGain), 36.0f);
+    fx->setParameter(kBypass, 0.99f);
+    EXPECT_EQ(fx->getRealValue(kBypass), 0.0f);
+    // The write lands in the current program and the current A/B slot too.
+    fx->setParameter(kBand2Q, 0.25f);
+    EXPECT_EQ(fx->getProgramRecord(0).values[kBand2Q], 0.25f);
+    EXPECT_EQ(fx->getABSlotRecord(0).values[kBand2Q], 0.25f);
+    EXPECT_EQ(fx->getProgramRecord(1).values[kBand2Q], fx->getDefaultNorm(kBand2Q));
+}
+
+TEST(PlugParameters, StepsAndSnapping) {
+    auto fx = makePlug(2);
+    EXPECT_EQ(fx->getParameterStepCount(kBypass), 1);
+    EXPECT_EQ(fx->getParameterStepCount(kIRLength), 9);
+    EXPECT_EQ(fx->getParameterStepCount(kBand1Slope), 8);
+    EXPECT_EQ(fx->getParameterStepSize(kBand1Slope), 6);
+    EXPECT_EQ(fx->getParameterStepCount(kGain), 0);
+    EXPECT_TRUE(fx->isBoolParameter(kChannel2Phase));
+    EXPECT_FALSE(fx->isBoolParameter(kMode));
+    // From a fraction of the range: floor(0 + 8*0.55) = 4, shown as its norm.
+    EXPECT_FLOAT_EQ(fx->snapParameter(kIRLength, 0.55f, false), 4.0f / 9.0f);
+    // From a norm: the real value 4 as a fraction of the range.
+    EXPECT_FLOAT_EQ(fx->snapParameter(kIRLength, 4.0f / 9.0f + 0.01f, true), 4.0f / 8.0f);
+    EXPECT_EQ(fx->snapParameter(kGain, 0.37f, false), 0.37f);  // continuous rows are left alone
+}
+
+TEST(PlugParameters, LockedParametersIgnoreWrites) {
+    auto fx = makePlug(2);
+    fx->setParameterLocked(0, kBand4Gain, true);
+    fx->setParameter(kBand4Gain, 0.9f);
+    EXPECT_EQ(fx->getParameter(kBand4Gain), fx->getDefaultNorm(kBand4Gain));
+    fx->setParameter(kBand4Q, 0.9f);  // its neighbour is free
+    EXPECT_EQ(fx->getParameter(kBand4Q), 0.9f);
+    fx->setProgram(1);  // locks are per program
+    fx->setParameter(kBand4Gain, 0.9f);
+    EXPECT_EQ(fx->getParameter(kBand4Gain), 0.9f);
+    fx->setParameterLocked(0, 400, true);  // indices outside the table are never locked
+}
+
+TEST(PlugParameters, TheABParameterSwitchesSlots) {
+    auto fx = makePlug(2);
+    EXPECT_EQ(fx->getABSlot(), 0);
+    fx->setParameter(kABBank, float(curveToNorm(*fx->getRow(kABBank), 3)));
+    EXPECT_EQ(fx->getABSlot(), 3);
+    EXPECT_EQ(fx->getRealValue(kABBank), 3.0f);
+    fx->setParameter(kGain, 0.25f);
+    EXPECT_EQ(fx->getABSlotRecord(3).values[kGain], 0.25f);
+    EXPECT_NE(fx->getABSlotRecord(0).values[kGain], 0.25f);
+}
+
+TEST(PlugParameters, FrequencyLimitsMoveNormsNotFrequencies) {
+    auto fx = makePlug(2);
+    setShown(*fx, kBand1Frequency, 1000.0);
+    const float before = fx->getRealValue(kBand1Frequency);
+    const float normBefore = fx->getParameter(kBand1Frequency);
+    fx->updateFrequencyLimits();
+    EXPECT_EQ(fx->getRealValue(kBand1Frequency), before);
+    EXPECT_EQ(fx->getParameter(kBand1Frequency), normBefore);  // limits unchanged at the standard range
+
+    // Programs made on the extended range keep their real frequency on the standard one.
+    const float rate = 48000.0f;
+    const double extMax = (rate - 100.0) / 2.0;
+    const double n = std::log(1000.0 / 5.0) / std::log(extMax / 5.0);
+    fx->setParameter(kBand2Frequency, float(n));
+    fx->remapBandFrequencies(10, 22000, 5, float(extMax), -1, true, false);
+    const float stored = fx->getProgramRecord(0).values[kBand2Frequency];
+    EXPECT_NEAR(10.0 * std::exp(stored * std::log(2200.0)), 1000.0, 0.05);
+    // A frequency the new range cannot hold is cut to its edge.
+    fx->setParameter(kBand3Frequency, 1.0f);  // 23950 Hz on the extended range
+    fx->remapBandFrequencies(10, 22000, 5, float(extMax), 0, false, false);
+    EXPECT_EQ(fx->getProgramRecord(0).values[kBand3Frequency], 1.0f);
+    // There and back again leaves the default 80 Hz where it was.
+    const float original = fx->getProgramRecord(0).values[kBand4Frequency];
+    fx->remapBandFrequencies(5, float(extMax), 10, 22000, -1, true, false);
+    EXPECT_NE(fx->getProgramRecord(0).values[kBand4Frequency], original);
+    fx->remapBandFrequencies(10, 22000, 5, float(extMax), -1, true, false);
+    EXPECT_NEAR(fx->getProgramRecord(0).values[kBand4Frequency], original, 1e-6);
+}
+
+}  // namespace
