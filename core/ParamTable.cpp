@@ -124,7 +124,7 @@ const char* const* words(const char* const (&list)[N], int32_t* count, int32_t* 
 }  // namespace
 
 double curveToReal(int32_t curve, double min, double max, double norm) {
-    const double n = clampd(norm, 0.0, 1.0);
+    const double n = std::isnan(norm) ? 0.0 : clampd(norm, 0.0, 1.0);
     const double span = max - min;
     double r;
     switch (curve) {

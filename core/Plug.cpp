@@ -772,12 +772,17 @@ void Plug::runFollowers(double* levels, int32_t m, int32_t channels) noexcept {
 
 void Plug::guardFollowers() noexcept {
     // (e + 1) - 1 flushes anything below the precision of 1.0 to zero. The
-    // volatile keeps the compiler from folding it away.
+    // volatile keeps the compiler from folding it away. A follower that a
+    // non-finite sample reached starts again from zero rather than showing
+    // it for ever.
+    auto guard = [](double& e) noexcept {
+        volatile double lifted = e + 1.0;
+        e = lifted - 1.0;
+        if (!std::isfinite(e)) e = 0.0;
+    };
     for (int32_t c = 0; c < kMaxChannels; ++c) {
-        volatile double plain = plainLevels[c] + 1.0;
-        plainLevels[c] = plain - 1.0;
-        volatile double coded = codedLevels[c] + 1.0;
-        codedLevels[c] = coded - 1.0;
+        guard(plainLevels[c]);
+        guard(codedLevels[c]);
     }
 }
 

@@ -130,6 +130,8 @@ TEST(PlugParameters, WritesKeepNormAndRealValueInStepAndAreClamped) {
     EXPECT_EQ(fx->getRealValue(kGain), 36.0f);
     fx->setParameter(kBypass, 0.99f);
     EXPECT_EQ(fx->getRealValue(kBypass), 0.0f);
+    fx->setParameter(kGain, std::nanf(""));  // a NaN from a host has no place on the travel
+    EXPECT_EQ(fx->getRealValue(kGain), 36.0f);
     // The write lands in the current program and the current A/B slot too.
     fx->setParameter(kBand2Q, 0.25f);
     EXPECT_EQ(fx->getProgramRecord(0).values[kBand2Q], 0.25f);

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <random>
 #include <vector>
 
@@ -270,6 +271,32 @@ TEST(ProcessLoop, ClipLatchesUntilCleared) {
     // Exactly full scale is not a clip at the 0 dB threshold.
     run(*fx, Buffers(2, std::vector<float>(64, 1.0f)), 64);
     EXPECT_FALSE(fx->getClip());
+}
+
+TEST(ProcessLoop, MetersFollowTheSignalAndFallToExactlyZero) {
+    auto fx = makePlug(2);
+    fx->setParameter(kMsState, 0.0f);
+    Buffers in = silence(2, 1024);
+    in[0][10] = 1.0f;  // "Digital" shows a full-scale sample at once
+    run(*fx, in, 1024);
+    const double afterChunk = std::pow(1.0 - (1.0 - std::pow(0.1, 1.0 / (48000.0 * 0.3))), 1013);
+    EXPECT_NEAR(fx->getLevelMeter(0), afterChunk, 1e-12);
+    EXPECT_EQ(fx->getLevelMeter(1), 0.0);
+    // 0.3 s later it has fallen by 20 dB.
+    run(*fx, silence(2, 14400 - 1013), 1024);
+    EXPECT_NEAR(fx->getLevelMeter(0), 0.1, 1e-3);
+    // Silence takes it down to the grain of the guard, (e + 1) - 1, and
+    // never into subnormal numbers. Within one chunk the release falls by
+    // less than half, so it settles a few grains of 1.0 above zero.
+    run(*fx, silence(2, 48000 * 60), 4096);
+    EXPECT_LE(fx->getLevelMeter(0), 4 * std::numeric_limits<double>::epsilon());
+    EXPECT_NE(std::fpclassify(fx->getLevelMeter(0)), FP_SUBNORMAL);
+    // A non-finite sample does not stick in a meter.
+    in[0][10] = std::nanf("");
+    run(*fx, in, 1024);
+    EXPECT_EQ(fx->getLevelMeter(0), 0.0);
+    run(*fx, noise(2, 1024), 1024);
+    EXPECT_GT(fx->getLevelMeter(0), 0.0);
 }
 
 TEST(ProcessLoop, DoubleAndFloatPathsAgree) {
