@@ -1,0 +1,44 @@
+#pragma once
+// The renderer's host for one effect instance: it tells the effect it runs
+// offline, sets up channels, layout, rate and block size the way a host
+// does, applies the --set assignments and starts processing.
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/ChannelLayout.h"
+
+class Plug;
+class Diagnostics;
+struct AEffect;
+
+class EffectHost {
+public:
+    // channels 1..8, slots from fileChannelLayout(channels).
+    EffectHost(int32_t channels, const std::vector<ChannelSlot>& slots, double sampleRate, int32_t blockSize);
+    ~EffectHost();
+
+    EffectHost(const EffectHost&) = delete;
+    EffectHost& operator=(const EffectHost&) = delete;
+
+    // Applies "NAME=VALUE" assignments in order; clamping warnings go to
+    // diagnostics. Throws a usage error on the first bad one.
+    void applyAssignments(const std::vector<std::string>& assignments, Diagnostics& diagnostics);
+
+    // Resumes the effect after the assignments and returns its latency in samples.
+    int32_t start();
+
+    // One block of non-interleaved channels in file order; in and out are separate buffers.
+    void process(double** in, double** out, int32_t frames);
+
+    Plug& effect() { return *fx; }
+
+    // The host callback: offline process level, nothing else.
+    static intptr_t callback(AEffect* effect, int32_t opcode, int32_t index, intptr_t value, void* ptr,
+                             float opt);
+
+private:
+    std::unique_ptr<Plug> fx;
+};

@@ -1,0 +1,52 @@
+#include "tools/render/RenderCommand.h"
+
+#include <new>
+
+#include "tools/render/ChannelOrder.h"
+#include "tools/render/Diagnostics.h"
+#include "tools/render/EffectHost.h"
+#include "tools/render/ParamListing.h"
+#include "tools/render/RenderError.h"
+#include "tools/render/RenderOptions.h"
+#include "tools/render/Renderer.h"
+
+namespace {
+
+constexpr double kListingRate = 48000.0;
+constexpr int32_t kListingChannels = 2;
+
+void listParameters(const RenderOptions& options, Diagnostics& diagnostics, std::FILE* out) {
+    EffectHost host(kListingChannels, fileChannelLayout(kListingChannels), options.rate.value_or(kListingRate),
+                    options.block);
+    host.applyAssignments(options.assignments, diagnostics);
+    for (const std::string& line : parameterListing(host.effect())) std::fprintf(out, "%s\n", line.c_str());
+    std::fflush(out);
+}
+
+}  // namespace
+
+int runRenderCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
+    try {
+        const RenderOptions options = parseCommandLine(args);
+        if (options.help) {
+            std::fputs(usageText(), out);
+            return int(ExitStatus::kSuccess);
+        }
+        Diagnostics diagnostics(err, options.quiet);
+        if (options.listParams) {
+            listParameters(options, diagnostics, out);
+        } else {
+            Renderer(options, diagnostics).run();
+        }
+        return int(ExitStatus::kSuccess);
+    } catch (const RenderError& e) {
+        std::fprintf(err, "%s: %s\n", kProgramName, e.what());
+        return int(e.status());
+    } catch (const std::bad_alloc&) {
+        std::fprintf(err, "%s: out of memory\n", kProgramName);
+        return int(ExitStatus::kWriteFailure);
+    } catch (const std::exception& e) {
+        std::fprintf(err, "%s: %s\n", kProgramName, e.what());
+        return int(ExitStatus::kWriteFailure);
+    }
+}

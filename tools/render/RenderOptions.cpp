@@ -1,0 +1,155 @@
+#include "tools/render/RenderOptions.h"
+
+#include <charconv>
+#include <cmath>
+
+#include "tools/render/RenderError.h"
+
+namespace {
+
+constexpr const char* kUsage =
+    "usage: fenwoldrine-render [options] INPUT OUTPUT\n"
+    "       fenwoldrine-render --list-params [--set NAME=VALUE ...]\n"
+    "\n"
+    "Renders INPUT through the Fenwoldrine equaliser offline and writes OUTPUT.\n"
+    "Reads WAV, AIFF, FLAC, W64 and CAF with 1 to 8 channels (mono, stereo, LCR,\n"
+    "LCRS, 5.0, 5.1, 7.0, 7.1 in the usual file order). OUTPUT has the input's\n"
+    "length plus --tail, lined up with the input whatever latency the effect has.\n"
+    "\n"
+    "options:\n"
+    "  --set NAME=VALUE  set a parameter by the name and value the effect shows,\n"
+    "                    e.g. \"Gain=-3 dB\", \"Band1 Frequency=2.5kHz\", \"Mode=FIR\";\n"
+    "                    repeatable, applied in order\n"
+    "  --format FMT      output container: wav, aiff, flac, w64, caf\n"
+    "                    (default: the input's)\n"
+    "  --bits B          output samples: 16, 24, 32 or float (default: the input's)\n"
+    "  --no-dither       plain rounding when the word length is reduced\n"
+    "                    (default: TPDF dither, reproducible from render to render)\n"
+    "  --tail SECONDS    append that much silence so filters can ring out\n"
+    "  --block N         host block size, 1..8192 (default 512)\n"
+    "  --rate HZ         sample rate for work without an input file\n"
+    "  --list-params     list every parameter: index, name, unit, minimum,\n"
+    "                    maximum, default and choices, tab separated\n"
+    "  --quiet           no progress bar and no notes (warnings still appear)\n"
+    "  --help            show this text\n"
+    "\n"
+    "exit status: 0 done, 1 the output could not be written, 2 bad usage or input\n";
+
+// An option that takes a value.
+enum class Valued { kSet, kFormat, kBits, kTail, kBlock, kRate };
+
+struct ValuedOption {
+    const char* name;
+    Valued which;
+};
+
+constexpr ValuedOption kValuedOptions[] = {
+    {"--set", Valued::kSet},     {"--format", Valued::kFormat}, {"--bits", Valued::kBits},
+    {"--tail", Valued::kTail},   {"--block", Valued::kBlock},   {"--rate", Valued::kRate},
+};
+
+std::optional<double> parseNumber(const std::string& text) {
+    const char* first = text.data();
+    const char* last = first + text.size();
+    if (first != last && *first == '+') ++first;
+    double x = 0.0;
+    const auto [end, ec] = std::from_chars(first, last, x);
+    if (ec != std::errc() || end != last || first == last || !std::isfinite(x)) return std::nullopt;
+    return x;
+}
+
+void applyValued(RenderOptions& o, Valued which, const std::string& value) {
+    switch (which) {
+        case Valued::kSet:
+            o.assignments.push_back(value);
+            return;
+        case Valued::kFormat:
+            o.format = containerFromName(value);
+            if (!o.format) throw usageError("bad --format '" + value + "': choose wav, aiff, flac, w64 or caf");
+            return;
+        case Valued::kBits:
+            o.bits = wordLengthFromName(value);
+            if (!o.bits) throw usageError("bad --bits '" + value + "': choose 16, 24, 32 or float");
+            return;
+        case Valued::kTail: {
+            const std::optional<double> s = parseNumber(value);
+            if (!s || *s < 0.0 || *s > RenderOptions::kMaxTailSeconds)
+                throw usageError("bad --tail '" + value + "': give seconds from 0 to 3600");
+            o.tailSeconds = *s;
+            return;
+        }
+        case Valued::kBlock: {
+            const std::optional<double> n = parseNumber(value);
+            if (!n || *n != std::floor(*n) || *n < 1.0 || *n > RenderOptions::kMaxBlock)
+                throw usageError("bad --block '" + value + "': give a whole number from 1 to 8192");
+            o.block = int32_t(*n);
+            return;
+        }
+        case Valued::kRate: {
+            const std::optional<double> r = parseNumber(value);
+            if (!r || *r < 1000.0 || *r > 768000.0)
+                throw usageError("bad --rate '" + value + "': give hertz from 1000 to 768000");
+            o.rate = *r;
+            return;
+        }
+    }
+}
+
+}  // namespace
+
+const char* usageText() {
+    return kUsage;
+}
+
+RenderOptions parseCommandLine(const std::vector<std::string>& args) {
+    RenderOptions o;
+    std::vector<std::string> files;
+    bool optionsEnded = false;
+
+    for (size_t k = 0; k < args.size(); ++k) {
+        const std::string& arg = args[k];
+        if (optionsEnded || arg.size() < 2 || arg[0] != '-') {
+            files.push_back(arg);
+            continue;
+        }
+        if (arg == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        if (arg == "--help" || arg == "-h") {
+            o.help = true;
+            return o;
+        }
+        if (arg == "--no-dither") { o.dither = false; continue; }
+        if (arg == "--quiet" || arg == "-q") { o.quiet = true; continue; }
+        if (arg == "--list-params") { o.listParams = true; continue; }
+
+        const size_t eq = arg.find('=');
+        const std::string name = arg.substr(0, eq);
+        const ValuedOption* option = nullptr;
+        for (const ValuedOption& v : kValuedOptions)
+            if (name == v.name) option = &v;
+        if (!option) throw usageError("unknown option '" + name + "' (see --help)");
+
+        std::string value;
+        if (eq != std::string::npos) {
+            value = arg.substr(eq + 1);
+        } else {
+            if (k + 1 >= args.size()) throw usageError(name + " needs a value (see --help)");
+            value = args[++k];
+        }
+        applyValued(o, option->which, value);
+    }
+
+    if (o.listParams) {
+        if (!files.empty()) throw usageError("--list-params takes no files, got '" + files.front() + "'");
+        return o;
+    }
+    if (files.empty()) throw usageError("missing INPUT and OUTPUT (see --help)");
+    if (files.size() == 1) throw usageError("missing OUTPUT after '" + files.front() + "' (see --help)");
+    if (files.size() > 2) throw usageError("unexpected argument '" + files[2] + "' (see --help)");
+    o.input = files[0];
+    o.output = files[1];
+    if (o.rate) throw usageError("--rate does not apply here: the sample rate comes from the input file");
+    return o;
+}

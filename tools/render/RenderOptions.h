@@ -1,0 +1,36 @@
+#pragma once
+// The command line of fenwoldrine-render, parsed and checked.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/render/SoundFormat.h"
+
+struct RenderOptions {
+    static constexpr int32_t kDefaultBlock = 512;
+    static constexpr int32_t kMaxBlock = 8192;
+    static constexpr double kMaxTailSeconds = 3600.0;
+
+    std::string input;
+    std::string output;
+    std::vector<std::string> assignments;  // "NAME=VALUE", in the order given
+    std::optional<Container> format;
+    std::optional<WordLength> bits;
+    std::optional<double> rate;  // only for work without an input file
+    int32_t block = kDefaultBlock;
+    double tailSeconds = 0.0;
+    bool dither = true;
+    bool quiet = false;
+    bool listParams = false;
+    bool help = false;
+};
+
+// Parses the arguments after the program name. Options may come anywhere,
+// as "--opt VALUE" or "--opt=VALUE"; "--" ends them. Throws a usage error
+// (one line, no program name) for anything wrong.
+RenderOptions parseCommandLine(const std::vector<std::string>& args);
+
+// The text --help prints.
+const char* usageText();
