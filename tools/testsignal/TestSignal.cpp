@@ -56,7 +56,7 @@ int generate(const char* path, double seconds, int channels) {
     // Exponential sweep: the phase is the integral of f(t) = f0 * k^(t/T).
     const double T = double(frames) / kRate;
     const double k = std::log(kSweepEnd / kSweepStart);
-    std::vector<double> frame(size_t(channels));
+    std::vector<double> frame(static_cast<size_t>(channels));
     for (sf_count_t n = 0; n < frames; ++n) {
         const double t = double(n) / kRate;
         const double phase = 2.0 * kPi * kSweepStart * T / k * (std::exp(t / T * k) - 1.0);
