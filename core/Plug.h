@@ -60,7 +60,9 @@ public:
     void updateLatency();
     // Control thread: 10 ms tick of the shared timer.
     virtual void idle();
-    // Control thread: stores the layout and finds Left, Right, LFE and Center/Mono.
+    // Control thread: stores the layout and finds Left, Right, LFE and
+    // Center/Mono. A label the new layout lacks keeps its old slot; every
+    // use checks the slot against the channel count.
     void setChannelLayout(const std::vector<ChannelSlot>& slots);
     int32_t getChannelCount() const { return cEffect.numInputs; }
     const std::vector<ChannelSlot>& getChannelSlots() const { return channelSlots; }
