@@ -14,7 +14,7 @@ double clampd(double x, double lo, double hi) {
     return std::min(std::max(x, lo), hi);
 }
 
-struct RowSpec {
+struct RowTemplate {
     const char* name;
     const char* unit;
     float value, min, max;
@@ -22,7 +22,7 @@ struct RowSpec {
 };
 
 // Rows 0..13, in index order.
-constexpr RowSpec kGlobalRows[] = {
+constexpr RowTemplate kGlobalRows[] = {
     {"Bypass", "On/Off", 0, 0, 1, kCurveBool},
     {"Gain", "dB", 0, -36, 36, kCurveLinear},
     {"Scale", "dB", 18, -36, 36, kCurveLinear},
@@ -41,7 +41,7 @@ constexpr RowSpec kGlobalRows[] = {
 static_assert(std::size(kGlobalRows) == kFirstChannelParam);
 
 // One channel family; the name carries %d for the channel number.
-constexpr RowSpec kChannelRows[kNumChannelFields] = {
+constexpr RowTemplate kChannelRows[kNumChannelFields] = {
     {"Channel %d Level", "Level", 1, 0, 8, kCurveCube},
     {"Channel %d Phase", "Norm/Inv", 0, 0, 1, kCurveBool},
     {"Channel %d Mute", "Off/On", 0, 0, 1, kCurveBool},
@@ -49,7 +49,7 @@ constexpr RowSpec kChannelRows[kNumChannelFields] = {
 };
 
 // One band family; the name carries %d for the band number.
-constexpr RowSpec kBandRows[kNumBandFields] = {
+constexpr RowTemplate kBandRows[kNumBandFields] = {
     {"Band%d State", "Off/Byp/On", 0, 0, 2, kCurveInt},
     {"Band%d Groups", "", 255, 0, 255, kCurveInt},
     {"Band%d Type", "Peak/HPF/LSh/HSh/LPF/Notch", 1, 1, 6, kCurveInt},
@@ -62,16 +62,16 @@ constexpr RowSpec kBandRows[kNumBandFields] = {
     {"Band%d Phase", "%", 0, -100, 100, kCurveLinear},
 };
 
-constexpr RowSpec kDPlusPhaseRow = {"D+Phase", "Off/On", 0, 0, 1, kCurveBool};
+constexpr RowTemplate kDPlusPhaseRow = {"D+Phase", "Off/On", 0, 0, 1, kCurveBool};
 
-void fillRow(ParamRow& row, const RowSpec& spec, int32_t number) {
+void fillRow(ParamRow& row, const RowTemplate& proto, int32_t number) {
     std::memset(&row, 0, sizeof row);
-    std::snprintf(row.name, sizeof row.name, spec.name, number);
-    std::snprintf(row.unit, sizeof row.unit, "%s", spec.unit);
-    row.value = spec.value;
-    row.min = spec.min;
-    row.max = spec.max;
-    row.curve = spec.curve;
+    std::snprintf(row.name, sizeof row.name, proto.name, number);
+    std::snprintf(row.unit, sizeof row.unit, "%s", proto.unit);
+    row.value = proto.value;
+    row.min = proto.min;
+    row.max = proto.max;
+    row.curve = proto.curve;
     row.norm = float(curveToNorm(row, row.value));
     row.group = 0;  // set from the name table by the effect
 }
