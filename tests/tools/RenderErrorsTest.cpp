@@ -120,6 +120,10 @@ TEST_F(RenderErrorTest, ReadOnlyDirectoryExitsWithOne) {
     if (geteuid() == 0) {
         // Permissions do not hold back root: render as an ordinary user who may read the input.
         run.userId = kNobody;
+        // The build may sit in a folder that user cannot enter (a private
+        // temporary clone, say); then the case cannot be staged here.
+        if (runRenderer({"--help"}, run).status != 0)
+            GTEST_SKIP() << "the renderer cannot be run as an unprivileged user from this build folder";
         ASSERT_EQ(chmod(dir.path().c_str(), 0755), 0);
         ASSERT_EQ(chmod(input.c_str(), 0644), 0);
     }
