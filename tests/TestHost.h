@@ -49,6 +49,22 @@ private:
     }
 };
 
+// Settings with one global setting chosen; every other key at its default.
+class OneGlobalSetting : public SettingsAccess {
+public:
+    OneGlobalSetting(const char* name, int32_t value) : name(name), value(value) {}
+    int32_t globalValue(const char* key) const override {
+        return std::strcmp(key, name) == 0 ? value : DefaultSettings::instance().globalValue(key);
+    }
+    int32_t uiValue(const char* category, const char* key) const override {
+        return DefaultSettings::instance().uiValue(category, key);
+    }
+
+private:
+    const char* name;
+    int32_t value;
+};
+
 // An effect with `channels` inputs and outputs in the standard layout.
 inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host = nullptr) {
     auto fx = std::make_unique<Plug>(host);

@@ -78,12 +78,7 @@ TEST(HostContract, AutomationIsBracketedByGestures) {
 }
 
 TEST(HostContract, GesturesCanBeSwitchedOff) {
-    struct NoGestures : SettingsAccess {
-        int32_t globalValue(const char* name) const override {
-            return std::string(name) == "VST Gestures" ? 0 : DefaultSettings::instance().globalValue(name);
-        }
-        int32_t uiValue(const char* c, const char* k) const override { return DefaultSettings::instance().uiValue(c, k); }
-    } settings;
+    const OneGlobalSetting settings("VST Gestures", 0);
     TestHost host;
     auto fx = makePlug(2, TestHost::callback);
     fx->setSettingsSource(&settings);

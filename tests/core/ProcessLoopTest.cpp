@@ -240,12 +240,7 @@ TEST(ProcessLoop, SoloOnSurroundGoesToTheCentreAndLfeStaysPut) {
 }
 
 TEST(ProcessLoop, SoloInMuteModeMutesTheOthersByGain) {
-    struct MuteSolo : SettingsAccess {
-        int32_t globalValue(const char* name) const override {
-            return std::string(name) == "Solo Mode" ? 1 : DefaultSettings::instance().globalValue(name);
-        }
-        int32_t uiValue(const char* c, const char* k) const override { return DefaultSettings::instance().uiValue(c, k); }
-    } settings;
+    const OneGlobalSetting settings("Solo Mode", 1);
     auto fx = makePlug(2);
     fx->setSettingsSource(&settings);
     fx->setParameter(kMsState, 0.0f);
