@@ -8,6 +8,8 @@
 #include <cstring>
 #include <mutex>
 
+#include "dsp/SubtypeNames.h"
+
 namespace {
 
 double clampd(double x, double lo, double hi) {
@@ -106,14 +108,6 @@ constexpr const char* kDPlusLenWords[] = {"Off", "16", "32", "64", "128", "256",
 constexpr const char* kStateWords[] = {"Off", "Byp", "On"};
 constexpr const char* kTypeWords[] = {"Peak", "HPF", "LSh", "HSh", "LPF", "Notch"};
 
-constexpr const char* kPassSubtypes[] = {"Kestrawn", "Coincident", "Butterworth", "Chebyshev", "Bessel",
-                                         "Critical", "Legendre", "Elliptic", "Allpass", "Harmonics"};
-constexpr const char* kShelfSubtypes[] = {"Kestrawn", "4kg", "110", "550",
-                                          "Pultec Boost", "Pultec Cut", "First Order", "Tilt"};
-constexpr const char* kPeakSubtypes[] = {"Kestrawn", "4kg", "Ox1", "Ox2", "Ox3", "Ox4", "110",
-                                         "550", "88", "32", "EE", "FlatTop", "Butterworth", "250",
-                                         "8k2", "4ke Brown", "4ke Black", "4ke Brown CT", "4ke Black CT"};
-
 template <size_t N>
 const char* const* words(const char* const (&list)[N], int32_t* count, int32_t* first, int32_t firstValue = 0) {
     *count = int32_t(N);
@@ -209,17 +203,7 @@ int32_t engineTypeOf(int32_t bandType) {
     return (bandType >= 1 && bandType <= 6) ? kEngineTypes[bandType] : 0;
 }
 
-const char* const* subtypeNames(int32_t engineType, int32_t* count) {
-    int32_t first = 0;
-    switch (engineType) {
-        case 1:
-        case 6: return words(kPassSubtypes, count, &first);
-        case 2:
-        case 5: return words(kShelfSubtypes, count, &first);
-        case 3: return words(kPeakSubtypes, count, &first);
-        default: *count = 0; return nullptr;
-    }
-}
+const char* const* subtypeNames(int32_t engineType, int32_t* count) { return bandSubtypeNames(engineType, count); }
 
 const char* const* choiceWords(int32_t index, int32_t* count, int32_t* first) {
     *count = 0;

@@ -1,0 +1,210 @@
+// Peaks and shelves against their closed forms: centre gain, asymptotes,
+// exact inverses where a cut mirrors a boost, and the shape facts the
+// controls promise.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "DesignTestSupport.h"
+#include "dsp/BandDesign.h"
+#include "dsp/SubtypeNames.h"
+
+using designtest::bandDb;
+
+namespace {
+
+constexpr double kBandHz = 1000.0;
+// Far from the band: three decades away a second-order peak is within a
+// few thousandths of a dB of flat.
+constexpr double kFarBelowHz = 1.0, kFarAboveHz = 1.0e6;
+constexpr double kTightDb = 1e-9;  // closed forms evaluated in double
+constexpr double kFarDb = 0.02;
+
+BandShape peak(int32_t subtype, float gain, float q, float shift = 0.0f) {
+    BandShape s;
+    s.type = kEnginePeak;
+    s.subtype = subtype;
+    s.gain = gain;
+    s.q = q;
+    s.shift = shift;
+    s.frequency = float(kBandHz);
+    return s;
+}
+
+BandShape shelf(int32_t type, int32_t subtype, float gain, float q = 0.707f, float shift = 0.0f) {
+    BandShape s = peak(subtype, gain, q, shift);
+    s.type = type;
+    return s;
+}
+
+// |H(f)| * |H'(f)| of two shapes, in dB, at a set of frequencies around the band.
+void expectInverse(const BandShape& boost, const BandShape& cut) {
+    for (double hz : {20.0, 300.0, 999.0, 1000.0, 1500.0, 9000.0, 20000.0})
+        EXPECT_NEAR(bandDb(boost, hz) + bandDb(cut, hz), 0.0, 1e-9) << hz << " Hz";
+}
+
+}  // namespace
+
+TEST(PeakDesign, StandardPathSubtypesReachTheirGainAtTheCentreAndUnityFarAway) {
+    // "110" rewrites its amplitude, so it alone is left out of this promise.
+    for (int32_t sub : {kPeakKestrawn, kPeakOx1, kPeakOx2, kPeakOx3, kPeakOx4, kPeak550, kPeak88, kPeak32,
+                        kPeakEE}) {
+        for (float gain : {-15.0f, -3.0f, 0.5f, 6.0f, 18.0f}) {
+            for (float q : {0.3f, 1.0f, 4.0f}) {
+                const BandShape s = peak(sub, gain, q);
+                EXPECT_NEAR(bandDb(s, kBandHz), gain, 1e-6) << "subtype " << sub;
+                EXPECT_NEAR(bandDb(s, kFarBelowHz), 0.0, kFarDb) << "subtype " << sub;
+                EXPECT_NEAR(bandDb(s, kFarAboveHz), 0.0, kFarDb) << "subtype " << sub;
+            }
+        }
+    }
+}
+
+TEST(PeakDesign, SymmetricLawsMakeTheCutTheExactInverseOfTheBoost) {
+    for (int32_t sub : {kPeakKestrawn, kPeak550}) {
+        expectInverse(peak(sub, 9.0f, 2.0f), peak(sub, -9.0f, 2.0f));
+        expectInverse(peak(sub, 9.0f, 2.0f, 40.0f), peak(sub, -9.0f, 2.0f, 40.0f));
+    }
+}
+
+TEST(PeakDesign, KestrawnLinkTendsToTheKnobQAsTheGainVanishesAndShiftChangesTheWidth) {
+    EXPECT_NEAR(displayQOf(peak(kPeakKestrawn, 0.0f, 2.0f)), 2.0, kTightDb);
+    EXPECT_NEAR(displayQOf(peak(kPeakKestrawn, 0.01f, 2.0f)), displayQOf(peak(kPeakKestrawn, 0.0f, 2.0f)), 0.01);
+    // The link depends only on the size of the gain.
+    EXPECT_NEAR(displayQOf(peak(kPeakKestrawn, 12.0f, 2.0f)), displayQOf(peak(kPeakKestrawn, -12.0f, 2.0f)),
+                kTightDb);
+    const double neutral = displayQOf(peak(kPeakKestrawn, 12.0f, 2.0f, 0.0f));
+    EXPECT_NE(displayQOf(peak(kPeakKestrawn, 12.0f, 2.0f, 50.0f)), neutral);
+    EXPECT_NE(displayQOf(peak(kPeakKestrawn, 12.0f, 2.0f, -50.0f)), neutral);
+}
+
+TEST(PeakDesign, FlatBandsOfTheOxModelsReportQOfOne) {
+    for (int32_t sub : {kPeakOx1, kPeakOx2, kPeakOx4}) EXPECT_EQ(displayQOf(peak(sub, 0.0f, 3.0f)), 1.0);
+    // The piecewise laws join where their pieces meet, at twice and half the
+    // linear centre gain (about +/-6 dB), to the three digits of their constants.
+    const float sixDb = float(40.0 * std::log10(std::sqrt(2.0)));
+    for (int32_t sub : {kPeakOx1, kPeakOx2, kPeakOx4}) {
+        for (float edge : {sixDb, -sixDb}) {
+            const double below = displayQOf(peak(sub, edge - 1e-3f, 3.0f));
+            const double above = displayQOf(peak(sub, edge + 1e-3f, 3.0f));
+            EXPECT_NEAR(below, above, 2e-3 * above) << "subtype " << sub << " at " << edge << " dB";
+        }
+    }
+}
+
+TEST(PeakDesign, EEAndPlainDisplayQ) {
+    const double a = std::pow(10.0, 12.0 / 40.0);
+    EXPECT_NEAR(displayQOf(peak(kPeakEE, 12.0f, 2.0f)), 2.0 / a, 1e-6);
+    // A zero-gain peak reaches unity at the centre, and so has b1 = a1.
+    SectionSet set{};
+    designBand(peak(kPeakKestrawn, 0.0f, 1.3f), false, &set);
+    EXPECT_DOUBLE_EQ(set.section[0].b1, set.section[0].a1);
+}
+
+TEST(PeakDesign, The110ModelSpansEighteenDecibelsAtItsClamp) {
+    const double top = bandDb(peak(kPeak110, 18.0f, 1.0f), kBandHz);
+    EXPECT_NEAR(bandDb(peak(kPeak110, 24.0f, 1.0f), kBandHz), top, 1e-6);
+    EXPECT_GT(top, 6.0);
+    EXPECT_LT(bandDb(peak(kPeak110, -18.0f, 1.0f), kBandHz), -6.0);
+    EXPECT_NEAR(bandDb(peak(kPeak110, 0.0f, 1.0f), kBandHz), 0.0, 1e-6);
+    EXPECT_NEAR(bandDb(peak(kPeak110, 12.0f, 1.0f), kFarAboveHz), 0.0, kFarDb);
+}
+
+TEST(PeakDesign, FlatTopIsSymmetricAndSofteningFlattensTheTop) {
+    // Coincident sections carry the whole gain at the centre.
+    EXPECT_NEAR(bandDb(peak(kPeakFlatTop, 12.0f, 1.0f, 0.0f), kBandHz), 12.0, 1e-9);
+    const BandShape soft = peak(kPeakFlatTop, 12.0f, 1.0f, 100.0f);
+    for (double ratio : {1.1, 1.5, 3.0})
+        EXPECT_NEAR(bandDb(soft, kBandHz * ratio), bandDb(soft, kBandHz / ratio), 1e-9) << ratio;
+    // Within a tenth of the band frequency the softened top moves less.
+    const double sharpDrop = bandDb(peak(kPeakFlatTop, 12.0f, 1.0f, 0.0f), kBandHz) -
+                             bandDb(peak(kPeakFlatTop, 12.0f, 1.0f, 0.0f), kBandHz * 1.1);
+    const double softDrop = std::fabs(bandDb(soft, kBandHz) - bandDb(soft, kBandHz * 1.1));
+    EXPECT_LT(softDrop, sharpDrop);
+    EXPECT_NEAR(bandDb(soft, kFarAboveHz), 0.0, kFarDb);
+}
+
+TEST(PeakDesign, ButterworthBandPassShelfReachesFullGainAtTheCentre) {
+    for (float gain : {-12.0f, 6.0f, 15.0f}) {
+        const BandShape s = peak(kPeakButterworth, gain, 2.0f);
+        EXPECT_NEAR(bandDb(s, kBandHz), gain, 1e-6);
+        EXPECT_NEAR(bandDb(s, kFarBelowHz), 0.0, kFarDb);
+        EXPECT_NEAR(bandDb(s, kFarAboveHz), 0.0, kFarDb);
+        // Geometrically symmetric about the centre, as a band-pass transform is.
+        EXPECT_NEAR(bandDb(s, kBandHz * 2.0), bandDb(s, kBandHz / 2.0), 1e-9);
+    }
+}
+
+TEST(PeakDesign, ListeningBandPassHasThePeakGainAtTheCentreAndFallsAway) {
+    BandShape s = peak(kPeakKestrawn, 12.0f, 2.0f);
+    s.type = kEngineListenBandPass;
+    EXPECT_NEAR(bandDb(s, kBandHz), 12.0, 1e-9);
+    EXPECT_LT(bandDb(s, 10.0), -30.0);
+    EXPECT_LT(bandDb(s, 100000.0), -30.0);
+}
+
+TEST(PeakDesign, NotchAndAllPass) {
+    BandShape s = peak(0, 0.0f, 0.7f);
+    s.type = kEngineNotch;
+    EXPECT_LT(bandDb(s, kBandHz), -200.0);
+    EXPECT_NEAR(bandDb(s, kFarAboveHz), 0.0, kFarDb);
+    s.type = kEngineAllPass;
+    for (double hz : {10.0, 999.0, 1000.0, 30000.0}) EXPECT_NEAR(bandDb(s, hz), 0.0, 1e-9);
+}
+
+TEST(ShelfDesign, KestrawnShelvesHaveTheirGainOnOneSideAndUnityOnTheOther) {
+    for (float gain : {-18.0f, -4.0f, 4.0f, 18.0f}) {
+        for (float q : {0.4f, 0.707f, 2.0f}) {
+            const BandShape high = shelf(kEngineHighShelf, kShelfKestrawn, gain, q);
+            const BandShape low = shelf(kEngineLowShelf, kShelfKestrawn, gain, q);
+            EXPECT_NEAR(bandDb(high, kFarAboveHz), gain, kFarDb);
+            EXPECT_NEAR(bandDb(high, kFarBelowHz), 0.0, kFarDb);
+            EXPECT_NEAR(bandDb(low, kFarBelowHz), gain, kFarDb);
+            EXPECT_NEAR(bandDb(low, kFarAboveHz), 0.0, kFarDb);
+        }
+    }
+}
+
+TEST(ShelfDesign, KestrawnShelfCutIsTheExactInverseOfTheBoost) {
+    for (int32_t type : {kEngineLowShelf, kEngineHighShelf}) {
+        expectInverse(shelf(type, kShelfKestrawn, 7.5f, 1.8f, 30.0f), shelf(type, kShelfKestrawn, -7.5f, 1.8f, 30.0f));
+        expectInverse(shelf(type, kShelfFirstOrder, 7.5f), shelf(type, kShelfFirstOrder, -7.5f));
+    }
+}
+
+TEST(ShelfDesign, KestrawnShelfQAndSpread) {
+    // Below 0.707 the corner spread is ignored.
+    for (double hz : {200.0, 1000.0, 4000.0})
+        EXPECT_NEAR(bandDb(shelf(kEngineHighShelf, kShelfKestrawn, 9.0f, 0.5f, 80.0f), hz),
+                    bandDb(shelf(kEngineHighShelf, kShelfKestrawn, 9.0f, 0.5f, 0.0f), hz), kTightDb);
+    // At 0 dB the shelf is flat whatever Q and spread say.
+    for (double hz : {50.0, 1000.0, 9000.0})
+        EXPECT_NEAR(bandDb(shelf(kEngineLowShelf, kShelfKestrawn, 0.0f, 5.0f, 60.0f), hz), 0.0, kTightDb);
+    // Above 0.707, spreading the corners changes the curve near the corner.
+    EXPECT_GT(std::fabs(bandDb(shelf(kEngineHighShelf, kShelfKestrawn, 12.0f, 3.0f, 80.0f), kBandHz) -
+                        bandDb(shelf(kEngineHighShelf, kShelfKestrawn, 12.0f, 3.0f, 0.0f), kBandHz)),
+              0.1);
+}
+
+TEST(ShelfDesign, FirstOrderShelvesAndTilt) {
+    const BandShape high = shelf(kEngineHighShelf, kShelfFirstOrder, 6.0f);
+    EXPECT_NEAR(bandDb(high, kFarAboveHz), 6.0, 0.01);
+    EXPECT_NEAR(bandDb(high, kFarBelowHz), 0.0, 0.01);
+    const BandShape low = shelf(kEngineLowShelf, kShelfFirstOrder, -6.0f);
+    EXPECT_NEAR(bandDb(low, kFarBelowHz), -6.0, 0.01);
+    EXPECT_NEAR(bandDb(low, kFarAboveHz), 0.0, 0.01);
+    // Tilt pivots on the band frequency with a span of twice the gain.
+    const BandShape tiltHigh = shelf(kEngineHighShelf, kShelfTilt, 4.0f);
+    EXPECT_NEAR(bandDb(tiltHigh, kBandHz), 0.0, kTightDb);
+    EXPECT_NEAR(bandDb(tiltHigh, kFarAboveHz), 4.0, 0.01);
+    EXPECT_NEAR(bandDb(tiltHigh, kFarBelowHz), -4.0, 0.01);
+    const BandShape tiltLow = shelf(kEngineLowShelf, kShelfTilt, 4.0f);
+    EXPECT_NEAR(bandDb(tiltLow, kFarBelowHz), 4.0, 0.01);
+    EXPECT_NEAR(bandDb(tiltLow, kFarAboveHz), -4.0, 0.01);
+}
+
+TEST(ShelfDesign, UnknownSubtypeIsFlat) {
+    for (double hz : {10.0, 1000.0, 20000.0})
+        EXPECT_NEAR(bandDb(shelf(kEngineLowShelf, 12, 9.0f), hz), 0.0, kTightDb);
+}
