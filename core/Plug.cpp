@@ -468,6 +468,34 @@ int32_t Plug::msMaskFromState() const {
     return ((v >> 3) & 1) | (((v >> 2) & 1) << 1) | (((v >> 1) & 1) << 2) | ((v & 1) << 3);
 }
 
+BandMappingContext Plug::bandMappingContext() const {
+    BandMappingContext context;
+    context.scale = table[kScale].value;
+    context.frequencyShift = table[kFShift].value;
+    context.pitchFactor = pitchFactor;
+    context.minFrequency = minFrequency;
+    context.maxFrequency = maxFrequency;
+    context.listenBand = autoListenBand;
+    context.listenGainMode = std::max(0, settings->globalValue("AutoListen Gain"));
+    context.listenQMode = std::max(0, settings->globalValue("AutoListen Q"));
+    return context;
+}
+
+BandShape Plug::bandShapeOn(int32_t band, int32_t channel) const {
+    BandShape shape;
+    if (band < 0 || band >= kNumBands) {
+        shape.state = 1;
+        return shape;
+    }
+    const BandMappingContext context = bandMappingContext();
+    shape = mapBandShape(table.get(), band, context);
+    const int32_t channels = std::min(getChannelCount(), int32_t(kMaxChannels));
+    const int32_t groups = int32_t(table[bandParam(band, kFieldGroups)].value);
+    const int32_t mask = bandChannelMask(groups, groupMask, channels);
+    if (channel < 0 || channel >= channels || !((mask >> channel) & 1)) shape.state = 1;
+    return shape;
+}
+
 void Plug::refreshEngine(bool force) {
     if (!engineLock.try_lock()) {
         refreshPending = true;

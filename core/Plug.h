@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "core/BandMapping.h"
 #include "core/ChannelLayout.h"
 #include "core/EQBank.h"
 #include "core/PlugBaseJSON.h"
@@ -100,6 +101,10 @@ public:
     bool isOffline() const { return offline; }
     double getPitchFactor() const { return pitchFactor; }
     EQBank& getBank() { return bank; }
+    // Control thread. What the table, the groups and the band under
+    // AutoListen give the band object of `band` on channel slot `channel`;
+    // a band that does not act on the channel comes back bypassed.
+    BandShape bandShapeOn(int32_t band, int32_t channel) const;
     // Locks bits of a program's lock mask; locked parameters ignore setParameter.
     void setParameterLocked(int32_t program, int32_t index, bool locked);
 
@@ -129,6 +134,7 @@ private:
     void assignParameterGroups();
     void clearAudioState();
     int32_t msMaskFromState() const;
+    BandMappingContext bandMappingContext() const;
     bool isLocked(int32_t index) const;
 
     // Named seams of layers that stand beside the effect core: the instance
@@ -189,6 +195,8 @@ private:
     int32_t msMask = 0xF;
     int32_t soloMask = 0;
     int32_t listenMask = 0;
+    // Channel bit mask of each group; group i starts as channel i.
+    int32_t groupMask[kMaxChannels] = {1, 2, 4, 8, 16, 32, 64, 128};
 
     // ---- Meters ----
     double attackCoefficient = 1.0;

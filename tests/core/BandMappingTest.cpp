@@ -1,0 +1,108 @@
+// From the band rows of the table to the settings of the band objects: the
+// scale and frequency shift, on/off, types, the group bits that choose the
+// channels, and what AutoListen puts in place of a band's own settings.
+
+#include <gtest/gtest.h>
+
+#include "TestHost.h"
+#include "core/BandMapping.h"
+#include "dsp/AnalogueSection.h"
+
+namespace {
+
+void setReal(Plug& fx, int32_t index, double real) {
+    fx.setParameter(index, float(curveToNorm(*fx.getRow(index), real)));
+}
+
+}  // namespace
+
+TEST(BandMapping, GainFollowsScaleAndFrequencyFollowsShift) {
+    auto fx = makePlug(2);
+    setReal(*fx, bandParam(0, kFieldState), kBandOn);
+    setReal(*fx, bandParam(0, kFieldGain), 0.5);
+    setReal(*fx, bandParam(0, kFieldFrequency), 1000.0);
+    setReal(*fx, kScale, 12.0);
+    setReal(*fx, kFShift, 150.0);
+    const BandShape s = fx->bandShapeOn(0, 0);
+    EXPECT_EQ(s.state, 0);
+    EXPECT_EQ(s.type, kEnginePeak);
+    EXPECT_NEAR(s.gain, 6.0f, 1e-5);
+    EXPECT_NEAR(s.frequency, 1500.0f, 0.01f);
+    // The shifted frequency stays inside the limits of the rate.
+    setReal(*fx, bandParam(0, kFieldFrequency), 20000.0);
+    EXPECT_LE(fx->bandShapeOn(0, 0).frequency, fx->getMaxFrequency());
+}
+
+TEST(BandMapping, OnlyTheOnStateIsLiveAndPassFiltersCarryNoGain) {
+    auto fx = makePlug(2);
+    setReal(*fx, bandParam(3, kFieldGain), 0.5);
+    for (int32_t state : {kBandOff, kBandBypassed}) {
+        setReal(*fx, bandParam(3, kFieldState), state);
+        EXPECT_EQ(fx->bandShapeOn(3, 0).state, 1);
+    }
+    setReal(*fx, bandParam(3, kFieldState), kBandOn);
+    setReal(*fx, bandParam(3, kFieldType), kTypeHPF);
+    setReal(*fx, bandParam(3, kFieldSlope), 48.0);
+    const BandShape s = fx->bandShapeOn(3, 1);
+    EXPECT_EQ(s.type, kEngineHighPass);
+    EXPECT_EQ(s.gain, 0.0f);
+    EXPECT_EQ(s.slope, 8);
+    setReal(*fx, bandParam(3, kFieldType), kTypeLowShelf);
+    EXPECT_EQ(fx->bandShapeOn(3, 1).slope, 2);
+    EXPECT_EQ(fx->bandShapeOn(3, 1).type, kEngineLowShelf);
+    // Out of range band or channel: a bypassed band, no crash.
+    EXPECT_EQ(fx->bandShapeOn(32, 0).state, 1);
+    EXPECT_EQ(fx->bandShapeOn(3, 2).state, 1);
+}
+
+TEST(BandMapping, GroupBitsChooseTheChannels) {
+    auto fx = makePlug(2);
+    setReal(*fx, bandParam(0, kFieldState), kBandOn);
+    setReal(*fx, bandParam(0, kFieldGroups), 128);  // group 1 only: the first channel, or mid
+    EXPECT_EQ(fx->bandShapeOn(0, 0).state, 0);
+    EXPECT_EQ(fx->bandShapeOn(0, 1).state, 1);
+    setReal(*fx, bandParam(0, kFieldGroups), 64);
+    EXPECT_EQ(fx->bandShapeOn(0, 0).state, 1);
+    EXPECT_EQ(fx->bandShapeOn(0, 1).state, 0);
+
+    const int32_t groups[8] = {1, 3, 4, 8, 16, 32, 64, 128};
+    EXPECT_EQ(bandChannelMask(64, groups, 2), 3);   // a group may hold several channels
+    EXPECT_EQ(bandChannelMask(255, groups, 1), 1);  // mono reads bit 7 alone
+    EXPECT_EQ(bandChannelMask(127, groups, 1), 0);
+    EXPECT_EQ(bandChannelMask(1, groups, 6), 0);    // a group beyond the channels has no effect
+}
+
+TEST(BandMapping, AutoListenHearsOneBandThroughItsListeningType) {
+    ParamRow table[kNumParams];
+    std::copy_n(staticParamTable(), kNumParams, table);
+    auto set = [&](int32_t band, int32_t field, float v) { table[bandParam(band, field)].value = v; };
+    set(2, kFieldState, kBandBypassed);
+    set(2, kFieldType, kTypeLowShelf);
+    set(2, kFieldGain, 0.25f);
+    set(2, kFieldQ, 9.0f);
+    set(5, kFieldState, kBandOn);
+
+    BandMappingContext context;
+    context.scale = 24.0f;
+    context.listenBand = 2;
+    const BandShape heard = mapBandShape(table, 2, context);
+    EXPECT_EQ(heard.state, 0);  // heard although bypassed
+    EXPECT_EQ(heard.type, kEngineLowPass);
+    EXPECT_FLOAT_EQ(heard.gain, 6.0f);  // "Correct" keeps the gain
+    EXPECT_FLOAT_EQ(heard.q, 4.0f);     // pass filters never ring harder than Q 4
+
+    const BandShape silent = mapBandShape(table, 5, context);
+    EXPECT_EQ(silent.state, 1);
+    EXPECT_EQ(silent.type, kEngineFlat);
+
+    set(2, kFieldType, kTypeNotch);
+    context.listenQMode = 1;
+    const BandShape notch = mapBandShape(table, 2, context);
+    EXPECT_EQ(notch.type, kEngineListenBandPass);
+    EXPECT_EQ(notch.subtype, 0);
+    EXPECT_EQ(notch.gain, 0.0f);
+    EXPECT_FLOAT_EQ(notch.q, 12.0f);
+    context.listenGainMode = 1;
+    EXPECT_FLOAT_EQ(mapBandShape(table, 2, context).gain, 12.0f);
+    EXPECT_EQ(engineTypeFor(7, false), kEngineFlat);
+}
