@@ -1,5 +1,6 @@
 #include "tools/render/RenderCommand.h"
 
+#include <algorithm>
 #include <new>
 
 #include "tools/render/ChannelOrder.h"
@@ -9,6 +10,7 @@
 #include "tools/render/RenderError.h"
 #include "tools/render/RenderOptions.h"
 #include "tools/render/Renderer.h"
+#include "tools/render/ResponseReport.h"
 
 namespace {
 
@@ -23,6 +25,17 @@ void listParameters(const RenderOptions& options, Diagnostics& diagnostics, std:
     std::fflush(out);
 }
 
+void writeResponse(const RenderOptions& options, Diagnostics& diagnostics, std::FILE* out) {
+    const double rate = options.rate.value_or(kListingRate);
+    const int32_t channels = options.channels.value_or(std::max(kListingChannels, options.responseChannel));
+    EffectHost host(channels, fileChannelLayout(channels), rate, options.block);
+    host.applyAssignments(options.assignments, diagnostics);
+    host.start();
+    const ResponseTable table = channelResponse(host.effect(), options.responseChannel - 1,
+                                                options.responsePoints, rate / 2.0);
+    writeResponseCsv(table, options.response, out);
+}
+
 }  // namespace
 
 int runRenderCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
@@ -35,6 +48,8 @@ int runRenderCommand(const std::vector<std::string>& args, std::FILE* out, std::
         Diagnostics diagnostics(err, options.quiet);
         if (options.listParams) {
             listParameters(options, diagnostics, out);
+        } else if (!options.response.empty()) {
+            writeResponse(options, diagnostics, out);
         } else {
             Renderer(options, diagnostics).run();
         }

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <string>
 
 #include "tools/render/RenderError.h"
 
@@ -10,6 +11,8 @@ namespace {
 constexpr const char* kUsage =
     "usage: fenwoldrine-render [options] INPUT OUTPUT\n"
     "       fenwoldrine-render --list-params [--set NAME=VALUE ...]\n"
+    "       fenwoldrine-render --response FILE [--rate HZ] [--points N]\n"
+    "                          [--channel C] [--channels N] [--set NAME=VALUE ...]\n"
     "\n"
     "Renders INPUT through the Fenwoldrine equaliser offline and writes OUTPUT.\n"
     "Reads WAV, AIFF, FLAC, W64 and CAF with 1 to 8 channels (mono, stereo, LCR,\n"
@@ -27,7 +30,16 @@ constexpr const char* kUsage =
     "                    (default: TPDF dither, reproducible from render to render)\n"
     "  --tail SECONDS    append that much silence so filters can ring out\n"
     "  --block N         host block size, 1..8192 (default 512)\n"
-    "  --rate HZ         sample rate for work without an input file\n"
+    "  --rate HZ         sample rate for work without an input file (default 48000)\n"
+    "  --response FILE   write the frequency response of the bands acting on one\n"
+    "                    channel as CSV (hz,analogue_db,analogue_deg) instead of\n"
+    "                    rendering; '-' writes to standard output. The grid runs\n"
+    "                    logarithmically from 10 Hz to Nyquist, with the frequency\n"
+    "                    of every active band added to it\n"
+    "  --points N        grid points of --response, 2..1000000 (default 512)\n"
+    "  --channel C       channel of --response, 1..8 (default 1)\n"
+    "  --channels N      channels of the instance for --response, 1..8\n"
+    "                    (default 2, or C when C is larger)\n"
     "  --list-params     list every parameter: index, name, unit, minimum,\n"
     "                    maximum, default and choices, tab separated\n"
     "  --quiet           no progress bar and no notes (warnings still appear)\n"
@@ -36,7 +48,7 @@ constexpr const char* kUsage =
     "exit status: 0 done, 1 the output could not be written, 2 bad usage or input\n";
 
 // An option that takes a value.
-enum class Valued { kSet, kFormat, kBits, kTail, kBlock, kRate };
+enum class Valued { kSet, kFormat, kBits, kTail, kBlock, kRate, kResponse, kPoints, kChannel, kChannels };
 
 struct ValuedOption {
     const char* name;
@@ -46,6 +58,8 @@ struct ValuedOption {
 constexpr ValuedOption kValuedOptions[] = {
     {"--set", Valued::kSet},     {"--format", Valued::kFormat}, {"--bits", Valued::kBits},
     {"--tail", Valued::kTail},   {"--block", Valued::kBlock},   {"--rate", Valued::kRate},
+    {"--response", Valued::kResponse}, {"--points", Valued::kPoints}, {"--channel", Valued::kChannel},
+    {"--channels", Valued::kChannels},
 };
 
 std::optional<double> parseNumber(const std::string& text) {
@@ -56,6 +70,15 @@ std::optional<double> parseNumber(const std::string& text) {
     const auto [end, ec] = std::from_chars(first, last, x);
     if (ec != std::errc() || end != last || first == last || !std::isfinite(x)) return std::nullopt;
     return x;
+}
+
+// A whole number from lo to hi, or a usage error naming the option.
+int32_t wholeNumber(const std::string& option, const std::string& value, int32_t lo, int32_t hi) {
+    const std::optional<double> n = parseNumber(value);
+    if (!n || *n != std::floor(*n) || *n < lo || *n > hi)
+        throw usageError("bad " + option + " '" + value + "': give a whole number from " + std::to_string(lo) +
+                         " to " + std::to_string(hi));
+    return int32_t(*n);
 }
 
 void applyValued(RenderOptions& o, Valued which, const std::string& value) {
@@ -78,13 +101,16 @@ void applyValued(RenderOptions& o, Valued which, const std::string& value) {
             o.tailSeconds = *s;
             return;
         }
-        case Valued::kBlock: {
-            const std::optional<double> n = parseNumber(value);
-            if (!n || *n != std::floor(*n) || *n < 1.0 || *n > RenderOptions::kMaxBlock)
-                throw usageError("bad --block '" + value + "': give a whole number from 1 to 8192");
-            o.block = int32_t(*n);
+        case Valued::kBlock: o.block = wholeNumber("--block", value, 1, RenderOptions::kMaxBlock); return;
+        case Valued::kResponse:
+            if (value.empty()) throw usageError("--response needs a file name, or '-' for standard output");
+            o.response = value;
             return;
-        }
+        case Valued::kPoints:
+            o.responsePoints = wholeNumber("--points", value, 2, RenderOptions::kMaxResponsePoints);
+            return;
+        case Valued::kChannel: o.responseChannel = wholeNumber("--channel", value, 1, 8); return;
+        case Valued::kChannels: o.channels = wholeNumber("--channels", value, 1, 8); return;
         case Valued::kRate: {
             const std::optional<double> r = parseNumber(value);
             if (!r || *r < 1000.0 || *r > 768000.0)
@@ -145,11 +171,19 @@ RenderOptions parseCommandLine(const std::vector<std::string>& args) {
         if (!files.empty()) throw usageError("--list-params takes no files, got '" + files.front() + "'");
         return o;
     }
+    if (!o.response.empty()) {
+        if (!files.empty()) throw usageError("--response takes no audio files, got '" + files.front() + "'");
+        if (o.channels && o.responseChannel > *o.channels)
+            throw usageError("--channel " + std::to_string(o.responseChannel) + " is beyond --channels " +
+                             std::to_string(*o.channels));
+        return o;
+    }
     if (files.empty()) throw usageError("missing INPUT and OUTPUT (see --help)");
     if (files.size() == 1) throw usageError("missing OUTPUT after '" + files.front() + "' (see --help)");
     if (files.size() > 2) throw usageError("unexpected argument '" + files[2] + "' (see --help)");
     o.input = files[0];
     o.output = files[1];
     if (o.rate) throw usageError("--rate does not apply here: the sample rate comes from the input file");
+    if (o.channels) throw usageError("--channels does not apply here: the channels come from the input file");
     return o;
 }

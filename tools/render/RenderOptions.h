@@ -12,6 +12,8 @@ struct RenderOptions {
     static constexpr int32_t kDefaultBlock = 512;
     static constexpr int32_t kMaxBlock = 8192;
     static constexpr double kMaxTailSeconds = 3600.0;
+    static constexpr int32_t kDefaultResponsePoints = 512;
+    static constexpr int32_t kMaxResponsePoints = 1000000;
 
     std::string input;
     std::string output;
@@ -24,6 +26,10 @@ struct RenderOptions {
     bool dither = true;
     bool quiet = false;
     bool listParams = false;
+    std::string response;                 // --response FILE ("-" for standard output)
+    int32_t responsePoints = kDefaultResponsePoints;
+    int32_t responseChannel = 1;          // 1-based channel slot
+    std::optional<int32_t> channels;      // instance size for work without an input file
     bool help = false;
 };
 

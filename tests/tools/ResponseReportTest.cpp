@@ -1,0 +1,148 @@
+// The renderer's --response report from outside: the CSV it prints, the
+// grid, the bands it multiplies, the channel it looks at, and its failures.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "ToolTestSupport.h"
+
+namespace {
+
+struct Row {
+    double hz, db, deg;
+};
+
+struct Report {
+    std::string header;
+    std::vector<Row> rows;
+
+    // The row at hz, which must be on the grid to a hundredth of a hertz.
+    const Row* find(double hz) const {
+        for (const Row& r : rows)
+            if (std::fabs(r.hz - hz) < 0.005) return &r;
+        return nullptr;
+    }
+    const Row& at(double hz) const {
+        if (const Row* r = find(hz)) return *r;
+        throw std::runtime_error("no row at " + std::to_string(hz));
+    }
+};
+
+Report parse(const std::string& csv) {
+    Report report;
+    std::istringstream in(csv);
+    std::getline(in, report.header);
+    std::string line;
+    while (std::getline(in, line)) {
+        Row r{};
+        char c1 = 0, c2 = 0;
+        std::istringstream fields(line);
+        fields >> r.hz >> c1 >> r.db >> c2 >> r.deg;
+        if (!fields || c1 != ',' || c2 != ',') throw std::runtime_error("bad row: " + line);
+        report.rows.push_back(r);
+    }
+    return report;
+}
+
+Report response(std::vector<std::string> args) {
+    args.insert(args.begin(), {"--response", "-"});
+    const RunResult r = runRenderer(args);
+    EXPECT_EQ(r.status, 0) << r.err;
+    return parse(r.out);
+}
+
+const std::vector<std::string> kPeak12At1k = {"--set", "Band1 State=On", "--set", "Band1 Type=Peak",
+                                              "--set", "Band1 Gain=12",   "--set", "Band1 Frequency=1000",
+                                              "--set", "Band1 Q=1"};
+
+}  // namespace
+
+TEST(ResponseReport, PeakShowsItsGainAtItsFrequencyOnAGridToNyquist) {
+    const Report report = response(kPeak12At1k);
+    EXPECT_EQ(report.header, "hz,analogue_db,analogue_deg");
+    ASSERT_EQ(report.rows.size(), 513u);  // 512 grid points and the band's own frequency
+    EXPECT_DOUBLE_EQ(report.rows.front().hz, 10.0);
+    EXPECT_DOUBLE_EQ(report.rows.back().hz, 24000.0);
+    EXPECT_NEAR(report.at(1000.0).db, 12.0, 1e-4);
+    EXPECT_NEAR(report.at(1000.0).deg, 0.0, 1e-3);  // a peak has no phase shift at its centre
+    EXPECT_NEAR(report.rows.front().db, 0.0, 0.05);
+    for (size_t i = 1; i < report.rows.size(); ++i) ASSERT_GT(report.rows[i].hz, report.rows[i - 1].hz);
+}
+
+TEST(ResponseReport, BandsMultiplyAndFlatWithoutBands) {
+    for (const Row& r : response({}).rows) ASSERT_EQ(r.db, 0.0);
+
+    std::vector<std::string> lowPass = {"--rate", "96000", "--points", "100"};
+    for (const char* s : {"Band2 State=On", "Band2 Type=LPF", "Band2 Subtype=Butterworth", "Band2 Slope=24",
+                          "Band2 Frequency=8000"}) {
+        lowPass.push_back("--set");
+        lowPass.push_back(s);
+    }
+    std::vector<std::string> both = lowPass;
+    both.insert(both.end(), kPeak12At1k.begin(), kPeak12At1k.end());
+    std::vector<std::string> peakOnly = kPeak12At1k;
+    peakOnly.insert(peakOnly.end(), {"--rate", "96000", "--points", "100"});
+
+    const Report lp = response(lowPass), pk = response(peakOnly), sum = response(both);
+    EXPECT_DOUBLE_EQ(lp.rows.back().hz, 48000.0);
+    // A Butterworth low pass is 3 dB down at its corner.
+    EXPECT_NEAR(lp.at(8000.0).db, -10.0 * std::log10(2.0), 1e-4);
+    // Levels add and angles add (modulo a turn) when bands are multiplied;
+    // the printed figures carry 1e-4 each.
+    int compared = 0;
+    for (const Row& r : lp.rows) {
+        const Row* p = pk.find(r.hz);
+        if (!p) continue;  // the band frequencies are not on every grid
+        const Row& s = sum.at(r.hz);
+        EXPECT_NEAR(s.db, r.db + p->db, 3e-4) << r.hz;
+        EXPECT_NEAR(std::remainder(s.deg - r.deg - p->deg, 360.0), 0.0, 3e-4) << r.hz;
+        ++compared;
+    }
+    EXPECT_EQ(compared, 100);
+}
+
+TEST(ResponseReport, LooksAtTheChannelAsked) {
+    std::vector<std::string> args = kPeak12At1k;
+    args.insert(args.end(), {"--set", "Band1 Groups=128"});
+    std::vector<std::string> second = args;
+    second.insert(second.end(), {"--channel", "2"});
+    EXPECT_NEAR(response(args).at(1000.0).db, 12.0, 1e-4);
+    const Report other = response(second);
+    for (const Row& r : other.rows) ASSERT_EQ(r.db, 0.0);
+
+    std::vector<std::string> surround = kPeak12At1k;
+    surround.insert(surround.end(), {"--channel", "6"});
+    EXPECT_NEAR(response(surround).at(1000.0).db, 12.0, 1e-4);
+}
+
+TEST(ResponseReport, WritesAFileAndRefusesBadRequests) {
+    ScratchDir dir;
+    std::vector<std::string> args = {"--response", dir / "curve.csv", "--points", "2"};
+    RunResult r = runRenderer(args);
+    ASSERT_EQ(r.status, 0) << r.err;
+    std::ifstream file(dir / "curve.csv");
+    std::stringstream text;
+    text << file.rdbuf();
+    EXPECT_EQ(parse(text.str()).rows.size(), 2u);
+
+    const std::vector<std::vector<std::string>> bad = {
+        {"--response", "-", "in.wav", "out.wav"},
+        {"--response", "-", "--points", "1"},
+        {"--response", "-", "--channel", "3", "--channels", "2"},
+        {"--response", "-", "--channel", "9"},
+        {"--response", "-", "--set", "Band1 Wobble=3"},
+        {"in.wav", "out.wav", "--channels", "2"},
+    };
+    for (const auto& a : bad) {
+        r = runRenderer(a);
+        EXPECT_EQ(r.status, 2) << a[2];
+        EXPECT_NE(r.err.find("fenwoldrine-render: "), std::string::npos);
+    }
+    r = runRenderer({"--response", dir / "missing/curve.csv"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("cannot write"), std::string::npos) << r.err;
+}

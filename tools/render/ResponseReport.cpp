@@ -1,0 +1,79 @@
+#include "tools/render/ResponseReport.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <complex>
+#include <cstring>
+#include <numbers>
+
+#include "core/Plug.h"
+#include "dsp/BandDesign.h"
+#include "tools/render/RenderError.h"
+
+namespace {
+
+constexpr double kLowestHz = 10.0;
+constexpr double kDegreesPerRadian = 180.0 / std::numbers::pi;
+
+}  // namespace
+
+std::vector<double> responseGrid(double nyquist, int32_t points, const std::vector<double>& extra) {
+    std::vector<double> grid;
+    grid.reserve(size_t(points) + extra.size());
+    const double span = std::log(nyquist / kLowestHz);
+    for (int32_t i = 0; i < points; ++i) {
+        const double t = points > 1 ? double(i) / double(points - 1) : 0.0;
+        grid.push_back(i == points - 1 && points > 1 ? nyquist : kLowestHz * std::exp(span * t));
+    }
+    for (double hz : extra)
+        if (hz > kLowestHz && hz < nyquist) grid.push_back(hz);
+    std::sort(grid.begin(), grid.end());
+    grid.erase(std::unique(grid.begin(), grid.end()), grid.end());
+    return grid;
+}
+
+ResponseTable channelResponse(const Plug& effect, int32_t channel, int32_t points, double nyquist) {
+    std::vector<SectionSet> designs;
+    std::vector<double> bandHz;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        const BandShape shape = effect.bandShapeOn(b, channel);
+        if (shape.state != 0) continue;
+        SectionSet set{};
+        designBand(shape, false, &set);
+        designs.push_back(set);
+        bandHz.push_back(shape.frequency);
+    }
+
+    ResponseTable table;
+    table.columns = {"hz", "analogue_db", "analogue_deg"};
+    for (double hz : responseGrid(nyquist, points, bandHz)) {
+        std::complex<double> h(1.0, 0.0);
+        for (const SectionSet& set : designs) h *= analogueResponse(set.section, set.count, hz);
+        table.rows.push_back({hz, 20.0 * std::log10(std::abs(h)), std::arg(h) * kDegreesPerRadian});
+    }
+    return table;
+}
+
+void writeResponseCsv(const ResponseTable& table, const std::string& path, std::FILE* out) {
+    const bool toStdout = path == "-";
+    std::FILE* f = toStdout ? out : std::fopen(path.c_str(), "w");
+    if (!f) throw writeError("cannot write '" + path + "': " + std::strerror(errno));
+    for (size_t c = 0; c < table.columns.size(); ++c)
+        std::fprintf(f, "%s%s", c ? "," : "", table.columns[c].c_str());
+    std::fputc('\n', f);
+    for (const std::vector<double>& row : table.rows) {
+        // Frequencies to the hundredth of a hertz; levels and angles to 1e-4.
+        std::fprintf(f, "%.2f", row[0]);
+        for (size_t c = 1; c < row.size(); ++c) std::fprintf(f, ",%.4f", row[c]);
+        std::fputc('\n', f);
+    }
+    const bool failed = std::ferror(f) != 0;
+    if (toStdout) {
+        std::fflush(f);
+    } else if (std::fclose(f) != 0 || failed) {
+        std::remove(path.c_str());
+        throw writeError("cannot write '" + path + "'");
+    }
+    if (failed) throw writeError("cannot write the response");
+}
