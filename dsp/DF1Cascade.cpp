@@ -1,0 +1,202 @@
+#include "dsp/DF1Cascade.h"
+
+#include <cmath>
+#include <complex>
+#include <cstring>
+#include <numbers>
+
+namespace {
+
+constexpr DigitalSection kUnitSection{1.0, 0.0, 0.0, 0.0, 0.0};
+constexpr DigitalSection kZeroStep{0.0, 0.0, 0.0, 0.0, 0.0};
+constexpr double kRampStepScale = 0.001;  // 1 / kRampSamples
+
+// A double whose exponent field is below 2: a denormal or nearly one. The
+// history is cleared of these so the recursion never runs on denormals.
+inline bool isTiny(double x) noexcept {
+    uint64_t bits;
+    std::memcpy(&bits, &x, sizeof bits);
+    return ((bits >> 32) & 0x7fe00000u) == 0;
+}
+
+inline double* coefficients(DigitalSection& s) noexcept { return &s.b0; }
+inline const double* coefficients(const DigitalSection& s) noexcept { return &s.b0; }
+
+}  // namespace
+
+DF1Cascade::DF1Cascade() {
+    for (int32_t i = 0; i < kMaxSections; ++i) {
+        live[i] = kUnitSection;
+        target[i] = kUnitSection;
+        step[i] = kZeroStep;
+    }
+}
+
+void DF1Cascade::clearState() { std::memset(history, 0, sizeof history); }
+
+void DF1Cascade::resetCoefficients(bool immediate) {
+    if (!immediate) {
+        DigitalSection flat[kMaxSections] = {kUnitSection, kUnitSection, kUnitSection, kUnitSection};
+        setCoefficients(flat, getSectionCount());
+        return;
+    }
+    for (int32_t i = 0; i < kMaxSections; ++i) {
+        live[i] = kUnitSection;
+        target[i] = kUnitSection;
+        step[i] = kZeroStep;
+    }
+    rampCount.store(-1, std::memory_order_release);
+}
+
+int32_t DF1Cascade::getCoefficients(DigitalSection* out) const {
+    const int32_t count = getSectionCount();
+    for (int32_t i = 0; i < count; ++i) out[i] = target[i];
+    return count;
+}
+
+void DF1Cascade::setCoefficients(const DigitalSection* in, int32_t count) {
+    if (count > kMaxSections) count = kMaxSections;
+    bool startRamp = count != getSectionCount();
+    sectionCount.store(count, std::memory_order_relaxed);
+    for (int32_t i = 0; i < count; ++i) {
+        const double* from = coefficients(in[i]);
+        double* to = coefficients(target[i]);
+        double* by = coefficients(step[i]);
+        const double* now = coefficients(live[i]);
+        for (int k = 0; k < 5; ++k) {
+            const double difference = from[k] - now[k];
+            to[k] = from[k];
+            by[k] = difference * kRampStepScale;
+            // NaN counts as a difference too.
+            if (!(difference == 0.0)) startRamp = true;
+        }
+    }
+    if (startRamp) rampCount.store(kRampSamples, std::memory_order_release);
+}
+
+void DF1Cascade::processDouble(double* x, int32_t n) noexcept {
+    if (n <= 0) return;
+    const int32_t ramp = rampCount.load(std::memory_order_acquire);
+    const int32_t count = getSectionCount();
+    if (unity != 0 && ramp < 1) {
+        // A flat band at rest: untouched in series, silent in the parallel branch.
+        if (parallel) std::memset(x, 0, sizeof(double) * size_t(n > 0 ? n : 0));
+        return;
+    }
+    for (int32_t s = 0; s < count; ++s) {
+        double* h = history[s];
+        for (int k = 0; k < 4; ++k)
+            if (isTiny(h[k])) h[k] = 0.0;
+        double x1 = h[0], x2 = h[1], y1 = h[2], y2 = h[3];
+        if (ramp < 0) {
+            const DigitalSection c = live[s];
+            for (int32_t i = 0; i < n; ++i) {
+                const double in = x[i];
+                const double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
+                x2 = x1;
+                x1 = in;
+                y2 = y1;
+                y1 = y;
+                x[i] = y;
+            }
+        } else {
+            DigitalSection& c = live[s];
+            const double* to = coefficients(target[s]);
+            const double* by = coefficients(step[s]);
+            double* now = coefficients(c);
+            int32_t position = ramp;
+            for (int32_t i = 0; i < n; ++i, --position) {
+                if (position >= 0)
+                    for (int k = 0; k < 5; ++k) now[k] = to[k] - double(position) * by[k];
+                const double in = x[i];
+                const double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
+                x2 = x1;
+                x1 = in;
+                y2 = y1;
+                y1 = y;
+                x[i] = y;
+            }
+        }
+        h[0] = x1, h[1] = x2, h[2] = y1, h[3] = y2;
+        // One non-finite sample must not poison the band for good.
+        if (!std::isfinite(x1) || !std::isfinite(x2) || !std::isfinite(y1) || !std::isfinite(y2))
+            std::memset(h, 0, sizeof(double) * 4);
+    }
+    if (ramp >= 0 && n > 0) rampCount.fetch_sub(n, std::memory_order_relaxed);
+}
+
+void DF1Cascade::processFloat(float* x, int32_t n) noexcept {
+    if (n <= 0) return;
+    // The single-precision path of a host buffer: stopped by the state too,
+    // and flushing tiny values through an add and subtract of 1e-30.
+    const int32_t ramp = rampCount.load(std::memory_order_acquire);
+    const int32_t count = getSectionCount();
+    if ((shape.state != 0 || unity != 0) && ramp < 1) return;
+    constexpr double kFlush = 1e-30;
+    constexpr double kRoundingNudge = 1e-15;
+    for (int32_t s = 0; s < count; ++s) {
+        double* h = history[s];
+        double x1 = h[0], x2 = h[1], y1 = h[2], y2 = h[3];
+        DigitalSection& c = live[s];
+        const double* to = coefficients(target[s]);
+        const double* by = coefficients(step[s]);
+        double* now = coefficients(c);
+        int32_t position = ramp;
+        for (int32_t i = 0; i < n; ++i, --position) {
+            if (position >= 0)
+                for (int k = 0; k < 5; ++k) now[k] = to[k] - double(position) * by[k];
+            const double in = x[i];
+            double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
+            y = y + kFlush - kFlush;
+            x2 = x1;
+            x1 = in;
+            y2 = y1;
+            y1 = y;
+            const float rounded = float(y);
+            const float nudged = float(double(rounded) + kRoundingNudge);
+            x[i] = float(double(nudged) - kRoundingNudge);
+        }
+        h[0] = x1, h[1] = x2, h[2] = y1, h[3] = y2;
+    }
+    if (ramp >= 0 && n > 0) rampCount.fetch_sub(n, std::memory_order_relaxed);
+}
+
+double DF1Cascade::magnitudeAt(double hz, double* phaseOut) const {
+    const double w = 2.0 * std::numbers::pi * hz / sampleRate;
+    const double w2 = 4.0 * std::numbers::pi * hz / sampleRate;
+    const double cw = std::cos(w), sw = std::sin(w), c2w = std::cos(w2), s2w = std::sin(w2);
+    double num = 1.0, den = 1.0, phase = 0.0;
+    const int32_t count = getSectionCount();
+    for (int32_t i = 0; i < count; ++i) {
+        const DigitalSection& t = target[i];
+        // The section in positive powers of z.
+        const double nr = t.b0 * c2w + t.b1 * cw + t.b2, ni = t.b0 * s2w + t.b1 * sw;
+        const double dr = c2w + t.a1 * cw + t.a2, di = s2w + t.a1 * sw;
+        num *= nr * nr + ni * ni;
+        den *= dr * dr + di * di;
+        phase += std::atan2(dr * ni - di * nr, di * ni + dr * nr);
+    }
+    if (phaseOut) *phaseOut = phase;
+    if (std::fabs(den) < 1e-20 && std::fabs(num) > std::fabs(den)) return std::fabs(num) < 1e-20 ? 1.0 : 0.0;
+    return std::sqrt(num / den);
+}
+
+void DF1Cascade::responseAt(double hz, double* re, double* im) const {
+    const double w = 2.0 * std::numbers::pi * hz / sampleRate;
+    const double w2 = 4.0 * std::numbers::pi * hz / sampleRate;
+    const std::complex<double> z1(std::cos(w), std::sin(w)), z2(std::cos(w2), std::sin(w2));
+    std::complex<double> num(1.0, 0.0), den(1.0, 0.0);
+    const int32_t count = getSectionCount();
+    for (int32_t i = 0; i < count; ++i) {
+        const DigitalSection& t = target[i];
+        num *= t.b0 * z2 + t.b1 * z1 + t.b2;
+        den *= z2 + t.a1 * z1 + t.a2;
+    }
+    std::complex<double> h;
+    if (std::norm(den) == 0.0)
+        h = {num.real() == 0.0 ? 1.0 : 0.0, num.imag() == 0.0 ? 1.0 : 0.0};
+    else
+        h = num / den;
+    if (re) *re = h.real();
+    if (im) *im = h.imag();
+}

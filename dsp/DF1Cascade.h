@@ -1,0 +1,45 @@
+#pragma once
+// The running filter of a band: up to four biquads in direct form 1, in
+// series, in double precision. New coefficients arrive from the designing
+// thread without a lock, as a linear ramp of every coefficient over 1000
+// samples; `target` and `step` are stored before `rampCount`, so the audio
+// thread sees a ramp start only once its end point is in place. A torn read
+// costs at most a brief wrong ramp.
+
+#include <atomic>
+#include <cstdint>
+
+#include "dsp/EQ.h"
+
+class DF1Cascade : public EQ {
+public:
+    static constexpr int32_t kRampSamples = 1000;
+
+    DF1Cascade();
+
+    // Control thread.
+    void clearState() override;
+    void resetCoefficients(bool immediate) override;
+    int32_t getCoefficients(DigitalSection* out) const override;
+    void setCoefficients(const DigitalSection* in, int32_t count) override;
+    // Response of the coefficients being ramped to, at hz for the band's rate.
+    double magnitudeAt(double hz, double* phaseOut) const override;
+    void responseAt(double hz, double* re, double* im) const override;
+
+    // Audio thread: no allocation, no locks.
+    void processDouble(double* samples, int32_t count) noexcept override;
+    void processFloat(float* samples, int32_t count) noexcept override;
+
+    int32_t getSectionCount() const { return sectionCount.load(std::memory_order_relaxed); }
+    bool isRamping() const { return rampCount.load(std::memory_order_relaxed) >= 0; }
+
+protected:
+    double history[kMaxSections][4] = {};  // per section: x1, x2, y1, y2
+    DigitalSection live[kMaxSections];
+    std::atomic<int32_t> sectionCount{0};
+    // Samples left in the ramp; negative when idle. Stored last, with
+    // release, after target and step.
+    std::atomic<int32_t> rampCount{-1};
+    DigitalSection target[kMaxSections];
+    DigitalSection step[kMaxSections];
+};

@@ -1,0 +1,162 @@
+// The running filter: the recursion against the difference equation done by
+// hand, the 1000-sample coefficient ramp, unity skipping, the response
+// against a naive DFT of the impulse response, and recovery from NaN.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <numbers>
+#include <vector>
+
+#include "dsp/DF1Cascade.h"
+
+namespace {
+
+// The running filter alone: coefficients are set by hand.
+class HandSetFilter final : public DF1Cascade {
+public:
+    HandSetFilter() { setSampleRate(48000.0f); }
+    void rebuild() override {}
+    void setParallelFlag(bool on) { parallel = on; }
+};
+
+constexpr DigitalSection kLowPassish{0.2, 0.3, 0.1, -0.5, 0.25};
+constexpr DigitalSection kResonance{1.0, -1.8, 0.9, -1.7, 0.8};
+constexpr DigitalSection kUnit{1.0, 0.0, 0.0, 0.0, 0.0};
+
+void settle(HandSetFilter& f) {
+    std::vector<double> silence(2048, 0.0);
+    f.processDouble(silence.data(), int32_t(silence.size()));
+}
+
+std::vector<double> impulseResponse(HandSetFilter& f, int32_t length) {
+    std::vector<double> x(size_t(length), 0.0);
+    x[0] = 1.0;
+    f.processDouble(x.data(), length);
+    return x;
+}
+
+}  // namespace
+
+TEST(DF1Cascade, FollowsTheDifferenceEquation) {
+    HandSetFilter f;
+    f.setCoefficients(&kLowPassish, 1);
+    settle(f);
+    const std::vector<double> h = impulseResponse(f, 4);
+    // y0 = b0; y1 = b1 - a1 y0; y2 = b2 - a1 y1 - a2 y0; y3 = -a1 y2 - a2 y1.
+    const double y0 = 0.2, y1 = 0.3 + 0.5 * y0, y2 = 0.1 + 0.5 * y1 - 0.25 * y0, y3 = 0.5 * y2 - 0.25 * y1;
+    EXPECT_DOUBLE_EQ(h[0], y0);
+    EXPECT_DOUBLE_EQ(h[1], y1);
+    EXPECT_DOUBLE_EQ(h[2], y2);
+    EXPECT_DOUBLE_EQ(h[3], y3);
+}
+
+TEST(DF1Cascade, ResponseMatchesTheDftOfTheImpulseResponse) {
+    HandSetFilter f;
+    const DigitalSection two[2] = {kLowPassish, kResonance};
+    f.setCoefficients(two, 2);
+    settle(f);
+    // Poles at radius <= 0.9: after 4000 samples the tail is below 1e-150.
+    const std::vector<double> h = impulseResponse(f, 4000);
+    for (double hz : {30.0, 700.0, 5000.0, 23000.0}) {
+        std::complex<double> dft = 0.0;
+        const double w = 2.0 * std::numbers::pi * hz / 48000.0;
+        for (size_t n = 0; n < h.size(); ++n) dft += h[n] * std::polar(1.0, -w * double(n));
+        double phase = 0.0, re = 0.0, im = 0.0;
+        EXPECT_NEAR(f.magnitudeAt(hz, &phase), std::abs(dft), 1e-9 * std::abs(dft)) << hz;
+        EXPECT_NEAR(std::remainder(phase - std::arg(dft), 2.0 * std::numbers::pi), 0.0, 1e-9) << hz;
+        f.responseAt(hz, &re, &im);
+        EXPECT_NEAR(std::abs(std::complex<double>(re, im) - dft), 0.0, 1e-9 * std::abs(dft)) << hz;
+    }
+}
+
+TEST(DF1Cascade, RampReachesItsTargetInExactlyAThousandSamplesWithoutAStep) {
+    HandSetFilter f;
+    f.setCoefficients(&kUnit, 1);
+    settle(f);
+    const DigitalSection twice{2.0, 0.0, 0.0, 0.0, 0.0};
+    f.setCoefficients(&twice, 1);
+    ASSERT_TRUE(f.isRamping());
+    std::vector<double> ones(1500, 1.0);
+    // Odd block sizes: the ramp is counted per sample, whatever the blocks.
+    for (size_t done = 0; done < ones.size(); done += 77)
+        f.processDouble(ones.data() + done, int32_t(std::min<size_t>(77, ones.size() - done)));
+    EXPECT_DOUBLE_EQ(ones[0], 1.0);      // the first sample still has the old coefficients
+    EXPECT_LT(ones[999], 2.0);
+    EXPECT_DOUBLE_EQ(ones[1000], 2.0);   // the thousandth step lands exactly on the target
+    EXPECT_DOUBLE_EQ(ones[1499], 2.0);
+    for (size_t i = 1; i < ones.size(); ++i) ASSERT_LE(std::fabs(ones[i] - ones[i - 1]), 0.001 + 1e-12) << i;
+    EXPECT_FALSE(f.isRamping());
+
+    // The same coefficients again start nothing.
+    f.setCoefficients(&twice, 1);
+    EXPECT_FALSE(f.isRamping());
+    // A new target in the middle of a ramp starts from where the ramp is.
+    f.setCoefficients(&kUnit, 1);
+    std::vector<double> part(300, 1.0);
+    f.processDouble(part.data(), 300);
+    f.setCoefficients(&twice, 1);
+    std::vector<double> rest(1200, 1.0);
+    f.processDouble(rest.data(), 1200);
+    EXPECT_LE(std::fabs(rest[0] - part[299]), 0.0011);
+    EXPECT_DOUBLE_EQ(rest[1000], 2.0);
+}
+
+TEST(DF1Cascade, UnityBandsCostNothingAndAddNothingInParallel) {
+    HandSetFilter f;
+    f.setCoefficients(&kResonance, 1);
+    settle(f);
+    f.setUnity(1);
+    std::vector<double> x{0.5, -0.25, 0.125};
+    f.processDouble(x.data(), 3);
+    EXPECT_EQ(x, (std::vector<double>{0.5, -0.25, 0.125}));
+    f.setParallelFlag(true);
+    f.processDouble(x.data(), 3);
+    EXPECT_EQ(x, (std::vector<double>{0.0, 0.0, 0.0}));
+    // A running ramp is not skipped.
+    f.setCoefficients(&kLowPassish, 1);
+    std::vector<double> y{1.0, 0.0};
+    f.processDouble(y.data(), 2);
+    EXPECT_NE(y[1], 0.0);
+}
+
+TEST(DF1Cascade, DroppingASectionTakesEffectAtOnceAndNanClearsAfterOneBlock) {
+    HandSetFilter f;
+    const DigitalSection two[2] = {kUnit, kResonance};
+    f.setCoefficients(two, 2);
+    settle(f);
+    f.setCoefficients(two, 1);
+    EXPECT_EQ(f.getSectionCount(), 1);
+    std::vector<double> x{0.7, 0.1};
+    f.processDouble(x.data(), 2);
+    EXPECT_DOUBLE_EQ(x[0], 0.7);
+    EXPECT_DOUBLE_EQ(x[1], 0.1);
+
+    f.setCoefficients(&kResonance, 1);
+    settle(f);
+    std::vector<double> bad{std::nan(""), 1.0};
+    f.processDouble(bad.data(), 2);
+    std::vector<double> clean(64, 0.25);
+    f.processDouble(clean.data(), 64);
+    for (double v : clean) ASSERT_TRUE(std::isfinite(v));
+}
+
+TEST(DF1Cascade, FloatPathAgreesWithTheDoublePath) {
+    HandSetFilter a, b;
+    a.setCoefficients(&kResonance, 1);
+    b.setCoefficients(&kResonance, 1);
+    settle(a);
+    settle(b);
+    std::vector<double> d(256);
+    std::vector<float> s(256);
+    for (size_t i = 0; i < d.size(); ++i) s[i] = float(d[i] = std::sin(0.1 * double(i)) * 0.5);
+    a.processDouble(d.data(), 256);
+    b.processFloat(s.data(), 256);
+    for (size_t i = 0; i < d.size(); ++i) ASSERT_NEAR(s[i], d[i], 1e-5) << i;
+    // A bypassed band is left alone on the float path.
+    b.setState(1);
+    std::vector<float> kept{0.3f, 0.2f};
+    b.processFloat(kept.data(), 2);
+    EXPECT_EQ(kept, (std::vector<float>{0.3f, 0.2f}));
+}
