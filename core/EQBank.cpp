@@ -2,18 +2,54 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstring>
 #include <thread>
 
+#include "dsp/BrenmoorEQ.h"
+
 namespace {
+
 constexpr auto kBusyPoll = std::chrono::milliseconds(10);
-}
+// Weight lost per sample of fade still to go: 5000 samples fade from 0 to 1.
+constexpr double kFadeWeightPerSample = 0.0002;
+constexpr float kNewBandRate = 44100.0f;
+constexpr float kNewBandShift = 0.5f;
+
+bool latencyMode(int32_t mode) { return mode == kModeAnalogue || mode == kModeLinear || mode == kModeFree; }
+
+}  // namespace
 
 EQBank::EQBank(int32_t bands, float rate, int32_t channels)
-    : bandCount(bands), channelCount(std::clamp(channels, 1, kMaxChannels)), sampleRate(rate) {
-    allocateDelays();
+    : bandCount(bands),
+      channelCount(0),
+      sampleRate(rate),
+      bandScratch(std::make_unique<double[]>(kScratchLength)),
+      sumScratch(std::make_unique<double[]>(kScratchLength)) {
+    setChannels(std::clamp(channels, 1, kMaxChannels));
 }
 
 EQBank::~EQBank() = default;
+
+std::unique_ptr<EQ> EQBank::makeBand() const {
+    // A fresh place in the grid: bypassed, flat, waiting for its first design.
+    auto band = std::make_unique<BrenmoorEQ>();
+    band->setState(1);
+    band->setType(kEngineFlat);
+    band->setSubtype(0);
+    band->setSlope(2);
+    band->setFrequency(1000.0f);
+    band->setGain(0.0f);
+    band->setQ(0.707f);
+    band->setShift(kNewBandShift);
+    band->setPhase(1.0f);
+    band->setSampleRate(kNewBandRate);
+    return band;
+}
+
+EQ* EQBank::getBandAt(int32_t band, int32_t channel) const {
+    if (band < 0 || band >= bandCount || channel < 0 || channel >= channelCount) return nullptr;
+    return grid[size_t(channelCount * band + channel)].get();
+}
 
 void EQBank::setBankMode(int32_t newMode) {
     if (newMode != mode) modeChanged = true;
@@ -22,32 +58,181 @@ void EQBank::setBankMode(int32_t newMode) {
     redesign(true);
 }
 
+void EQBank::setParallelMode(int32_t value) {
+    if (!parallel && value != kParallelOff) parallelFade.store(kParallelFadeSamples, std::memory_order_relaxed);
+    parallel = value != kParallelOff;
+    for (const std::unique_ptr<EQ>& band : grid) {
+        const int32_t type = band->getType();
+        const bool peak = type == kEnginePeak;
+        const bool shelf = type == kEngineLowShelf || type == kEngineHighShelf;
+        const bool inBranch = (value == kParallelPeaks && peak) || (value == kParallelPeaksAndShelves && (peak || shelf));
+        band->setParallel(inBranch && band->getState() == 0);
+    }
+}
+
+void EQBank::setStereoLinked(bool on) { stereoLinked = on && channelCount == 2; }
+
 void EQBank::setSampleRate(float rate) {
     sampleRate = rate;
+    for (const std::unique_ptr<EQ>& band : grid) band->setSampleRate(rate);
     for (int32_t c = 0; c < channelCount; ++c) {
         if (flatDelay[c]) std::fill_n(flatDelay[c].get(), flatDelayLength, 0.0);
         flatDelayPosition[c] = 0;
     }
 }
 
+template <typename Setter>
+void EQBank::forChannels(int32_t band, int32_t channelMask, Setter set) {
+    if (band < 0 || band >= bandCount) return;
+    for (int32_t c = 0; c < channelCount; ++c)
+        if ((channelMask >> c) & 1) set(*grid[size_t(channelCount * band + c)]);
+}
+
+void EQBank::setBypass(bool on, int32_t band, int32_t mask) {
+    forChannels(band, mask, [on](EQ& e) { e.setState(on ? 1 : 0); });
+}
+void EQBank::setType(int32_t v, int32_t band, int32_t mask) {
+    forChannels(band, mask, [v](EQ& e) { e.setType(v); });
+}
+void EQBank::setSubtype(int32_t v, int32_t band, int32_t mask) {
+    forChannels(band, mask, [v](EQ& e) { e.setSubtype(v); });
+}
+void EQBank::setFrequency(float v, int32_t band, int32_t mask) {
+    forChannels(band, mask, [v](EQ& e) { e.setFrequency(v); });
+}
+void EQBank::setSlope(int32_t v, int32_t band, int32_t mask) {
+    forChannels(band, mask, [v](EQ& e) { e.setSlope(v); });
+}
+void EQBank::setGain(float v, int32_t band, int32_t mask) {
+    forChannels(band, mask, [v](EQ& e) { e.setGain(v); });
+}
+void EQBank::setQ(float v, int32_t band, int32_t mask) {
+    forChannels(band, mask, [v](EQ& e) { e.setQ(v); });
+}
+void EQBank::setShift(float v, int32_t band, int32_t mask) {
+    forChannels(band, mask, [v](EQ& e) { e.setShift(v); });
+}
+void EQBank::setPhase(float v, int32_t band, int32_t mask) {
+    forChannels(band, mask, [v](EQ& e) { e.setPhase(v); });
+}
+
 void EQBank::redesign(bool force) {
     if (!force) return;
-    // The band chain is empty, so there is nothing to design yet; a flat
-    // impulse needs no design either.
-    modeChanged = false;
+    bool anyDirty = modeChanged;
+    for (const std::unique_ptr<EQ>& band : grid) anyDirty = anyDirty || band->isDirty();
+    if (!anyDirty) return;
+    // Every mode runs the cascade for now, so every mode designs it: the
+    // FIR modes' stand-in is the IIR chain (see runFirStandIn).
+    for (int32_t b = 0; b < bandCount; ++b) {
+        EQ* master = nullptr;
+        DigitalSection coefficients[kMaxSections];
+        int32_t count = 0;
+        for (int32_t c = 0; c < channelCount; ++c) {
+            EQ* band = grid[size_t(channelCount * b + c)].get();
+            if (band->getState() != 0) {
+                band->rebuild();  // a bypassed object still gets designed, for the graph
+                continue;
+            }
+            if (!master) {
+                master = band;
+                master->rebuild();
+                count = master->getCoefficients(coefficients);
+                continue;
+            }
+            // One design serves every active channel of the band.
+            band->setCoefficients(coefficients, count);
+            band->setUnity(master->isUnity() ? 1u : 0u);
+        }
+    }
 }
 
-int32_t EQBank::getLatency() const {
-    return (mode == kModeAnalogue || mode == kModeLinear || mode == kModeFree) ? irLength / 2 : 0;
-}
+int32_t EQBank::getLatency() const { return latencyMode(mode) ? irLength / 2 : 0; }
 
-double EQBank::trueQ(int32_t) const {
+double EQBank::trueQ(int32_t band) const {
+    for (int32_t c = 0; c < channelCount; ++c) {
+        const EQ* e = getBandAt(band, c);
+        if (e && e->getState() == 0) return e->displayQ();
+    }
     return -1.0;
+}
+
+void EQBank::channelResponse(int32_t channel, const double* hz, int32_t count, std::complex<double>* analogue,
+                             std::complex<double>* digital) const {
+    for (int32_t i = 0; i < count; ++i) {
+        if (analogue) analogue[i] = 1.0;
+        if (digital) digital[i] = 1.0;
+    }
+    if (channel < 0 || channel >= channelCount) return;
+    std::vector<std::complex<double>> analogueSum(size_t(count), 1.0), digitalSum(size_t(count), 1.0);
+    bool anyParallel = false;
+    for (int32_t b = 0; b < bandCount; ++b) {
+        EQ* band = grid[size_t(channelCount * b + channel)].get();
+        SectionSet set{};
+        band->design(&set, false);
+        const bool inBranch = band->getParallel();
+        anyParallel = anyParallel || inBranch;
+        for (int32_t i = 0; i < count; ++i) {
+            double re = 0.0, im = 0.0;
+            band->responseAt(hz[i], &re, &im);
+            const std::complex<double> a = analogueResponse(set.section, set.count, hz[i]);
+            const std::complex<double> d(re, im);
+            if (inBranch) {
+                // The running band already realises H - 1.
+                analogueSum[size_t(i)] += a - 1.0;
+                digitalSum[size_t(i)] += d;
+            } else {
+                if (analogue) analogue[i] *= a;
+                if (digital) digital[i] *= d;
+            }
+        }
+    }
+    if (!anyParallel) return;
+    for (int32_t i = 0; i < count; ++i) {
+        if (analogue) analogue[i] *= analogueSum[size_t(i)];
+        if (digital) digital[i] *= digitalSum[size_t(i)];
+    }
+}
+
+double EQBank::analogueMagnitude(int32_t channel, double hz) const {
+    std::complex<double> a;
+    channelResponse(channel, &hz, 1, &a, nullptr);
+    return std::abs(a);
+}
+
+double EQBank::analoguePhase(int32_t channel, double hz) const {
+    std::complex<double> a;
+    channelResponse(channel, &hz, 1, &a, nullptr);
+    return std::arg(a);
+}
+
+double EQBank::digitalMagnitude(int32_t channel, double hz) const {
+    std::complex<double> d;
+    channelResponse(channel, &hz, 1, nullptr, &d);
+    return std::abs(d);
+}
+
+double EQBank::digitalToAnalogueRatio(int32_t channel, double hz) const {
+    std::complex<double> a, d;
+    channelResponse(channel, &hz, 1, &a, &d);
+    const double analogue = std::abs(a), digital = std::abs(d);
+    if (analogue == digital || digital == 0.0) return 1.0;
+    return analogue / digital;
 }
 
 void EQBank::setChannels(int32_t n) {
     n = std::clamp(n, 0, kMaxChannels);
-    if (n == channelCount) return;
+    if (n == channelCount && !grid.empty()) return;
+    std::vector<std::unique_ptr<EQ>> next(size_t(n * bandCount));
+    for (int32_t b = 0; b < bandCount; ++b) {
+        for (int32_t c = 0; c < n; ++c) {
+            std::unique_ptr<EQ>& place = next[size_t(n * b + c)];
+            if (c < channelCount && !grid.empty())
+                place = std::move(grid[size_t(channelCount * b + c)]);
+            else
+                place = makeBand();
+        }
+    }
+    grid = std::move(next);  // objects of channels above n go with the old grid
     channelCount = n;
     allocateDelays();
     if (n != 0) setSampleRate(sampleRate);
@@ -65,18 +250,77 @@ void EQBank::setIRLength(int32_t n) {
 void EQBank::allocateDelays() {
     flatDelayLength = irLength / 2;
     for (int32_t c = 0; c < kMaxChannels; ++c) {
-        if (c < channelCount) {
+        if (c < channelCount)
             flatDelay[c] = std::make_unique<double[]>(size_t(flatDelayLength));
-        } else {
+        else
             flatDelay[c].reset();
-        }
         flatDelayPosition[c] = 0;
     }
 }
 
-void EQBank::runConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept {
-    const bool delays = mode == kModeAnalogue || mode == kModeLinear || mode == kModeFree;
-    if (!delays || flatDelayLength <= 0) return;  // a flat impulse without latency is the identity
+// ---------------------------------------------------------------------------
+// Audio thread
+
+void EQBank::runCascade(double* x, int32_t channel, int32_t samples) noexcept {
+    // The order of the chain is the band index, never frequency or strip order.
+    for (int32_t b = 0; b < bandCount; ++b) grid[size_t(channelCount * b + channel)]->processDouble(x, samples);
+}
+
+void EQBank::runParallel(double* x, int32_t channel, int32_t samples, int32_t fadeAtStart) noexcept {
+    const double weight = fadeAtStart > 0 ? 1.0 - double(fadeAtStart) * kFadeWeightPerSample : 1.0;
+    for (int32_t done = 0; done < samples; done += kScratchLength) {
+        const int32_t m = std::min(kScratchLength, samples - done);
+        double* part = x + done;
+        std::fill_n(sumScratch.get(), m, 0.0);
+        for (int32_t b = 0; b < bandCount; ++b) {
+            EQ* band = grid[size_t(channelCount * b + channel)].get();
+            if (!band->getParallel()) continue;
+            std::memcpy(bandScratch.get(), part, sizeof(double) * size_t(m));
+            band->processDouble(bandScratch.get(), m);
+            for (int32_t i = 0; i < m; ++i) sumScratch[i] += bandScratch[i];
+        }
+        for (int32_t i = 0; i < m; ++i) part[i] += weight * sumScratch[i];
+        for (int32_t b = 0; b < bandCount; ++b) {
+            EQ* band = grid[size_t(channelCount * b + channel)].get();
+            if (!band->getParallel()) band->processDouble(part, m);
+        }
+    }
+}
+
+void EQBank::processBank(double* const* buffers, int32_t samples, int32_t channels) noexcept {
+    if (samples <= 0) return;
+    const int32_t fade = parallelFade.load(std::memory_order_relaxed);
+    const int32_t count = std::min(channels, channelCount);
+    for (int32_t c = 0; c < count; ++c) {
+        double* x = buffers[c];
+        if (!x) continue;
+        if (parallel)
+            runParallel(x, c, samples, fade);
+        else
+            runCascade(x, c, samples);
+    }
+    if (fade > 0) parallelFade.store(std::max(0, fade - samples), std::memory_order_relaxed);
+    enterConvolvers(buffers, samples, channels, true);
+}
+
+void EQBank::warmConvolvers(double* const* buffers, int32_t samples, int32_t channels) noexcept {
+    enterConvolvers(buffers, samples, channels, false);
+}
+
+void EQBank::enterConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept {
+    // Busy is raised before active is read (both sequentially consistent), so
+    // a writer that clears active and then sees busy clear knows no block is
+    // inside, and none will enter.
+    busy.store(true);
+    if (convolverActive.load()) runFirStandIn(buffers, samples, channels, keep);
+    busy.store(false);
+}
+
+void EQBank::runFirStandIn(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept {
+    // Until the FIR engine exists, the FIR modes are the IIR cascade followed
+    // by the delay their flat linear-phase impulse would have, so latency and
+    // alignment are already those of the finished modes.
+    if (!latencyMode(mode) || flatDelayLength <= 0) return;
     const int32_t count = std::min(channels, channelCount);
     for (int32_t c = 0; c < count; ++c) {
         double* x = buffers[c];
@@ -91,22 +335,4 @@ void EQBank::runConvolvers(double* const* buffers, int32_t samples, int32_t chan
         }
         flatDelayPosition[c] = pos;
     }
-}
-
-void EQBank::processBank(double* const* buffers, int32_t samples, int32_t channels) noexcept {
-    // The band chain runs here in the IIR and compensation modes; it is empty.
-    enterConvolvers(buffers, samples, channels, true);
-}
-
-void EQBank::warmConvolvers(double* const* buffers, int32_t samples, int32_t channels) noexcept {
-    enterConvolvers(buffers, samples, channels, false);
-}
-
-void EQBank::enterConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept {
-    // Busy is raised before active is read (both sequentially consistent), so
-    // a writer that clears active and then sees busy clear knows no block is
-    // inside, and none will enter.
-    busy.store(true);
-    if (convolverActive.load()) runConvolvers(buffers, samples, channels, keep);
-    busy.store(false);
 }

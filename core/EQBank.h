@@ -1,17 +1,25 @@
 #pragma once
-// The filter engine of an instance: a grid of bands by channels and, beside
-// it, the convolvers of the FIR and compensation modes. It knows no
-// parameters; the effect turns those into per-object settings.
+// The filter engine of an instance: a grid of 32 bands by up to eight
+// channels of band objects and, beside it, the convolvers of the FIR and
+// compensation modes. It knows no parameters or groups; the effect turns
+// those into per-object settings through the setters below, each taking a
+// channel bit mask.
 //
-// This is the bank's frame: modes, latency, channel count and the convolver
-// hand-over flags. The band objects and their chain arrive with the band
-// design; until then the chain is empty and every band passes. In the
-// latency-bearing FIR modes a flat linear-phase impulse is exactly a delay by
-// half the IR length, so that is what runs there until the convolvers exist.
+// Threads: setters, redesign and setChannels run on the control thread (the
+// effect holds its engine lock); processBank on the audio thread, which
+// reads the grid and never changes it. New coefficients reach the audio
+// thread as the band objects' own 1000-sample ramps.
+//
+// Until the FIR engine exists, the FIR modes run the IIR cascade, delayed by
+// the latency those modes report (see runFirStandIn).
 
 #include <atomic>
+#include <complex>
 #include <cstdint>
 #include <memory>
+#include <vector>
+
+#include "dsp/EQ.h"
 
 // How the bank processes: the IIR cascade, the cascade with compensation, or
 // one of the five FIR phase treatments.
@@ -26,11 +34,16 @@ enum EngineMode : int32_t {
     kModeFree = 7,
 };
 
+// Values of setParallelMode: which bands run in the parallel branch.
+enum ParallelMode : int32_t { kParallelOff = 0, kParallelPeaks = 1, kParallelPeaksAndShelves = 2 };
+
 class EQBank {
 public:
     static constexpr int32_t kMaxChannels = 8;
     static constexpr int32_t kDefaultIRLength = 8192;
     static constexpr int32_t kDefaultCompensationLength = 64;
+    static constexpr int32_t kScratchLength = 1024;
+    static constexpr int32_t kParallelFadeSamples = 5000;
 
     EQBank(int32_t bandCount, float sampleRate, int32_t channels);
     virtual ~EQBank();
@@ -38,10 +51,29 @@ public:
     EQBank(const EQBank&) = delete;
     EQBank& operator=(const EQBank&) = delete;
 
-    // Control thread. Stores the mode; mode changed when it differs;
-    // convolver active = mode != 0; then redesign(true).
+    // ---- Control thread ----
+    // The object of band b on channel c, or null outside the grid.
+    virtual EQ* getBandAt(int32_t band, int32_t channel) const;
+    // Stores the mode; mode changed when it differs; convolver active =
+    // mode != 0; then redesign(true).
     virtual void setBankMode(int32_t mode);
+    // Peaks (1) or peaks and shelves (2) run in parallel; 0 all in series.
+    // Entering parallel fades the parallel sum in over 5000 samples.
+    virtual void setParallelMode(int32_t value);
+    virtual void setStereoLinked(bool on);
     virtual void setSampleRate(float rate);
+    // Per-band settings for the channels whose bit is set in channelMask.
+    virtual void setBypass(bool on, int32_t band, int32_t channelMask);
+    virtual void setType(int32_t value, int32_t band, int32_t channelMask);
+    virtual void setSubtype(int32_t value, int32_t band, int32_t channelMask);
+    virtual void setFrequency(float value, int32_t band, int32_t channelMask);
+    virtual void setSlope(int32_t value, int32_t band, int32_t channelMask);
+    virtual void setGain(float value, int32_t band, int32_t channelMask);
+    virtual void setQ(float value, int32_t band, int32_t channelMask);
+    virtual void setShift(float value, int32_t band, int32_t channelMask);
+    virtual void setPhase(float value, int32_t band, int32_t channelMask);
+    // Turns dirty settings into coefficients; nothing at all when force is
+    // false. One design per band serves every active channel of it.
     virtual void redesign(bool force);
     virtual int32_t getIRLength() const { return irLength; }
     // IR length / 2 in the Analogue, Linear and Free modes, else 0.
@@ -49,16 +81,30 @@ public:
     // True Q of a band's first active channel; negative when no channel runs it.
     virtual double trueQ(int32_t band) const;
 
-    // Control thread, between blocks of a host that honours resume; n capped at 8.
+    // Responses of one channel at count frequencies (hz): the analogue
+    // prototypes and the running biquads, each band in series multiplied in
+    // and the parallel bands summed as 1 + sum of (H - 1).
+    void channelResponse(int32_t channel, const double* hz, int32_t count, std::complex<double>* analogue,
+                         std::complex<double>* digital) const;
+    virtual double analogueMagnitude(int32_t channel, double hz) const;
+    virtual double analoguePhase(int32_t channel, double hz) const;
+    virtual double digitalMagnitude(int32_t channel, double hz) const;
+    // Analogue over digital magnitude: the error compensation removes; 1
+    // where they agree or the digital value is 0.
+    virtual double digitalToAnalogueRatio(int32_t channel, double hz) const;
+
+    // Between blocks of a host that honours resume; n capped at 8. Objects
+    // keep their band and channel; new places get fresh bypassed objects.
     void setChannels(int32_t n);
     // Worker or control thread: replaces the convolvers behind the active and
     // busy flags; waits for a block in flight to leave them.
     void setIRLength(int32_t n);
 
-    // Audio thread: no allocation, no locks. The whole chain, in place.
+    // ---- Audio thread: no allocation, no locks ----
+    // The whole chain, in place, on up to `channels` buffers (null ones skipped).
     void processBank(double* const* buffers, int32_t samples, int32_t channels) noexcept;
-    // Audio thread, while the effect is bypassed with latency: feeds the
-    // convolvers so that their history stays warm, and discards what they give.
+    // While the effect is bypassed with latency: feeds the convolvers so that
+    // their history stays warm, and discards what they give.
     void warmConvolvers(double* const* buffers, int32_t samples, int32_t channels) noexcept;
 
     int32_t getMode() const { return mode; }
@@ -67,23 +113,37 @@ public:
     float getSampleRate() const { return sampleRate; }
     bool isConvolverActive() const { return convolverActive.load(); }
     bool isModeChanged() const { return modeChanged; }
+    bool isParallel() const { return parallel; }
+    bool isStereoLinked() const { return stereoLinked; }
 
 private:
+    template <typename Setter>
+    void forChannels(int32_t band, int32_t channelMask, Setter set);
+    void runCascade(double* x, int32_t channel, int32_t samples) noexcept;
+    void runParallel(double* x, int32_t channel, int32_t samples, int32_t fadeAtStart) noexcept;
     void enterConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept;
-    void runConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept;
+    void runFirStandIn(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept;
     void allocateDelays();
+    std::unique_ptr<EQ> makeBand() const;
 
     int32_t bandCount;
     int32_t channelCount;
     float sampleRate;
+    // Band b of channel c at [channelCount * b + c].
+    std::vector<std::unique_ptr<EQ>> grid;
+    std::unique_ptr<double[]> bandScratch;
+    std::unique_ptr<double[]> sumScratch;
     int32_t mode = kModeIIR;
     int32_t irLength = kDefaultIRLength;
     int32_t compensationLength = kDefaultCompensationLength;
     bool modeChanged = true;
+    bool stereoLinked = false;
+    bool parallel = false;
+    std::atomic<int32_t> parallelFade{0};
     std::atomic<bool> convolverActive{false};
     std::atomic<bool> busy{false};
 
-    // Flat FIR of the latency-bearing modes: a delay of irLength/2 per channel.
+    // The FIR modes' stand-in: a delay of the latency they report.
     std::unique_ptr<double[]> flatDelay[kMaxChannels];
     int32_t flatDelayLength = 0;
     int32_t flatDelayPosition[kMaxChannels] = {};

@@ -481,21 +481,6 @@ BandMappingContext Plug::bandMappingContext() const {
     return context;
 }
 
-BandShape Plug::bandShapeOn(int32_t band, int32_t channel) const {
-    BandShape shape;
-    if (band < 0 || band >= kNumBands) {
-        shape.state = 1;
-        return shape;
-    }
-    const BandMappingContext context = bandMappingContext();
-    shape = mapBandShape(table.get(), band, context);
-    const int32_t channels = std::min(getChannelCount(), int32_t(kMaxChannels));
-    const int32_t groups = int32_t(table[bandParam(band, kFieldGroups)].value);
-    const int32_t mask = bandChannelMask(groups, groupMask, channels);
-    if (channel < 0 || channel >= channels || !((mask >> channel) & 1)) shape.state = 1;
-    return shape;
-}
-
 void Plug::refreshEngine(bool force) {
     if (!engineLock.try_lock()) {
         refreshPending = true;
@@ -509,6 +494,27 @@ void Plug::refreshEngine(bool force) {
     (void)force;  // every update is a full one until the rate limit exists
     const int32_t c = std::min(getChannelCount(), int32_t(kMaxChannels));
     listenMask = 0;
+
+    // Bands: each band's settings go to the objects of the channels its
+    // groups reach; the objects of the other channels are bypassed.
+    const BandMappingContext context = bandMappingContext();
+    const int32_t allChannels = (1 << c) - 1;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        const int32_t groups = int32_t(table[bandParam(b, kFieldGroups)].value);
+        const int32_t mask = bandChannelMask(groups, groupMask, c);
+        if (b == autoListenBand) listenMask = mask;
+        const BandShape shape = mapBandShape(table.get(), b, context);
+        bank.setBypass(true, b, allChannels & ~mask);
+        bank.setBypass(shape.state != 0, b, mask);
+        bank.setType(shape.type, b, allChannels);
+        bank.setSubtype(shape.subtype, b, allChannels);
+        bank.setGain(shape.gain, b, allChannels);
+        bank.setFrequency(shape.frequency, b, allChannels);
+        bank.setQ(shape.q, b, allChannels);
+        bank.setShift(shape.shift, b, allChannels);
+        bank.setPhase(shape.phase, b, allChannels);
+        bank.setSlope(shape.slope, b, allChannels);
+    }
 
     // Channel gains: master gain, level and polarity, then solo and mute.
     int32_t phaseMask = 0, muteMask = 0, solo = 0;
@@ -528,6 +534,7 @@ void Plug::refreshEngine(bool force) {
     }
     soloMask = solo;
     msMask = msMaskFromState();
+    bank.setParallelMode(autoListenBand == -1 ? int32_t(table[kParallel].value) : kParallelOff);
 
     // The engine mode from the DSP rows.
     int32_t mode = kModeIIR;

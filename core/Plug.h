@@ -101,10 +101,6 @@ public:
     bool isOffline() const { return offline; }
     double getPitchFactor() const { return pitchFactor; }
     EQBank& getBank() { return bank; }
-    // Control thread. What the table, the groups and the band under
-    // AutoListen give the band object of `band` on channel slot `channel`;
-    // a band that does not act on the channel comes back bypassed.
-    BandShape bandShapeOn(int32_t band, int32_t channel) const;
     // Locks bits of a program's lock mask; locked parameters ignore setParameter.
     void setParameterLocked(int32_t program, int32_t index, bool locked);
 

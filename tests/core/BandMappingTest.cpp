@@ -14,6 +14,9 @@ void setReal(Plug& fx, int32_t index, double real) {
     fx.setParameter(index, float(curveToNorm(*fx.getRow(index), real)));
 }
 
+// The band object the effect runs for band b on channel c.
+const EQ& object(Plug& fx, int32_t b, int32_t c) { return *fx.getBank().getBandAt(b, c); }
+
 }  // namespace
 
 TEST(BandMapping, GainFollowsScaleAndFrequencyFollowsShift) {
@@ -23,14 +26,14 @@ TEST(BandMapping, GainFollowsScaleAndFrequencyFollowsShift) {
     setReal(*fx, bandParam(0, kFieldFrequency), 1000.0);
     setReal(*fx, kScale, 12.0);
     setReal(*fx, kFShift, 150.0);
-    const BandShape s = fx->bandShapeOn(0, 0);
-    EXPECT_EQ(s.state, 0);
-    EXPECT_EQ(s.type, kEnginePeak);
-    EXPECT_NEAR(s.gain, 6.0f, 1e-5);
-    EXPECT_NEAR(s.frequency, 1500.0f, 0.01f);
+    const EQ& s = object(*fx, 0, 0);
+    EXPECT_EQ(s.getState(), 0);
+    EXPECT_EQ(s.getType(), kEnginePeak);
+    EXPECT_NEAR(s.getGain(), 6.0f, 1e-5);
+    EXPECT_NEAR(s.getFrequency(), 1500.0f, 0.01f);
     // The shifted frequency stays inside the limits of the rate.
     setReal(*fx, bandParam(0, kFieldFrequency), 20000.0);
-    EXPECT_LE(fx->bandShapeOn(0, 0).frequency, fx->getMaxFrequency());
+    EXPECT_LE(object(*fx, 0, 0).getFrequency(), fx->getMaxFrequency());
 }
 
 TEST(BandMapping, OnlyTheOnStateIsLiveAndPassFiltersCarryNoGain) {
@@ -38,32 +41,32 @@ TEST(BandMapping, OnlyTheOnStateIsLiveAndPassFiltersCarryNoGain) {
     setReal(*fx, bandParam(3, kFieldGain), 0.5);
     for (int32_t state : {kBandOff, kBandBypassed}) {
         setReal(*fx, bandParam(3, kFieldState), state);
-        EXPECT_EQ(fx->bandShapeOn(3, 0).state, 1);
+        EXPECT_EQ(object(*fx, 3, 0).getState(), 1);
     }
     setReal(*fx, bandParam(3, kFieldState), kBandOn);
     setReal(*fx, bandParam(3, kFieldType), kTypeHPF);
     setReal(*fx, bandParam(3, kFieldSlope), 48.0);
-    const BandShape s = fx->bandShapeOn(3, 1);
-    EXPECT_EQ(s.type, kEngineHighPass);
-    EXPECT_EQ(s.gain, 0.0f);
-    EXPECT_EQ(s.slope, 8);
+    const EQ& s = object(*fx, 3, 1);
+    EXPECT_EQ(s.getType(), kEngineHighPass);
+    EXPECT_EQ(s.getGain(), 0.0f);
+    EXPECT_EQ(s.getSlope(), 8);
     setReal(*fx, bandParam(3, kFieldType), kTypeLowShelf);
-    EXPECT_EQ(fx->bandShapeOn(3, 1).slope, 2);
-    EXPECT_EQ(fx->bandShapeOn(3, 1).type, kEngineLowShelf);
-    // Out of range band or channel: a bypassed band, no crash.
-    EXPECT_EQ(fx->bandShapeOn(32, 0).state, 1);
-    EXPECT_EQ(fx->bandShapeOn(3, 2).state, 1);
+    EXPECT_EQ(s.getSlope(), 2);
+    EXPECT_EQ(s.getType(), kEngineLowShelf);
+    // Outside the grid there is no object.
+    EXPECT_EQ(fx->getBank().getBandAt(32, 0), nullptr);
+    EXPECT_EQ(fx->getBank().getBandAt(3, 2), nullptr);
 }
 
 TEST(BandMapping, GroupBitsChooseTheChannels) {
     auto fx = makePlug(2);
     setReal(*fx, bandParam(0, kFieldState), kBandOn);
     setReal(*fx, bandParam(0, kFieldGroups), 128);  // group 1 only: the first channel, or mid
-    EXPECT_EQ(fx->bandShapeOn(0, 0).state, 0);
-    EXPECT_EQ(fx->bandShapeOn(0, 1).state, 1);
+    EXPECT_EQ(object(*fx, 0, 0).getState(), 0);
+    EXPECT_EQ(object(*fx, 0, 1).getState(), 1);
     setReal(*fx, bandParam(0, kFieldGroups), 64);
-    EXPECT_EQ(fx->bandShapeOn(0, 0).state, 1);
-    EXPECT_EQ(fx->bandShapeOn(0, 1).state, 0);
+    EXPECT_EQ(object(*fx, 0, 0).getState(), 1);
+    EXPECT_EQ(object(*fx, 0, 1).getState(), 0);
 
     const int32_t groups[8] = {1, 3, 4, 8, 16, 32, 64, 128};
     EXPECT_EQ(bandChannelMask(64, groups, 2), 3);   // a group may hold several channels
