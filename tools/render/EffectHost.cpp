@@ -1,6 +1,9 @@
 #include "tools/render/EffectHost.h"
 
+#include <vector>
+
 #include "core/Plug.h"
+#include "dsp/DF1Cascade.h"
 #include "tools/render/Diagnostics.h"
 #include "tools/render/ParamAssignment.h"
 
@@ -28,8 +31,18 @@ void EffectHost::applyAssignments(const std::vector<std::string>& assignments, D
     }
 }
 
+static_assert(EffectHost::kSettleFrames > DF1Cascade::kRampSamples);
+
 int32_t EffectHost::start() {
     fx->resume();
+    // Settings made before the first block reach the band filters as
+    // coefficient ramps. Silence run through first lets those ramps end, so
+    // the file starts with the finished equaliser and no fade into it; the
+    // filters stay at rest, since silence leaves nothing in them.
+    const int32_t channels = fx->getChannelCount();
+    std::vector<double> silence(size_t(kSettleFrames), 0.0), discard(size_t(kSettleFrames), 0.0);
+    std::vector<double*> in(size_t(channels), silence.data()), out(size_t(channels), discard.data());
+    fx->processDoubleReplacing(in.data(), out.data(), kSettleFrames);
     return fx->getAeffect()->initialDelay;
 }
 

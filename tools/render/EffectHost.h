@@ -27,7 +27,8 @@ public:
     // diagnostics. Throws a usage error on the first bad one.
     void applyAssignments(const std::vector<std::string>& assignments, Diagnostics& diagnostics);
 
-    // Resumes the effect after the assignments and returns its latency in samples.
+    // Resumes the effect after the assignments, lets the coefficient ramps
+    // of those settings finish on silence, and returns the latency in samples.
     int32_t start();
 
     // One block of non-interleaved channels in file order; in and out are separate buffers.
@@ -38,6 +39,9 @@ public:
     // The host callback: offline process level, nothing else.
     static intptr_t callback(AEffect* effect, int32_t opcode, int32_t index, intptr_t value, void* ptr,
                              float opt);
+
+    // Silence run after resume; longer than a coefficient ramp.
+    static constexpr int32_t kSettleFrames = 1024;
 
 private:
     std::unique_ptr<Plug> fx;

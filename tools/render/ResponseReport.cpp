@@ -8,7 +8,6 @@
 #include <numbers>
 
 #include "core/Plug.h"
-#include "dsp/BandDesign.h"
 #include "tools/render/RenderError.h"
 
 namespace {
@@ -33,24 +32,22 @@ std::vector<double> responseGrid(double nyquist, int32_t points, const std::vect
     return grid;
 }
 
-ResponseTable channelResponse(const Plug& effect, int32_t channel, int32_t points, double nyquist) {
-    std::vector<SectionSet> designs;
+ResponseTable channelResponse(Plug& effect, int32_t channel, int32_t points, double nyquist) {
+    const EQBank& bank = effect.getBank();
     std::vector<double> bandHz;
-    for (int32_t b = 0; b < kNumBands; ++b) {
-        const BandShape shape = effect.bandShapeOn(b, channel);
-        if (shape.state != 0) continue;
-        SectionSet set{};
-        designBand(shape, false, &set);
-        designs.push_back(set);
-        bandHz.push_back(shape.frequency);
+    for (int32_t b = 0; b < bank.getBandCount(); ++b) {
+        const EQ* band = bank.getBandAt(b, channel);
+        if (band && band->getState() == 0) bandHz.push_back(band->getFrequency());
     }
+    const std::vector<double> grid = responseGrid(nyquist, points, bandHz);
+    std::vector<std::complex<double>> analogue(grid.size()), digital(grid.size());
+    bank.channelResponse(channel, grid.data(), int32_t(grid.size()), analogue.data(), digital.data());
 
     ResponseTable table;
-    table.columns = {"hz", "analogue_db", "analogue_deg"};
-    for (double hz : responseGrid(nyquist, points, bandHz)) {
-        std::complex<double> h(1.0, 0.0);
-        for (const SectionSet& set : designs) h *= analogueResponse(set.section, set.count, hz);
-        table.rows.push_back({hz, 20.0 * std::log10(std::abs(h)), std::arg(h) * kDegreesPerRadian});
+    table.columns = {"hz", "analogue_db", "analogue_deg", "digital_db", "digital_deg"};
+    for (size_t i = 0; i < grid.size(); ++i) {
+        table.rows.push_back({grid[i], 20.0 * std::log10(std::abs(analogue[i])), std::arg(analogue[i]) * kDegreesPerRadian,
+                              20.0 * std::log10(std::abs(digital[i])), std::arg(digital[i]) * kDegreesPerRadian});
     }
     return table;
 }

@@ -20,9 +20,10 @@ struct ResponseTable {
 // (the frequencies of the bands, so their own gain stands in the report).
 std::vector<double> responseGrid(double nyquist, int32_t points, const std::vector<double>& extra);
 
-// hz, analogue_db and analogue_deg of the product of every band acting on
-// the channel slot (0-based), from their analogue prototypes.
-ResponseTable channelResponse(const Plug& effect, int32_t channel, int32_t points, double nyquist);
+// hz, analogue_db, analogue_deg, digital_db and digital_deg of the bands
+// acting on the channel slot (0-based): their analogue prototypes and the
+// biquads as they will run once their coefficient ramps end.
+ResponseTable channelResponse(Plug& effect, int32_t channel, int32_t points, double nyquist);
 
 // Writes the table as CSV to path, or to out when path is "-". Throws a
 // write error when the file cannot be written.
