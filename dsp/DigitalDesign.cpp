@@ -17,8 +17,8 @@ namespace {
 
 constexpr double kPi = std::numbers::pi;
 constexpr double kTwoPi = 2.0 * std::numbers::pi;
-constexpr double kSqrtHalf = 0.7071067811865476;     // Q of the maximally flat pass
-constexpr double kTwoPiSquared = 39.47841760435743;  // (2 pi)^2
+constexpr double kSqrtHalf = 0.7071067811865476;           // Q of the maximally flat pass
+constexpr double kTwoPiSquared = 39.47841760435743;        // (2 pi)^2
 constexpr double kTwoPiSquaredOver2 = 19.739208802178716;  // 2 pi^2
 
 // Added to the peak's linear gain so that a 0 dB peak does not divide by
