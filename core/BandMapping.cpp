@@ -33,8 +33,8 @@ int32_t bandChannelMask(int32_t groupsValue, const int32_t* groupMask, int32_t c
     return mask;
 }
 
-BandShape mapBandShape(const ParamRow* table, int32_t band, const BandMappingContext& context) {
-    auto value = [&](int32_t field) { return table[bandParam(band, field)].value; };
+BandShape mapBandShape(const float* fields, int32_t band, const BandMappingContext& context) {
+    auto value = [&](int32_t field) { return fields[field]; };
     const bool listening = context.listenBand != -1;
     const int32_t bandType = int32_t(value(kFieldType));
     const int32_t uiType = bandType - 1;  // 0 peak, 1 HPF, 2 LSh, 3 HSh, 4 LPF, 5 notch

@@ -28,6 +28,8 @@ int32_t engineTypeFor(int32_t bandType, bool listening);
 int32_t bandChannelMask(int32_t groupsValue, const int32_t* groupMask, int32_t channelCount);
 
 // The settings band `band` gives to the band objects of the channels in its
-// mask. `state` is 0 when the band is live there. Channels outside the mask
-// take the same settings with state 1.
-BandShape mapBandShape(const ParamRow* table, int32_t band, const BandMappingContext& context);
+// mask, from the real values of its ten rows in field order (State, Groups,
+// Type, Subtype, Gain, Frequency, Q, Shift, Slope, Phase). `state` is 0 when
+// the band is live there. Channels outside the mask take the same settings
+// with state 1.
+BandShape mapBandShape(const float* fields, int32_t band, const BandMappingContext& context);

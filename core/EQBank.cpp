@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstring>
 #include <thread>
 
@@ -52,15 +53,15 @@ EQ* EQBank::getBandAt(int32_t band, int32_t channel) const {
 }
 
 void EQBank::setBankMode(int32_t newMode) {
-    if (newMode != mode) modeChanged = true;
-    mode = newMode;
+    if (newMode != mode.load()) modeChanged = true;
+    mode.store(newMode);
     convolverActive.store(newMode != kModeIIR);
     redesign(true);
 }
 
 void EQBank::setParallelMode(int32_t value) {
-    if (!parallel && value != kParallelOff) parallelFade.store(kParallelFadeSamples, std::memory_order_relaxed);
-    parallel = value != kParallelOff;
+    if (!parallel.load() && value != kParallelOff) parallelFade.store(kParallelFadeSamples, std::memory_order_relaxed);
+    parallel.store(value != kParallelOff);
     for (const std::unique_ptr<EQ>& band : grid) {
         const int32_t type = band->getType();
         const bool peak = type == kEnginePeak;
@@ -146,7 +147,29 @@ void EQBank::redesign(bool force) {
     }
 }
 
-int32_t EQBank::getLatency() const { return latencyMode(mode) ? irLength / 2 : 0; }
+int32_t EQBank::getLatency() const { return latencyMode(mode.load()) ? irLength / 2 : 0; }
+
+void EQBank::setDPlusLength(int32_t n) {
+    if (n == compensationLength || n <= 0) return;
+    convolverActive.store(false);
+    while (busy.load()) std::this_thread::sleep_for(kBusyPoll);
+    compensationLength = n;
+    mode.store(-1);  // the next setBankMode sees a change
+}
+
+void EQBank::setFirWindow(int32_t shape, float p) {
+    float translated = 0.0f;
+    switch (shape) {
+        case 3: translated = p; break;                                      // Tukey
+        case 7: translated = 0.01f * std::pow(10.0f, 3.0f * p); break;      // Gaussian
+        case 9: translated = 0.32f * p; break;                              // Blackman
+        case 10: translated = 12.0f * std::pow(2.0f * p, 5.0f); break;      // Kaiser
+        case 15: translated = p; break;                                     // Rect-Param
+        default: break;
+    }
+    firWindowShape = shape;
+    firWindowParameter = translated;
+}
 
 double EQBank::trueQ(int32_t band) const {
     for (int32_t c = 0; c < channelCount; ++c) {
@@ -244,7 +267,7 @@ void EQBank::setIRLength(int32_t n) {
     while (busy.load()) std::this_thread::sleep_for(kBusyPoll);
     irLength = n;
     allocateDelays();
-    mode = -1;  // the next setBankMode sees a change
+    mode.store(-1);  // the next setBankMode sees a change
 }
 
 void EQBank::allocateDelays() {
@@ -291,10 +314,11 @@ void EQBank::processBank(double* const* buffers, int32_t samples, int32_t channe
     if (samples <= 0) return;
     const int32_t fade = parallelFade.load(std::memory_order_relaxed);
     const int32_t count = std::min(channels, channelCount);
+    const bool inParallel = parallel.load(std::memory_order_relaxed);
     for (int32_t c = 0; c < count; ++c) {
         double* x = buffers[c];
         if (!x) continue;
-        if (parallel)
+        if (inParallel)
             runParallel(x, c, samples, fade);
         else
             runCascade(x, c, samples);
@@ -320,7 +344,7 @@ void EQBank::runFirStandIn(double* const* buffers, int32_t samples, int32_t chan
     // Until the FIR engine exists, the FIR modes are the IIR cascade followed
     // by the delay their flat linear-phase impulse would have, so latency and
     // alignment are already those of the finished modes.
-    if (!latencyMode(mode) || flatDelayLength <= 0) return;
+    if (!latencyMode(mode.load(std::memory_order_relaxed)) || flatDelayLength <= 0) return;
     const int32_t count = std::min(channels, channelCount);
     for (int32_t c = 0; c < count; ++c) {
         double* x = buffers[c];

@@ -44,6 +44,8 @@ public:
     static constexpr int32_t kDefaultCompensationLength = 64;
     static constexpr int32_t kScratchLength = 1024;
     static constexpr int32_t kParallelFadeSamples = 5000;
+    static constexpr int32_t kDefaultWindowShape = 10;  // Kaiser
+    static constexpr float kDefaultWindowParameter = 0.5f;
 
     EQBank(int32_t bandCount, float sampleRate, int32_t channels);
     virtual ~EQBank();
@@ -76,6 +78,21 @@ public:
     // false. One design per band serves every active channel of it.
     virtual void redesign(bool force);
     virtual int32_t getIRLength() const { return irLength; }
+    int32_t getCompensationLength() const { return compensationLength; }
+    // Digital+ impulse length; the compensation convolvers are rebuilt for it
+    // behind the active and busy flags.
+    void setDPlusLength(int32_t n);
+    // FIR window: shape 0..15 and its parameter p in 0..1, translated by
+    // shape (Tukey p, Gaussian 0.01*10^(3p), Blackman 0.32p, Kaiser 12(2p)^5,
+    // Rect-Param p, others 0).
+    void setFirWindow(int32_t shape, float parameter);
+    int32_t getFirWindowShape() const { return firWindowShape; }
+    float getFirWindowParameter() const { return firWindowParameter; }
+    void setPadFactor(int32_t factor) { padFactor = factor; }
+    int32_t getPadFactor() const { return padFactor; }
+    // The older alignment of the zero-latency FIR mode keeps the latency peak.
+    void setKeepLatencyPeak(bool keep) { keepLatencyPeak = keep; }
+    bool getKeepLatencyPeak() const { return keepLatencyPeak; }
     // IR length / 2 in the Analogue, Linear and Free modes, else 0.
     virtual int32_t getLatency() const;
     // True Q of a band's first active channel; negative when no channel runs it.
@@ -107,13 +124,13 @@ public:
     // their history stays warm, and discards what they give.
     void warmConvolvers(double* const* buffers, int32_t samples, int32_t channels) noexcept;
 
-    int32_t getMode() const { return mode; }
+    int32_t getMode() const { return mode.load(std::memory_order_relaxed); }
     int32_t getBandCount() const { return bandCount; }
     int32_t getChannelCount() const { return channelCount; }
     float getSampleRate() const { return sampleRate; }
     bool isConvolverActive() const { return convolverActive.load(); }
     bool isModeChanged() const { return modeChanged; }
-    bool isParallel() const { return parallel; }
+    bool isParallel() const { return parallel.load(std::memory_order_relaxed); }
     bool isStereoLinked() const { return stereoLinked; }
 
 private:
@@ -133,12 +150,16 @@ private:
     std::vector<std::unique_ptr<EQ>> grid;
     std::unique_ptr<double[]> bandScratch;
     std::unique_ptr<double[]> sumScratch;
-    int32_t mode = kModeIIR;
+    std::atomic<int32_t> mode{kModeIIR};
     int32_t irLength = kDefaultIRLength;
     int32_t compensationLength = kDefaultCompensationLength;
+    int32_t padFactor = 1;
+    int32_t firWindowShape = kDefaultWindowShape;
+    float firWindowParameter = kDefaultWindowParameter;
+    bool keepLatencyPeak = false;
     bool modeChanged = true;
     bool stereoLinked = false;
-    bool parallel = false;
+    std::atomic<bool> parallel{false};
     std::atomic<int32_t> parallelFade{0};
     std::atomic<bool> convolverActive{false};
     std::atomic<bool> busy{false};

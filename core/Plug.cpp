@@ -1,5 +1,7 @@
 #include "core/Plug.h"
 
+#include <chrono>
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
@@ -22,6 +24,19 @@ constexpr float kExtendedMinFrequency = 5.0f;
 constexpr double kGainRampStep = 0.01;        // fraction of the distance per sample
 constexpr double kGainSnapDistance = 0.000001;  // below this the ramp snaps to its target
 constexpr double kSilentLevel = 0.000001;       // a channel level below this shows "-"
+// Full updates per second while audio runs in the IIR and Digital+ modes.
+constexpr int32_t kIIRUpdateRate = 40;
+// After this many samples an update goes through within the same tick.
+constexpr int32_t kSamplesPerForcedUpdate = 4096;
+// A groups value from here up covers both groups of a stereo instance.
+constexpr int32_t kBothGroups = 192;
+constexpr int32_t kCompensationBase = 8;  // Digital+ taps: 8 << kDPlusLen
+constexpr int32_t kIRLengthBase = 1024;   // FIR taps: 1024 << kIRLength
+// The eight DSP rows, in the order of the render settings.
+constexpr int32_t kDspRows[8] = {kMode, kIRLength, kIRWindow, kIRWindowParam, kIRPhase, kIRPad, kDPlusLen, kDPlusPhase};
+enum DspSetting : int32_t { kDspMode, kDspIRLength, kDspWindow, kDspWindowParam, kDspPhase, kDspPad, kDspDPlusLen, kDspDPlusPhase };
+// FIR updates per second for "FFT Update throttle" "Mild", "Med", "Intensive".
+constexpr int32_t kFirUpdateRates[3] = {10, 20, 40};
 
 // Meter ballistics: each follower covers 1-base of the distance in `time`.
 struct Ballistics {
@@ -72,12 +87,12 @@ Plug::Plug(EffectHostCallback host)
     sampleRate = kDefaultRate;
     blockSize = kMaxBlock;
     assignParameterGroups();
-    msMask = 0xF;
+    msMask.store(0xF);
     channelSlots = standardChannelLayout(2);
     setChannelLayout(channelSlots);
 
     {
-        std::lock_guard<std::recursive_mutex> hold(engineLock);  // no update on a half-built object
+        std::lock_guard<PlugBaseMutex> hold(engineLock);  // no update on a half-built object
         pitchFactor = 1.0;
         minFrequency = kStandardMinFrequency;
         maxFrequency = kStandardMaxFrequency;
@@ -85,6 +100,8 @@ Plug::Plug(EffectHostCallback host)
         clipThreshold = kClipThreshold0dB;
         allocateBuffers(kMaxBlock, getChannelCount());
         setABParameterIndex(kABBank);
+        for (size_t i = 0; i < std::size(kDspRows); ++i) renderSettings[i] = staticParamTable()[kDspRows[i]].value;
+        renderSettings[kRenderSettingCount - 1] = 0.0f;  // render settings off
         registerInstance();
         createEditor();
         reloadGlobalSettings();
@@ -137,24 +154,25 @@ void Plug::resume() {
     std::lock_guard<std::mutex> hold(resumeMutex);
     stopWorker();
     wantEvents();
-    reloadGlobalSettings();
-    updateFrequencyLimits();
-
-    rebuilding = true;
     {
-        std::lock_guard<std::recursive_mutex> engine(engineLock);
+        std::lock_guard<PlugBaseMutex> engine(engineLock);
+        reloadGlobalSettings();
+        updateFrequencyLimits();
+        if (getChannelCount() != groupCount) rebuildGroupNames();
+        rebuilding = true;
         bank.setChannels(getChannelCount());
+        rebuilding = false;
+        autoListenBand = -1;  // AutoListen is never armed across a resume
+        bank.setSampleRate(sampleRate);
+        computeMeterCoefficients();
+        clearAudioState();
     }
-    rebuilding = false;
-
-    autoListenBand = -1;  // AutoListen is never armed across a resume
-    bank.setSampleRate(sampleRate);
-    computeMeterCoefficients();
-    clearAudioState();
     updateProcessLevel();
     wantEvents();
     refreshEngine(true);
-    for (int32_t c = 0; c < kMaxChannels; ++c) channelGainNow[c] = channelGainTarget[c];
+    // A mode for the worker is carried out here, so audio starts with it.
+    if (modePending.isRaised() || irLengthPending.isRaised()) workerStep();
+    for (int32_t c = 0; c < kMaxChannels; ++c) channelGainNow[c] = channelGainTarget[c].load();
     updateLatency();
     startWorker();
 }
@@ -252,8 +270,8 @@ void Plug::getParameterLabel(int32_t index, char* label) {
 
 void Plug::updateProcessLevel() noexcept {
     const bool nowOffline = getCurrentProcessLevel() == kProcessLevelOffline;
-    if (nowOffline != offline) {
-        offline = nowOffline;
+    if (nowOffline != offline.load()) {
+        offline.store(nowOffline);
         onProcessLevelChanged();
     }
 }
@@ -283,6 +301,8 @@ void Plug::reloadGlobalSettings() {
     soloMute = mute;
     soloSelect = !mute;
     gesturesToHost = settings->globalValue("VST Gestures") != 0;
+    const int32_t throttle = settings->globalValue("FFT Update throttle");
+    firUpdateRate = (throttle >= 0 && throttle < 3) ? kFirUpdateRates[throttle] : kFirUpdateRates[2];
 }
 
 void Plug::reloadUISettings() {
@@ -463,7 +483,7 @@ void Plug::formatParameter(int32_t index, float norm, char* text, bool musical) 
 // Engine
 
 int32_t Plug::msMaskFromState() const {
-    const int32_t v = int32_t(table[kMsState].value) & 0xF;
+    const int32_t v = int32_t(rowValue(kMsState)) & 0xF;
     // The parameter keeps pair 0 in bit 3, pair 3 in bit 0.
     return ((v >> 3) & 1) | (((v >> 2) & 1) << 1) | (((v >> 1) & 1) << 2) | ((v & 1) << 3);
 }
@@ -481,29 +501,46 @@ BandMappingContext Plug::bandMappingContext() const {
     return context;
 }
 
+float Plug::rowValue(int32_t index) const {
+    // Rows are written by the control thread while the timer and the worker
+    // read them here: one relaxed atomic read per value.
+    return std::atomic_ref<float>(const_cast<float&>(table[index].value)).load(std::memory_order_relaxed);
+}
+
+int64_t Plug::clockMs() {
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
 void Plug::refreshEngine(bool force) {
     if (!engineLock.try_lock()) {
         refreshPending = true;
         return;
     }
-    std::lock_guard<std::recursive_mutex> held(engineLock, std::adopt_lock);
+    std::lock_guard<PlugBaseMutex> held(engineLock, std::adopt_lock);
+    // Cleared before the table is read, so a write that lands during this
+    // update raises it again and is carried out by the next idle.
+    refreshPending = false;
     if (rebuilding) {
         refreshPending = true;
         return;
     }
-    (void)force;  // every update is a full one until the rate limit exists
-    const int32_t c = std::min(getChannelCount(), int32_t(kMaxChannels));
-    listenMask = 0;
+    force = force || offline.load();
+    const int32_t c = std::min(bank.getChannelCount(), int32_t(kMaxChannels));
+    const int32_t listen = autoListenBand;
 
     // Bands: each band's settings go to the objects of the channels its
     // groups reach; the objects of the other channels are bypassed.
-    const BandMappingContext context = bandMappingContext();
+    BandMappingContext context = bandMappingContext();
     const int32_t allChannels = (1 << c) - 1;
+    int32_t heard = 0;
     for (int32_t b = 0; b < kNumBands; ++b) {
-        const int32_t groups = int32_t(table[bandParam(b, kFieldGroups)].value);
+        const int32_t groups = int32_t(rowValue(bandParam(b, kFieldGroups)));
         const int32_t mask = bandChannelMask(groups, groupMask, c);
-        if (b == autoListenBand) listenMask = mask;
-        const BandShape shape = mapBandShape(table.get(), b, context);
+        if (b == listen) heard = mask;
+        float fields[kNumBandFields];
+        for (int32_t f = 0; f < kNumBandFields; ++f) fields[f] = rowValue(bandParam(b, f));
+        const BandShape shape = mapBandShape(fields, b, context);
         bank.setBypass(true, b, allChannels & ~mask);
         bank.setBypass(shape.state != 0, b, mask);
         bank.setType(shape.type, b, allChannels);
@@ -515,52 +552,207 @@ void Plug::refreshEngine(bool force) {
         bank.setPhase(shape.phase, b, allChannels);
         bank.setSlope(shape.slope, b, allChannels);
     }
+    listenMask.store(heard, std::memory_order_relaxed);
+    if (rebuilding) {
+        refreshPending = true;
+        return;
+    }
 
-    // Channel gains: master gain, level and polarity, then solo and mute.
+    composeChannelGains(c);
+    currentMsMask();
+    bank.setParallelMode(listen == -1 ? int32_t(rowValue(kParallel)) : kParallelOff);
+    if (listen == -1) applyAutoGain();
+
+    const int32_t mode = chooseEngineMode(c);
+    bank.setKeepLatencyPeak(legacyAlignment && mode == kModeZeroLatency);
+    if (rebuilding) {
+        refreshPending = true;
+        return;
+    }
+
+    // The rate limit: while audio runs, one full update per tick, unless
+    // 4096 samples have gone by since the last one.
+    const int32_t rate = mode < kModeFullMinimum ? kIIRUpdateRate : firUpdateRate;
+    const int64_t tick = clockMs() * rate / 1000;
+    const int32_t samples = samplesSinceUpdate.load(std::memory_order_relaxed);
+    if ((!force && samples < kSamplesPerForcedUpdate && tick == lastTick) || loadInProgress) {
+        refreshPending = true;
+        return;
+    }
+    if (samples >= kSamplesPerForcedUpdate) samplesSinceUpdate.store(0, std::memory_order_relaxed);
+
+    // One stereo convolver serves a stereo instance whose live bands all
+    // cover both channels.
+    if (c == 2) {
+        allBandsStereo = true;
+        for (int32_t b = 0; b < kNumBands; ++b)
+            if (int32_t(rowValue(bandParam(b, kFieldState))) == kBandOn &&
+                int32_t(rowValue(bandParam(b, kFieldGroups))) < kBothGroups)
+                allBandsStereo = false;
+        bank.setStereoLinked(allBandsStereo && bank.getChannelCount() == 2);
+    } else {
+        bank.setStereoLinked(false);
+    }
+
+    if (mode < kModeFullMinimum) {
+        bank.setBankMode(mode);
+    } else {
+        requestedMode = mode;
+        modePending.raise();
+    }
+    lastTick = clockMs() * rate / 1000;
+    updateCount.fetch_add(1, std::memory_order_relaxed);
+    if (rowValue(kBypass) != 0.0f) allBandsStereo = true;
+    // Offline, nothing waits for the worker: its part is done before the next block.
+    if (offline.load() && (modePending.isRaised() || irLengthPending.isRaised())) workerStep();
+}
+
+void Plug::composeChannelGains(int32_t c) {
+    // Master gain, level and polarity, then solo and AutoListen, and mute,
+    // which always wins.
     int32_t phaseMask = 0, muteMask = 0, solo = 0;
     for (int32_t i = 0; i < c; ++i) {
-        if (table[channelParam(i, kFieldChannelPhase)].value != 0.0f) phaseMask |= 1 << i;
-        if (table[channelParam(i, kFieldMute)].value != 0.0f) muteMask |= 1 << i;
-        if (table[channelParam(i, kFieldSolo)].value != 0.0f) solo |= 1 << i;
+        if (rowValue(channelParam(i, kFieldChannelPhase)) != 0.0f) phaseMask |= 1 << i;
+        if (rowValue(channelParam(i, kFieldMute)) != 0.0f) muteMask |= 1 << i;
+        if (rowValue(channelParam(i, kFieldSolo)) != 0.0f) solo |= 1 << i;
     }
-    const double master = std::pow(10.0, table[kGain].value / 20.0);
+    const int32_t heard = listenMask.load(std::memory_order_relaxed);
+    const double master = std::pow(10.0, rowValue(kGain) / 20.0);
     for (int32_t i = 0; i < c; ++i) {
         const double sign = (phaseMask >> i) & 1 ? -1.0 : 1.0;
-        double target = sign * master * table[channelParam(i, kFieldLevel)].value;
-        if (soloMute && ((solo != 0 && !((solo >> i) & 1)) || (listenMask != 0 && !((listenMask >> i) & 1))))
-            target = 0.0;
+        double target = sign * master * rowValue(channelParam(i, kFieldLevel));
+        if (soloMute && ((solo != 0 && !((solo >> i) & 1)) || (heard != 0 && !((heard >> i) & 1)))) target = 0.0;
         if ((muteMask >> i) & 1) target = 0.0;
-        channelGainTarget[i] = target;
+        channelGainTarget[i].store(target, std::memory_order_relaxed);
     }
-    soloMask = solo;
-    msMask = msMaskFromState();
-    bank.setParallelMode(autoListenBand == -1 ? int32_t(table[kParallel].value) : kParallelOff);
+    soloMask.store(solo, std::memory_order_relaxed);
+}
 
-    // The engine mode from the DSP rows.
-    int32_t mode = kModeIIR;
-    if (table[kMode].value == 0.0f) {
-        if (table[kDPlusLen].value != 0.0f) mode = table[kDPlusPhase].value == 0.0f ? kModeDPlus : kModeDPlusPhase;
-    } else {
-        switch (int32_t(table[kIRPhase].value)) {
-            case 0: mode = kModeLinear; break;
-            case 1: mode = kModeFullMinimum; break;
-            case 2: mode = kModeZeroLatency; break;
-            case 3: mode = kModeAnalogue; break;
-            default: mode = kModeFree; break;
-        }
-        // Applied on this thread until the worker thread carries FIR design.
-        bank.setIRLength(1024 << int32_t(table[kIRLength].value));
+int32_t Plug::chooseEngineMode(int32_t channels) {
+    (void)channels;
+    // The eight DSP settings: the parameters, or offline the render settings
+    // when they are switched on.
+    float dsp[std::size(kDspRows)];
+    const bool useRender = offline.load() && renderSettings[kRenderSettingCount - 1] != 0.0f;
+    for (size_t i = 0; i < std::size(kDspRows); ++i) dsp[i] = useRender ? renderSettings[i] : rowValue(kDspRows[i]);
+    const int32_t modeSwitch = int32_t(dsp[kDspMode]);
+    const int32_t irLength = int32_t(dsp[kDspIRLength]);
+    const int32_t window = int32_t(dsp[kDspWindow]);
+    const float windowParam = dsp[kDspWindowParam];
+    const int32_t phase = int32_t(dsp[kDspPhase]);
+    const int32_t pad = int32_t(dsp[kDspPad]);
+    const int32_t dPlusLength = int32_t(dsp[kDspDPlusLen]);
+    const bool dPlusPhase = dsp[kDspDPlusPhase] != 0.0f;
+
+    if (modeSwitch == 0) {
+        if (dPlusLength == 0) return kModeIIR;
+        const int32_t taps = kCompensationBase << dPlusLength;
+        if (taps != bank.getCompensationLength()) bank.setDPlusLength(taps);
+        return dPlusPhase ? kModeDPlusPhase : kModeDPlus;
     }
-    bank.setBankMode(mode);
-    refreshPending = false;
+    bank.setFirWindow(window, windowParam);
+    bank.setPadFactor(1 << std::clamp(pad, 0, 3));
+    requestedIRLength = kIRLengthBase << std::clamp(irLength, 0, 8);
+    irLengthPending.raise();
+    switch (phase) {
+        case 0: return kModeLinear;
+        case 1: return kModeFullMinimum;
+        case 2: return kModeZeroLatency;
+        case 3: return kModeAnalogue;
+        default: return kModeFree;
+    }
+}
+
+void Plug::workerStep() {
+    // The worker holds the engine lock while it works, so the settings it
+    // designs from are not changed under it; refreshEngine meanwhile only
+    // defers to the next idle.
+    std::lock_guard<PlugBaseMutex> held(engineLock);
+    if (irLengthPending.take()) bank.setIRLength(requestedIRLength);
+    if (modePending.take()) bank.setBankMode(requestedMode);
+}
+
+void Plug::setRenderSetting(int32_t i, float value) {
+    if (i < 0 || i >= kRenderSettingCount || std::isnan(value)) return;
+    std::lock_guard<PlugBaseMutex> held(engineLock);
+    renderSettings[i] = value;
+}
+
+float Plug::getRenderSetting(int32_t i) const {
+    return (i >= 0 && i < kRenderSettingCount) ? renderSettings[i] : 0.0f;
+}
+
+// ---------------------------------------------------------------------------
+// Channels and groups
+
+void Plug::rebuildGroupNames() {
+    const int32_t channels = std::clamp(getChannelCount(), 0, int32_t(kMaxChannels));
+    if (channels == 1) {
+        groupNames[0] = "Mono";
+        setParameter(kGUIGroupNamesChanged, 1.0f);
+    } else if (channels == 2) {
+        const bool coded = msMask.load(std::memory_order_relaxed) & 1;
+        groupNames[0] = coded ? "Mid" : "Left";
+        setParameter(kGUIGroupNamesChanged, 1.0f);
+        groupNames[1] = coded ? "Side" : "Right";
+        setParameter(kGUIGroupNamesChanged, 1.0f);
+    } else {
+        for (int32_t i = 0; i < channels; ++i) {
+            groupNames[i] = std::to_string(i + 1);
+            setParameter(kGUIGroupNamesChanged, 1.0f);
+        }
+    }
+    groupCount = channels;
+}
+
+const std::string* Plug::groupNamesOf(int32_t* count) const {
+    if (count) *count = groupCount;
+    return groupNames;
+}
+
+void Plug::setGroupName(int32_t i, const char* text) {
+    if (i < 0 || i >= getChannelCount() || i >= kMaxChannels || !text) return;
+    groupNames[i] = text;
+    setParameter(kGUIGroupNamesChanged, 1.0f);
+}
+
+void Plug::setGroupMask(int32_t i, int32_t mask) {
+    if (i < 0 || i >= kMaxChannels) return;
+    {
+        std::lock_guard<PlugBaseMutex> held(engineLock);
+        groupMask[i] = mask & 0xFF;
+    }
+    refreshEngine(true);
+}
+
+int32_t Plug::currentMsMask() {
+    const int32_t mask = msMaskFromState();
+    if (mask != msMask.load(std::memory_order_relaxed)) {
+        msMask.store(mask, std::memory_order_relaxed);
+        if (getChannelCount() == 2) rebuildGroupNames();
+    }
+    return mask;
+}
+
+void Plug::setMsMask(int32_t mask) {
+    // The parameter keeps pair 0 in bit 3: the four bits go in reverse.
+    const int32_t r = ((mask & 1) << 3) | ((mask & 2) << 1) | ((mask & 4) >> 1) | ((mask & 8) >> 3);
+    if (r == msMask.load(std::memory_order_relaxed)) return;
+    beginEdit(kMsState);
+    setParameterAutomated(kMsState, float(displayToNorm(kMsState, r)));
+    endEdit(kMsState);
+    // Until the next update the mask holds the parameter's bit order; that
+    // update puts it right.
+    msMask.store(r, std::memory_order_relaxed);
+    if (getChannelCount() == 2) rebuildGroupNames();
 }
 
 void Plug::updateLatency() {
+    // The timer and the control thread may both get here; one of them reports.
     const int32_t latency = bank.getLatency();
-    if (latency != cEffect.initialDelay) {
-        setInitialDelay(latency);
-        ioChanged();
-    }
+    std::atomic_ref<int32_t> reported(cEffect.initialDelay);
+    int32_t before = reported.load();
+    if (latency != before && reported.compare_exchange_strong(before, latency)) ioChanged();
 }
 
 void Plug::setChannelLayout(const std::vector<ChannelSlot>& slots) {
@@ -578,11 +770,11 @@ void Plug::setChannelLayout(const std::vector<ChannelSlot>& slots) {
 const char* Plug::channelLabel(int32_t slot) const {
     if (slot < 0 || slot >= int32_t(channelSlots.size())) return "";
     const ChannelSlot& s = channelSlots[size_t(slot)];
-    return ((msMask >> (slot / 2)) & 1) && slot / 2 * 2 + 1 < int32_t(channelSlots.size()) ? s.msLabel : s.label;
+    return ((msMask.load(std::memory_order_relaxed) >> (slot / 2)) & 1) && slot / 2 * 2 + 1 < int32_t(channelSlots.size()) ? s.msLabel : s.label;
 }
 
 void Plug::allocateBuffers(int32_t maxBlock, int32_t channels) noexcept {
-    const int32_t latency = cEffect.initialDelay;
+    const int32_t latency = std::atomic_ref<int32_t>(cEffect.initialDelay).load();
     if (workLength >= maxBlock && maxBlock != 0 && channels == allocatedChannels && delayLength == latency) return;
     channels = std::clamp(channels, 0, int32_t(kMaxChannels));
 
@@ -665,7 +857,7 @@ void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
     if (meterPreBank) runFollowers(codedLevels, m, channels);
     if (preTapWanted.load(std::memory_order_relaxed)) writeRing(preRing, m, channels);
 
-    if (table[kBypass].value == 0.0f) {
+    if (rowValue(kBypass) == 0.0f) {
         if (latency > 0) {
             int32_t pos = delayPosition;
             for (int32_t s = 0; s < m; ++s) {
@@ -684,7 +876,8 @@ void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
     writeRing(postRing, m, channels);
     ringPosition = (ringPosition + m) % kRingLength;
 
-    const int32_t solo = listenMask != 0 ? listenMask : soloMask;
+    const int32_t heard = listenMask.load(std::memory_order_relaxed);
+    const int32_t solo = heard != 0 ? heard : soloMask.load(std::memory_order_relaxed);
     if (soloSelect && solo != 0)
         soloMonitor(solo, m, channels);
     else
@@ -696,8 +889,9 @@ void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
 }
 
 void Plug::encodeMidSide(int32_t m, int32_t channels) noexcept {
+    const int32_t coded = msMask.load(std::memory_order_relaxed);
     for (int32_t p = 0; 2 * p + 1 < channels; ++p) {
-        if (!((msMask >> p) & 1)) continue;
+        if (!((coded >> p) & 1)) continue;
         double* a = workBuffer[2 * p];
         double* b = workBuffer[2 * p + 1];
         for (int32_t s = 0; s < m; ++s) {
@@ -709,8 +903,9 @@ void Plug::encodeMidSide(int32_t m, int32_t channels) noexcept {
 }
 
 void Plug::decodeMidSide(int32_t m, int32_t channels) noexcept {
+    const int32_t coded = msMask.load(std::memory_order_relaxed);
     for (int32_t p = 0; 2 * p + 1 < channels; ++p) {
-        if (!((msMask >> p) & 1)) continue;
+        if (!((coded >> p) & 1)) continue;
         double* a = workBuffer[2 * p];
         double* b = workBuffer[2 * p + 1];
         for (int32_t s = 0; s < m; ++s) {
@@ -724,7 +919,7 @@ void Plug::decodeMidSide(int32_t m, int32_t channels) noexcept {
 void Plug::applyChannelGain(int32_t m, int32_t channels) noexcept {
     for (int32_t c = 0; c < channels; ++c) {
         double* x = workBuffer[c];
-        const double t = channelGainTarget[c];
+        const double t = channelGainTarget[c].load(std::memory_order_relaxed);
         double g = channelGainNow[c];
         if (g == t) {
             for (int32_t s = 0; s < m; ++s) x[s] *= g;

@@ -7,7 +7,11 @@
 //
 // Threads: process calls come on the host's audio thread and take no lock;
 // they allocate only inside allocateBuffers, after a latency or channel
-// change. Everything else runs on the host's control thread.
+// change. Parameters, state and resume come on the host's control thread;
+// idle() comes from the process-wide timer thread every 10 ms; the worker
+// thread carries out IR length changes and the designs of the FIR modes.
+// Lock order: resumeMutex, then engineLock. refreshEngine only tries
+// engineLock and leaves what it could not do to the next idle.
 
 #include <atomic>
 #include <memory>
@@ -15,13 +19,17 @@
 #include <string>
 #include <vector>
 
+#include "core/AtomicFlag.h"
 #include "core/BandMapping.h"
 #include "core/ChannelLayout.h"
 #include "core/EQBank.h"
 #include "core/PlugBaseJSON.h"
+#include "core/PlugBaseMutex.h"
+#include "core/PlugBaseThread.h"
 #include "core/SettingsAccess.h"
+#include "core/SharedTimer.h"
 
-class Plug : public PlugBaseJSON {
+class Plug : public PlugBaseJSON, public PlugBaseThread, public TimerClient {
 public:
     static constexpr int32_t kMaxBlock = 1024;      // chunk size of the loop
     static constexpr int32_t kRingLength = 8192;    // analyser ring, doubles
@@ -51,16 +59,37 @@ public:
     void formatParameter(int32_t index, float norm, char* text, bool musical) override;
 
     // ---- Engine ----
-    // Re-reads the table into the channel gains, masks and the bank.
+    // Any thread but the audio thread (the offline one aside). Re-reads the
+    // whole table into the channel gains, masks and the bank; redesigns
+    // what changed, at most once per tick of the rate limit (25 ms, or less
+    // often in the FIR modes) unless forced or 4096 samples have run. A call
+    // that cannot take the engine lock, or is held back, leaves
+    // refreshPending set for the next idle: no change is ever lost.
     void refreshEngine(bool force) override;
+    // Worker thread: a pending IR length, then a pending mode and its design.
+    void workerStep() override;
+    // Full updates that reached the bank since construction (for tests and
+    // diagnostics).
+    int64_t getUpdateCount() const { return updateCount.load(std::memory_order_relaxed); }
+    bool isRefreshPending() const { return refreshPending.load(); }
+    // A mode or IR length waits for the worker.
+    bool isWorkerPending() const { return modePending.isRaised() || irLengthPending.isRaised(); }
+    // Offline render settings, in the order mode, IR length, window, window
+    // parameter, phase, pad, Digital+ length, Digital+ phase, enabled; each
+    // as the real value of its row. With "enabled" on they replace the DSP
+    // parameters while the host renders offline.
+    static constexpr int32_t kRenderSettingCount = 9;
+    void setRenderSetting(int32_t i, float value);
+    float getRenderSetting(int32_t i) const;
     // Audio thread at the head of a block (allocates only when the block
     // size, channel count or latency changed); control thread at teardown.
     void allocateBuffers(int32_t maxBlock, int32_t channels) noexcept;
     // Reports IR length/2 in the latency-bearing FIR modes, else 0; tells
     // the host when it changed.
     void updateLatency();
-    // Control thread: 10 ms tick of the shared timer.
-    virtual void idle();
+    // Timer thread, every 10 ms: reports a changed latency and carries out a
+    // pending update.
+    void idle() override;
     // Control thread: stores the layout and finds Left, Right, LFE and
     // Center/Mono. A label the new layout lacks keeps its old slot; every
     // use checks the slot against the channel count.
@@ -69,6 +98,19 @@ public:
     const std::vector<ChannelSlot>& getChannelSlots() const { return channelSlots; }
     // Label of a slot: its mid/side label while its pair is coded.
     const char* channelLabel(int32_t slot) const;
+
+    // ---- Groups ----
+    // Names of the groups and their count (the channel count after a rebuild).
+    const std::string* groupNamesOf(int32_t* count) const;
+    // Renames group i (below the channel count) and tells the editor.
+    void setGroupName(int32_t i, const char* text);
+    // Channel bit mask of group i; the routing matrix sets them.
+    int32_t getGroupMask(int32_t i) const { return (i >= 0 && i < kMaxChannels) ? groupMask[i] : 0; }
+    void setGroupMask(int32_t i, int32_t mask);
+    // The pairs coded as mid/side, from kMsState; in stereo a change renames the groups.
+    int32_t currentMsMask();
+    // Codes the pairs in mask (bit p = pair p) as mid/side through kMsState.
+    void setMsMask(int32_t mask);
 
     void updateFrequencyLimits();
     void remapBandFrequencies(float newMin, float newMax, float oldMin, float oldMax, int32_t slot, bool all,
@@ -91,16 +133,18 @@ public:
     bool getClip() const { return clipFlag.load(std::memory_order_relaxed); }
     void setClip(bool flag) { clipFlag.store(flag, std::memory_order_relaxed); }
     void setMeterPreBank(bool pre) { meterPreBank = pre; }
-    int32_t getMsMask() const { return msMask; }
-    int32_t getSoloMask() const { return soloMask; }
-    double getChannelGainTarget(int32_t c) const { return channelGainTarget[c & 7]; }
+    int32_t getMsMask() const { return msMask.load(std::memory_order_relaxed); }
+    int32_t getSoloMask() const { return soloMask.load(std::memory_order_relaxed); }
+    double getChannelGainTarget(int32_t c) const { return channelGainTarget[c & 7].load(std::memory_order_relaxed); }
     double getChannelGainNow(int32_t c) const { return channelGainNow[c & 7]; }
     double getClipThreshold() const { return clipThreshold; }
     float getMinFrequency() const { return minFrequency; }
     float getMaxFrequency() const { return maxFrequency; }
-    bool isOffline() const { return offline; }
+    bool isOffline() const { return offline.load(); }
     double getPitchFactor() const { return pitchFactor; }
     EQBank& getBank() { return bank; }
+    // True while every live band covers both channels of a stereo instance.
+    bool areAllBandsStereo() const { return allBandsStereo; }
     // Locks bits of a program's lock mask; locked parameters ignore setParameter.
     void setParameterLocked(int32_t program, int32_t index, bool locked);
 
@@ -131,26 +175,48 @@ private:
     void clearAudioState();
     int32_t msMaskFromState() const;
     BandMappingContext bandMappingContext() const;
+    void rebuildGroupNames();
+    int32_t chooseEngineMode(int32_t channels);
+    void composeChannelGains(int32_t channels);
+    void applyAutoGain() {}  // seam: auto gain scales the channel gain targets
+    float rowValue(int32_t index) const;
+    static int64_t clockMs();
     bool isLocked(int32_t index) const;
 
     // Named seams of layers that stand beside the effect core: the instance
-    // registry, the editor object, the default bank, the shared timer and
-    // the worker thread. Each does nothing until its layer exists.
+    // registry, the editor object and the default bank. Each does nothing
+    // until its layer exists.
     void registerInstance() {}
     void unregisterInstance() {}
     void createEditor() {}
     void loadDefaultBank() {}
-    void joinSharedTimer() {}
-    void leaveSharedTimer() {}
-    void startWorker() {}
-    void stopWorker() {}
+    void joinSharedTimer() { SharedTimer::instance().join(this); }
+    void leaveSharedTimer() { SharedTimer::instance().leave(this); }
+    void startWorker() { startThread(); }
+    void stopWorker() { stopThread(); }
 
     EQBank bank;
-    std::recursive_mutex engineLock;
+    PlugBaseMutex engineLock;
     std::mutex resumeMutex;
-    bool rebuilding = false;
+    std::atomic<bool> rebuilding{false};
     std::atomic<bool> refreshPending{false};
     const SettingsAccess* settings;
+
+    // ---- Change propagation ----
+    AtomicFlag modePending;
+    int32_t requestedMode = kModeIIR;
+    AtomicFlag irLengthPending;
+    int32_t requestedIRLength = EQBank::kDefaultIRLength;
+    int32_t firUpdateRate = 40;  // FIR updates per second: "Mild" 10, "Med" 20, "Intensive" 40
+    int64_t lastTick = -1;
+    bool allBandsStereo = true;
+    bool legacyAlignment = false;  // older documents keep the latency peak in the zero-latency mode
+    float renderSettings[kRenderSettingCount] = {};
+    std::atomic<int64_t> updateCount{0};
+
+    // ---- Groups ----
+    std::string groupNames[kMaxChannels];
+    int32_t groupCount = 0;
 
     // ---- Parameters turned into engine state ----
     float minFrequency = 10.0f;
@@ -160,7 +226,7 @@ private:
     bool sampleRateGiven = false;
     double pitchFactor = 1.0;
     int32_t autoListenBand = -1;
-    bool offline = false;
+    std::atomic<bool> offline{false};
     uint32_t lockMask[kNumPrograms][kLockWordsPerProgram] = {};
     bool editing[kNumParams] = {};
     bool gesturesToHost = true;
@@ -178,7 +244,7 @@ private:
     int32_t delayPosition = 0;
     int32_t ringPosition = 0;
     int32_t allocatedChannels = 0;
-    double channelGainTarget[kMaxChannels] = {};
+    std::atomic<double> channelGainTarget[kMaxChannels] = {};
     double channelGainNow[kMaxChannels] = {};
     std::vector<ChannelSlot> channelSlots;
     int32_t leftIndex = 0, rightIndex = 1, lfeIndex = -1, centerIndex = -1;
@@ -188,9 +254,9 @@ private:
     std::atomic<bool> preTapWanted{false};
     bool soloSelect = true;
     bool soloMute = false;
-    int32_t msMask = 0xF;
-    int32_t soloMask = 0;
-    int32_t listenMask = 0;
+    std::atomic<int32_t> msMask{0xF};
+    std::atomic<int32_t> soloMask{0};
+    std::atomic<int32_t> listenMask{0};
     // Channel bit mask of each group; group i starts as channel i.
     int32_t groupMask[kMaxChannels] = {1, 2, 4, 8, 16, 32, 64, 128};
 

@@ -1,5 +1,6 @@
 #include "core/PlugBase.h"
 
+#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -33,8 +34,9 @@ void PlugBase::processDoubleReplacing(double** inputs, double** outputs, int32_t
 
 void PlugBase::storeNorm(int32_t index, float norm) {
     ParamRow& row = table[index];
-    row.norm = norm;
-    row.value = float(curveToReal(row, norm));
+    // The engine update reads rows from the timer and worker threads.
+    std::atomic_ref<float>(row.norm).store(norm, std::memory_order_relaxed);
+    std::atomic_ref<float>(row.value).store(float(curveToReal(row, norm)), std::memory_order_relaxed);
     programs[curProgram].values[index] = norm;
     abSlots[currentABSlot].values[index] = norm;
 }

@@ -22,6 +22,24 @@ inline bool isTiny(double x) noexcept {
 inline double* coefficients(DigitalSection& s) noexcept { return &s.b0; }
 inline const double* coefficients(const DigitalSection& s) noexcept { return &s.b0; }
 
+// Coefficients are shared between the designing thread and the audio
+// thread without a lock; every access is a relaxed atomic one, which costs
+// nothing over a plain load or store.
+inline double load(const double& x) noexcept {
+    return std::atomic_ref<double>(const_cast<double&>(x)).load(std::memory_order_relaxed);
+}
+inline void store(double& x, double v) noexcept { std::atomic_ref<double>(x).store(v, std::memory_order_relaxed); }
+inline DigitalSection loadSection(const DigitalSection& s) noexcept {
+    return {load(s.b0), load(s.b1), load(s.b2), load(s.a1), load(s.a2)};
+}
+inline void storeSection(DigitalSection& s, const DigitalSection& v) noexcept {
+    store(s.b0, v.b0);
+    store(s.b1, v.b1);
+    store(s.b2, v.b2);
+    store(s.a1, v.a1);
+    store(s.a2, v.a2);
+}
+
 }  // namespace
 
 DF1Cascade::DF1Cascade() {
@@ -41,16 +59,16 @@ void DF1Cascade::resetCoefficients(bool immediate) {
         return;
     }
     for (int32_t i = 0; i < kMaxSections; ++i) {
-        live[i] = kUnitSection;
-        target[i] = kUnitSection;
-        step[i] = kZeroStep;
+        storeSection(live[i], kUnitSection);
+        storeSection(target[i], kUnitSection);
+        storeSection(step[i], kZeroStep);
     }
     rampCount.store(-1, std::memory_order_release);
 }
 
 int32_t DF1Cascade::getCoefficients(DigitalSection* out) const {
     const int32_t count = getSectionCount();
-    for (int32_t i = 0; i < count; ++i) out[i] = target[i];
+    for (int32_t i = 0; i < count; ++i) out[i] = loadSection(target[i]);
     return count;
 }
 
@@ -64,9 +82,9 @@ void DF1Cascade::setCoefficients(const DigitalSection* in, int32_t count) {
         double* by = coefficients(step[i]);
         const double* now = coefficients(live[i]);
         for (int k = 0; k < 5; ++k) {
-            const double difference = from[k] - now[k];
-            to[k] = from[k];
-            by[k] = difference * kRampStepScale;
+            const double difference = from[k] - load(now[k]);
+            store(to[k], from[k]);
+            store(by[k], difference * kRampStepScale);
             // NaN counts as a difference too.
             if (!(difference == 0.0)) startRamp = true;
         }
@@ -89,7 +107,7 @@ void DF1Cascade::processDouble(double* x, int32_t n) noexcept {
             if (isTiny(h[k])) h[k] = 0.0;
         double x1 = h[0], x2 = h[1], y1 = h[2], y2 = h[3];
         if (ramp < 0) {
-            const DigitalSection c = live[s];
+            const DigitalSection c = loadSection(live[s]);
             for (int32_t i = 0; i < n; ++i) {
                 const double in = x[i];
                 const double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
@@ -100,14 +118,19 @@ void DF1Cascade::processDouble(double* x, int32_t n) noexcept {
                 x[i] = y;
             }
         } else {
-            DigitalSection& c = live[s];
             const double* to = coefficients(target[s]);
             const double* by = coefficients(step[s]);
-            double* now = coefficients(c);
+            double* now = coefficients(live[s]);
+            DigitalSection c = loadSection(live[s]);
+            double* cur = coefficients(c);
             int32_t position = ramp;
             for (int32_t i = 0; i < n; ++i, --position) {
-                if (position >= 0)
-                    for (int k = 0; k < 5; ++k) now[k] = to[k] - double(position) * by[k];
+                if (position >= 0) {
+                    for (int k = 0; k < 5; ++k) {
+                        cur[k] = load(to[k]) - double(position) * load(by[k]);
+                        store(now[k], cur[k]);
+                    }
+                }
                 const double in = x[i];
                 const double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
                 x2 = x1;
@@ -137,14 +160,19 @@ void DF1Cascade::processFloat(float* x, int32_t n) noexcept {
     for (int32_t s = 0; s < count; ++s) {
         double* h = history[s];
         double x1 = h[0], x2 = h[1], y1 = h[2], y2 = h[3];
-        DigitalSection& c = live[s];
         const double* to = coefficients(target[s]);
         const double* by = coefficients(step[s]);
-        double* now = coefficients(c);
+        double* now = coefficients(live[s]);
+        DigitalSection c = loadSection(live[s]);
+        double* cur = coefficients(c);
         int32_t position = ramp;
         for (int32_t i = 0; i < n; ++i, --position) {
-            if (position >= 0)
-                for (int k = 0; k < 5; ++k) now[k] = to[k] - double(position) * by[k];
+            if (position >= 0) {
+                for (int k = 0; k < 5; ++k) {
+                    cur[k] = load(to[k]) - double(position) * load(by[k]);
+                    store(now[k], cur[k]);
+                }
+            }
             const double in = x[i];
             double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
             y = y + kFlush - kFlush;
@@ -168,7 +196,7 @@ double DF1Cascade::magnitudeAt(double hz, double* phaseOut) const {
     double num = 1.0, den = 1.0, phase = 0.0;
     const int32_t count = getSectionCount();
     for (int32_t i = 0; i < count; ++i) {
-        const DigitalSection& t = target[i];
+        const DigitalSection t = loadSection(target[i]);
         // The section in positive powers of z.
         const double nr = t.b0 * c2w + t.b1 * cw + t.b2, ni = t.b0 * s2w + t.b1 * sw;
         const double dr = c2w + t.a1 * cw + t.a2, di = s2w + t.a1 * sw;
@@ -188,7 +216,7 @@ void DF1Cascade::responseAt(double hz, double* re, double* im) const {
     std::complex<double> num(1.0, 0.0), den(1.0, 0.0);
     const int32_t count = getSectionCount();
     for (int32_t i = 0; i < count; ++i) {
-        const DigitalSection& t = target[i];
+        const DigitalSection t = loadSection(target[i]);
         num *= t.b0 * z2 + t.b1 * z1 + t.b2;
         den *= z2 + t.a1 * z1 + t.a2;
     }

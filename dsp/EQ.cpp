@@ -76,7 +76,7 @@ bool EQ::setPhase(float value) {
 }
 
 bool EQ::setParallel(bool value) {
-    const bool changed = assign(parallel, value);
+    const bool changed = parallel.exchange(value) != value;
     dirty |= uint8_t(changed);
     return changed;
 }

@@ -7,6 +7,7 @@
 // object dirty only then; previousType is written only when type really
 // changes. Settings are written on the thread that applies parameters.
 
+#include <atomic>
 #include <cstdint>
 
 #include "dsp/AnalogueSection.h"
@@ -42,10 +43,10 @@ public:
     virtual float getQ() const { return shape.q; }
     virtual float getShift() const { return shape.shift; }
     virtual float getPhase() const { return shape.phase; }
-    virtual bool getParallel() const { return parallel; }
+    virtual bool getParallel() const { return parallel.load(std::memory_order_relaxed); }
 
-    virtual bool isUnity() const { return unity != 0; }
-    virtual void setUnity(uint32_t value) { unity = value; }
+    virtual bool isUnity() const { return unity.load(std::memory_order_relaxed) != 0; }
+    virtual void setUnity(uint32_t value) { unity.store(value, std::memory_order_relaxed); }
 
     // The analogue prototype of the current settings into *out, also kept in
     // `sections`. See designBand for the bypass rule.
@@ -79,9 +80,10 @@ protected:
     BandShape shape;
     int32_t previousType = kEnginePeak;
     uint8_t dirty = 1;
-    uint32_t unity = 0;
+    // Read by the audio thread while the designing thread writes them.
+    std::atomic<uint32_t> unity{0};
     float sampleRate = 48000.0f;
-    bool parallel = false;
+    std::atomic<bool> parallel{false};
     SectionSet sections{{kIdentitySection}, 1};
     bool redesignRequested = false;
 };

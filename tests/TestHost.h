@@ -2,8 +2,12 @@
 // A host for tests: records what the effect sends and answers the process
 // level it is told to.
 
+#include <atomic>
+#include <chrono>
 #include <cstring>
 #include <memory>
+#include <mutex>
+#include <thread>
 #include <vector>
 
 #include "core/Plug.h"
@@ -15,15 +19,20 @@ struct HostCall {
     float opt;
 };
 
+// The effect may call back from its timer thread too (a latency change), so
+// recording is locked; tests read `calls` once the effect is quiet.
 class TestHost {
 public:
-    TestHost() { current() = this; }
-    ~TestHost() { current() = nullptr; }
+    TestHost() { current().store(this); }
+    ~TestHost() { current().store(nullptr); }
 
     static intptr_t callback(AEffect*, int32_t opcode, int32_t index, intptr_t value, void* ptr, float opt) {
-        TestHost* host = current();
+        TestHost* host = current().load();
         if (!host) return 0;
-        host->calls.push_back({opcode, index, value, opt});
+        {
+            std::lock_guard<std::mutex> held(host->recording);
+            host->calls.push_back({opcode, index, value, opt});
+        }
         if (opcode == audioMasterGetCurrentProcessLevel) return host->processLevel;
         if (opcode == audioMasterGetProductString && ptr && host->product) {
             std::strcpy(static_cast<char*>(ptr), host->product);
@@ -32,21 +41,23 @@ public:
         return 0;
     }
 
-    int32_t count(int32_t opcode) const {
+    int32_t count(int32_t opcode) {
+        std::lock_guard<std::mutex> held(recording);
         int32_t n = 0;
         for (const HostCall& c : calls) n += c.opcode == opcode;
         return n;
     }
 
     std::vector<HostCall> calls;
-    int32_t processLevel = kProcessLevelRealtime;
+    std::atomic<int32_t> processLevel{kProcessLevelRealtime};
     const char* product = nullptr;
 
 private:
-    static TestHost*& current() {
-        static TestHost* host = nullptr;
+    static std::atomic<TestHost*>& current() {
+        static std::atomic<TestHost*> host{nullptr};
         return host;
     }
+    std::mutex recording;
 };
 
 // Settings with one global setting chosen; every other key at its default.
@@ -74,6 +85,17 @@ inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host 
     fx->setSampleRate(48000.0f);
     fx->resume();
     return fx;
+}
+
+// Lets the engine catch up as a host's timer and the worker would: idles
+// until no update and no worker step is left (at most a second).
+inline void settleEngine(Plug& fx) {
+    for (int i = 0; i < 500; ++i) {
+        fx.idle();
+        if (!fx.isRefreshPending() && !fx.isWorkerPending()) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    fx.idle();
 }
 
 // Sets a parameter by the value it shows (dB, Hz, ...).

@@ -76,9 +76,10 @@ TEST(BandMapping, GroupBitsChooseTheChannels) {
 }
 
 TEST(BandMapping, AutoListenHearsOneBandThroughItsListeningType) {
-    ParamRow table[kNumParams];
-    std::copy_n(staticParamTable(), kNumParams, table);
-    auto set = [&](int32_t band, int32_t field, float v) { table[bandParam(band, field)].value = v; };
+    float table[kNumBands][kNumBandFields];
+    for (int32_t b = 0; b < kNumBands; ++b)
+        for (int32_t f = 0; f < kNumBandFields; ++f) table[b][f] = staticParamTable()[bandParam(b, f)].value;
+    auto set = [&](int32_t band, int32_t field, float v) { table[band][field] = v; };
     set(2, kFieldState, kBandBypassed);
     set(2, kFieldType, kTypeLowShelf);
     set(2, kFieldGain, 0.25f);
@@ -88,24 +89,24 @@ TEST(BandMapping, AutoListenHearsOneBandThroughItsListeningType) {
     BandMappingContext context;
     context.scale = 24.0f;
     context.listenBand = 2;
-    const BandShape heard = mapBandShape(table, 2, context);
+    const BandShape heard = mapBandShape(table[2], 2, context);
     EXPECT_EQ(heard.state, 0);  // heard although bypassed
     EXPECT_EQ(heard.type, kEngineLowPass);
     EXPECT_FLOAT_EQ(heard.gain, 6.0f);  // "Correct" keeps the gain
     EXPECT_FLOAT_EQ(heard.q, 4.0f);     // pass filters never ring harder than Q 4
 
-    const BandShape silent = mapBandShape(table, 5, context);
+    const BandShape silent = mapBandShape(table[5], 5, context);
     EXPECT_EQ(silent.state, 1);
     EXPECT_EQ(silent.type, kEngineFlat);
 
     set(2, kFieldType, kTypeNotch);
     context.listenQMode = 1;
-    const BandShape notch = mapBandShape(table, 2, context);
+    const BandShape notch = mapBandShape(table[2], 2, context);
     EXPECT_EQ(notch.type, kEngineListenBandPass);
     EXPECT_EQ(notch.subtype, 0);
     EXPECT_EQ(notch.gain, 0.0f);
     EXPECT_FLOAT_EQ(notch.q, 12.0f);
     context.listenGainMode = 1;
-    EXPECT_FLOAT_EQ(mapBandShape(table, 2, context).gain, 12.0f);
+    EXPECT_FLOAT_EQ(mapBandShape(table[2], 2, context).gain, 12.0f);
     EXPECT_EQ(engineTypeFor(7, false), kEngineFlat);
 }

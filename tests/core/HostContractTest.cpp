@@ -48,10 +48,10 @@ TEST(HostContract, LatencyChangesAreAnnounced) {
     auto fx = makePlug(2, TestHost::callback);
     host.calls.clear();
     fx->setParameter(kMode, 1.0f);  // FIR, "Free" phase by default: half the IR
-    fx->idle();
+    settleEngine(*fx);
     EXPECT_EQ(fx->getAeffect()->initialDelay, 4096);
     EXPECT_EQ(host.count(audioMasterIOChanged), 1);
-    fx->idle();  // no change, no news
+    settleEngine(*fx);  // no change, no news
     EXPECT_EQ(host.count(audioMasterIOChanged), 1);
 }
 
@@ -105,7 +105,7 @@ TEST(HostContract, AnEffectWithoutAHostStillWorks) {
     auto fx = makePlug(2, nullptr);
     fx->setParameterAutomated(kGain, 0.4f);
     fx->endEdit(kGain);
-    fx->idle();
+    settleEngine(*fx);
     char product[kEffectNameSize];
     EXPECT_FALSE(fx->getHostProductString(product));
     EXPECT_EQ(fx->getCurrentProcessLevel(), 0);

@@ -158,16 +158,16 @@ TEST_F(LinearFir, BypassKeepsTimeWithTheProcessedPath) {
 TEST_F(LinearFir, OtherPhaseModesHaveNoLatency) {
     for (int32_t phase : {1, 2}) {
         fx->setParameter(kIRPhase, normOf(*fx, kIRPhase, phase));
-        fx->idle();
+        settleEngine(*fx);
         EXPECT_EQ(fx->getAeffect()->initialDelay, 0) << phase;
     }
     for (int32_t phase : {3, 4, 7}) {
         fx->setParameter(kIRPhase, normOf(*fx, kIRPhase, phase));
-        fx->idle();
+        settleEngine(*fx);
         EXPECT_EQ(fx->getAeffect()->initialDelay, 512) << phase;
     }
     fx->setParameter(kMode, 0.0f);
-    fx->idle();
+    settleEngine(*fx);
     EXPECT_EQ(fx->getAeffect()->initialDelay, 0);
 }
 
