@@ -595,6 +595,7 @@ void Plug::refreshEngine(bool force) {
     }
 
     if (mode < kModeFullMinimum) {
+        modePending.take();  // a FIR mode still waiting for the worker is overtaken
         bank.setBankMode(mode);
     } else {
         requestedMode = mode;

@@ -1,0 +1,178 @@
+// A host-like storm: one thread writes parameters as fast as it can (drags,
+// mode flips, mid/side and parallel switches, and, with audio paused as a
+// host pauses it, layout changes and resume), one processes audio, one runs
+// idle beside the shared timer. Afterwards the instance must equal a fresh
+// one given the final parameters: no change lost. Run under ThreadSanitizer
+// (make tsan) this is also the race check of every shared field.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "TestHost.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr int32_t kBlock = 256;
+
+// Rows the storm writes, with the normalised ranges it uses: Q at most 4 and
+// frequencies from 40 Hz, so that filter memories die out within a second
+// and two instances can be compared by their sound.
+struct Target {
+    int32_t field;
+    float low, high;
+};
+constexpr Target kBandTargets[] = {
+    {kFieldState, 0.0f, 1.0f}, {kFieldGroups, 0.0f, 1.0f}, {kFieldType, 0.0f, 1.0f}, {kFieldSubtype, 0.0f, 0.3f},
+    {kFieldGain, 0.0f, 1.0f},  {kFieldFrequency, 0.2f, 1.0f}, {kFieldQ, 0.25f, 0.59f}, {kFieldSlope, 0.0f, 1.0f},
+};
+constexpr int32_t kGlobalTargets[] = {kMode, kIRPhase, kDPlusLen, kParallel, kMsState, kGain, kChannel1Level,
+                                      kChannel2Mute, kChannel1Phase};
+
+class AudioThread {
+public:
+    explicit AudioThread(Plug& effect) : fx(effect), worker([this] { loop(); }) {}
+    ~AudioThread() {
+        stop = true;
+        worker.join();
+    }
+    // As a host does around a layout change: no block is in flight until resumeAudio.
+    void pause() {
+        pauseWanted = true;
+        while (!paused) std::this_thread::yield();
+    }
+    void resumeAudio() { pauseWanted = false; }
+
+private:
+    void loop() {
+        std::mt19937 gen(3);
+        std::uniform_real_distribution<float> noise(-0.1f, 0.1f);
+        std::vector<std::vector<float>> io(8, std::vector<float>(kBlock));
+        std::vector<float*> ptr(8);
+        while (!stop) {
+            if (pauseWanted) {
+                paused = true;
+                while (pauseWanted && !stop) std::this_thread::yield();
+                paused = false;
+                continue;
+            }
+            for (int32_t c = 0; c < 8; ++c) {
+                for (float& x : io[size_t(c)]) x = noise(gen);
+                ptr[size_t(c)] = io[size_t(c)].data();
+            }
+            fx.processReplacing(ptr.data(), ptr.data(), kBlock);
+        }
+    }
+    Plug& fx;
+    std::atomic<bool> stop{false}, pauseWanted{false}, paused{false};
+    std::thread worker;
+};
+
+std::vector<float> render(Plug& fx, int32_t frames, bool silent) {
+    const int32_t channels = fx.getChannelCount();
+    std::vector<std::vector<float>> io(size_t(channels), std::vector<float>(size_t(frames), 0.0f));
+    std::mt19937 gen(11);
+    std::uniform_real_distribution<float> noise(-0.3f, 0.3f);
+    if (!silent)
+        for (auto& ch : io)
+            for (float& x : ch) x = noise(gen);
+    std::vector<float*> ptr;
+    for (auto& ch : io) ptr.push_back(ch.data());
+    for (int32_t at = 0; at < frames; at += kBlock) {
+        std::vector<float*> part;
+        for (float* p : ptr) part.push_back(p + at);
+        fx.processReplacing(part.data(), part.data(), std::min(kBlock, frames - at));
+    }
+    std::vector<float> flat;
+    for (auto& ch : io) flat.insert(flat.end(), ch.begin(), ch.end());
+    return flat;
+}
+
+}  // namespace
+
+TEST(Concurrency, AParameterStormWhileAudioRunsLosesNothing) {
+    auto fx = makePlug(2);
+    std::atomic<bool> stopIdle{false};
+    std::thread idler([&] {
+        while (!stopIdle) {
+            fx->idle();
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+    });
+    std::mt19937 gen(7);
+    std::uniform_real_distribution<float> unit(0.0f, 1.0f);
+    {
+        AudioThread audio(*fx);
+        const auto deadline = Clock::now() + std::chrono::milliseconds(1500);
+        const int32_t layouts[] = {6, 1, 8, 2};
+        for (int32_t i = 0; Clock::now() < deadline; ++i) {
+            if (i % 400 == 399) {
+                audio.pause();
+                const int32_t n = layouts[(i / 400) % 4];
+                fx->setNumInputs(n);
+                fx->setNumOutputs(n);
+                fx->setChannelLayout(standardChannelLayout(n));
+                fx->resume();
+                audio.resumeAudio();
+                continue;
+            }
+            const int32_t band = int32_t(unit(gen) * 31.99f);
+            if (i % 50 == 0) {
+                // A drag: a gesture of many writes to one row.
+                const int32_t row = bandParam(band, kFieldFrequency);
+                fx->beginEdit(row);
+                for (int32_t k = 0; k < 40; ++k) fx->setParameterAutomated(row, 0.2f + 0.8f * unit(gen));
+                fx->endEdit(row);
+            } else if (i % 7 == 0) {
+                const int32_t row = kGlobalTargets[size_t(unit(gen) * 8.99f)];
+                fx->setParameter(row, row == kMode || row == kParallel ? float(unit(gen) > 0.5f) : unit(gen));
+            } else {
+                const Target& t = kBandTargets[size_t(unit(gen) * 7.99f)];
+                fx->setParameter(bandParam(band, t.field), t.low + (t.high - t.low) * unit(gen));
+            }
+        }
+    }
+    stopIdle = true;
+    idler.join();
+
+    // A fresh instance given the final parameters.
+    auto fresh = makePlug(fx->getChannelCount());
+    for (int32_t i = 0; i < kNumParams; ++i)
+        if (i != kABBank) fresh->setParameter(i, fx->getParameter(i));
+    settleEngine(*fx);
+    settleEngine(*fresh);
+    EXPECT_EQ(fx->getBank().getMode(), fresh->getBank().getMode());
+    EXPECT_EQ(fx->getMsMask(), fresh->getMsMask());
+    EXPECT_EQ(fx->getBank().isParallel(), fresh->getBank().isParallel());
+    for (int32_t c = 0; c < fx->getChannelCount(); ++c)
+        EXPECT_DOUBLE_EQ(fx->getChannelGainTarget(c), fresh->getChannelGainTarget(c)) << c;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        for (int32_t c = 0; c < fx->getChannelCount(); ++c) {
+            const EQ* a = fx->getBank().getBandAt(b, c);
+            const EQ* e = fresh->getBank().getBandAt(b, c);
+            ASSERT_EQ(a->getState(), e->getState()) << b << "/" << c;
+            ASSERT_EQ(a->getType(), e->getType()) << b << "/" << c;
+            ASSERT_EQ(a->getGain(), e->getGain()) << b << "/" << c;
+            ASSERT_EQ(a->getFrequency(), e->getFrequency()) << b << "/" << c;
+            DigitalSection da[kMaxSections], de[kMaxSections];
+            const int32_t n = a->getCoefficients(da);
+            if (a->getState() != 0) continue;
+            ASSERT_EQ(n, e->getCoefficients(de)) << b << "/" << c;
+            for (int32_t k = 0; k < n; ++k) {
+                ASSERT_EQ(da[k].b0, de[k].b0) << b << "/" << c;
+                ASSERT_EQ(da[k].a1, de[k].a1) << b << "/" << c;
+            }
+        }
+    }
+    // And they sound the same once the storm's filter memories have died out.
+    render(*fx, 48000, true);
+    render(*fresh, 48000, true);
+    const std::vector<float> x = render(*fx, 4096, false), y = render(*fresh, 4096, false);
+    ASSERT_EQ(x.size(), y.size());
+    for (size_t k = 0; k < x.size(); ++k) ASSERT_NEAR(x[k], y[k], 1e-5f) << k;
+}
