@@ -43,7 +43,7 @@ check: deps
 
 tsan: deps build/tsan/build.ninja
 	cmake --build build/tsan -j $(JOBS)
-	cd build/tsan && ctest --output-on-failure -j $(JOBS)
+	cd build/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest --output-on-failure -j $(JOBS)
 
 bench: deps
 	$(MAKE) release
