@@ -158,7 +158,7 @@ void Plug::resume() {
         std::lock_guard<PlugBaseMutex> engine(engineLock);
         reloadGlobalSettings();
         updateFrequencyLimits();
-        if (getChannelCount() != groupCount) rebuildGroupNames();
+        if (getChannelCount() != groupCount) rebuildGroupNames(getChannelCount());
         rebuilding = true;
         bank.setChannels(getChannelCount());
         rebuilding = false;
@@ -191,6 +191,7 @@ void Plug::clearAudioState() {
 
 void Plug::setSampleRate(float rate) {
     if (!(rate > 0.0f) || !std::isfinite(rate)) return;  // a host's nonsense rate changes nothing
+    std::lock_guard<PlugBaseMutex> held(engineLock);  // the limits are read by every update
     const float oldMax = maxFrequency;
     sampleRate = rate;
     sampleRateGiven = true;
@@ -296,6 +297,7 @@ void Plug::setSettingsSource(const SettingsAccess* source) {
 }
 
 void Plug::reloadGlobalSettings() {
+    std::lock_guard<PlugBaseMutex> held(engineLock);
     clipThreshold = settings->globalValue("Clip threshold") == 0 ? kClipThreshold0dB : kClipThresholdMinus01dB;
     const bool mute = settings->globalValue("Solo Mode") == 1;
     soloMute = mute;
@@ -306,6 +308,7 @@ void Plug::reloadGlobalSettings() {
 }
 
 void Plug::reloadUISettings() {
+    std::lock_guard<PlugBaseMutex> held(engineLock);
     simpleNumbers = settings->uiValue("Misc", "Number format") == 1;
     showTrueQ = settings->uiValue("Misc", "Show True Q") != 0;
     ballisticType = settings->uiValue("Meters", "Ballistic Type");
@@ -665,6 +668,7 @@ int32_t Plug::chooseEngineMode(int32_t channels) {
 }
 
 void Plug::workerStep() {
+    if (!isWorkerPending()) return;
     // The worker holds the engine lock while it works, so the settings it
     // designs from are not changed under it; refreshEngine meanwhile only
     // defers to the next idle.
@@ -686,8 +690,8 @@ float Plug::getRenderSetting(int32_t i) const {
 // ---------------------------------------------------------------------------
 // Channels and groups
 
-void Plug::rebuildGroupNames() {
-    const int32_t channels = std::clamp(getChannelCount(), 0, int32_t(kMaxChannels));
+void Plug::rebuildGroupNames(int32_t channelCount) {
+    const int32_t channels = std::clamp(channelCount, 0, int32_t(kMaxChannels));
     if (channels == 1) {
         groupNames[0] = "Mono";
         setParameter(kGUIGroupNamesChanged, 1.0f);
@@ -712,7 +716,7 @@ const std::string* Plug::groupNamesOf(int32_t* count) const {
 }
 
 void Plug::setGroupName(int32_t i, const char* text) {
-    if (i < 0 || i >= getChannelCount() || i >= kMaxChannels || !text) return;
+    if (i < 0 || i >= bank.getChannelCount() || !text) return;
     groupNames[i] = text;
     setParameter(kGUIGroupNamesChanged, 1.0f);
 }
@@ -730,7 +734,7 @@ int32_t Plug::currentMsMask() {
     const int32_t mask = msMaskFromState();
     if (mask != msMask.load(std::memory_order_relaxed)) {
         msMask.store(mask, std::memory_order_relaxed);
-        if (getChannelCount() == 2) rebuildGroupNames();
+        if (bank.getChannelCount() == 2) rebuildGroupNames(2);
     }
     return mask;
 }
@@ -745,7 +749,7 @@ void Plug::setMsMask(int32_t mask) {
     // Until the next update the mask holds the parameter's bit order; that
     // update puts it right.
     msMask.store(r, std::memory_order_relaxed);
-    if (getChannelCount() == 2) rebuildGroupNames();
+    if (bank.getChannelCount() == 2) rebuildGroupNames(2);
 }
 
 void Plug::updateLatency() {

@@ -175,7 +175,7 @@ private:
     void clearAudioState();
     int32_t msMaskFromState() const;
     BandMappingContext bandMappingContext() const;
-    void rebuildGroupNames();
+    void rebuildGroupNames(int32_t channelCount);
     int32_t chooseEngineMode(int32_t channels);
     void composeChannelGains(int32_t channels);
     void applyAutoGain() {}  // seam: auto gain scales the channel gain targets

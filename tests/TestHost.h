@@ -87,16 +87,22 @@ inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host 
     return fx;
 }
 
-// Lets the engine catch up as a host's timer and the worker would: idles
-// until no update and no worker step is left (at most a second).
+// Lets the engine catch up as a host's timer and the worker would: forces
+// the update the timer would carry out (the timer's own may be holding the
+// engine lock, so until one gets through) and waits for the worker (at most
+// a second).
 inline void settleEngine(Plug& fx) {
     for (int i = 0; i < 500; ++i) {
-        fx.idle();
+        fx.refreshEngine(true);
         if (!fx.isRefreshPending() && !fx.isWorkerPending()) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
-    fx.idle();
+    fx.updateLatency();
 }
+
+// Takes the instance off the process-wide timer, so that nothing but the
+// test itself runs its updates: for tests of when updates happen.
+inline void detachFromTimer(Plug& fx) { SharedTimer::instance().leave(&fx); }
 
 // Sets a parameter by the value it shows (dB, Hz, ...).
 inline void setShown(Plug& fx, int32_t index, double shown) {

@@ -28,6 +28,7 @@ double drag(Plug& fx, int32_t count) {
 
 TEST(ChangePropagation, ADragIsRateLimitedAndItsEndIsAppliedAtOnce) {
     auto fx = makePlug(2);
+    detachFromTimer(*fx);
     setShown(*fx, bandParam(0, kFieldState), kBandOn);
     settleEngine(*fx);
     const int64_t before = fx->getUpdateCount();
@@ -56,6 +57,7 @@ TEST(ChangePropagation, AHeldBackChangeArrivesWithTheNextIdle) {
 
 TEST(ChangePropagation, FourThousandSamplesOfAudioLetAnUpdateThroughWithinATick) {
     auto fx = makePlug(1);
+    detachFromTimer(*fx);
     setShown(*fx, bandParam(0, kFieldGain), 1.0);
     fx->endEdit(bandParam(0, kFieldGain));  // forced: the tick starts now
     std::vector<float> block(4096, 0.0f);
@@ -69,6 +71,7 @@ TEST(ChangePropagation, OfflineEveryWriteIsAppliedAndRenderSettingsReplaceTheDsp
     TestHost host;
     host.processLevel = kProcessLevelOffline;
     auto fx = makePlug(2, &TestHost::callback);
+    detachFromTimer(*fx);
     ASSERT_TRUE(fx->isOffline());
     for (int32_t i = 1; i <= 50; ++i) {
         setShown(*fx, bandParam(0, kFieldGain), 0.1 * i);
@@ -108,6 +111,7 @@ TEST(ChangePropagation, FirModesAreSetByTheWorkerAndThrottled) {
 
 TEST(ChangePropagation, StereoLinkNeedsEveryLiveBandOnBothChannels) {
     auto fx = makePlug(2);
+    detachFromTimer(*fx);
     setShown(*fx, bandParam(0, kFieldState), kBandOn);
     setShown(*fx, bandParam(0, kFieldGroups), 128);
     fx->endEdit(bandParam(0, kFieldGroups));
@@ -126,6 +130,7 @@ TEST(Groups, NamesFollowTheLayoutAndMidSide) {
         return std::vector<std::string>(g, g + n);
     };
     auto stereo = makePlug(2);
+    detachFromTimer(*stereo);
     EXPECT_EQ(names(*stereo), (std::vector<std::string>{"Mid", "Side"}));  // pair 0 is coded by default
     EXPECT_STREQ(stereo->channelLabel(1), "Side");
     setShown(*stereo, kMsState, 0);
@@ -141,6 +146,7 @@ TEST(Groups, NamesFollowTheLayoutAndMidSide) {
     EXPECT_EQ(names(*mono), (std::vector<std::string>{"Mono"}));
 
     auto surround = makePlug(6);
+    detachFromTimer(*surround);
     setShown(*surround, kMsState, 12);  // pairs 0 and 1
     surround->endEdit(kMsState);
     EXPECT_EQ(names(*surround), (std::vector<std::string>{"1", "2", "3", "4", "5", "6"}));

@@ -60,7 +60,10 @@ TEST(ProcessLoop, LongBlocksAreCutIntoChunksOf1024) {
     // chunk, so where the chunks end shows in the output.
     const Buffers in = noise(2, 2500);
     auto whole = makePlug(2), pieces = makePlug(2), small = makePlug(2);
-    for (Plug* fx : {whole.get(), pieces.get(), small.get()}) setShown(*fx, kGain, -12.0);
+    for (Plug* fx : {whole.get(), pieces.get(), small.get()}) {
+        setShown(*fx, kGain, -12.0);
+        settleEngine(*fx);
+    }
     const Buffers one = run(*whole, in, 2500);
     EXPECT_EQ(one, run(*pieces, in, {1024, 1024, 452}));
     // In blocks of 333 the ramp snaps at 1665 instead of 2048.
@@ -174,6 +177,7 @@ TEST_F(LinearFir, OtherPhaseModesHaveNoLatency) {
 TEST(ProcessLoop, ChannelGainRampsToItsTargetAndSnaps) {
     auto fx = makePlug(1);
     setShown(*fx, kGain, -6.0);  // the ramp starts from unity
+    settleEngine(*fx);
     const double target = fx->getChannelGainTarget(0);
     EXPECT_NEAR(target, std::pow(10.0, -6.0 / 20.0), 1e-6);  // the gain row holds a float
     const Buffers ones(1, std::vector<float>(3000, 1.0f));
