@@ -6,7 +6,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config git
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev
   zlib1g-dev libpng-dev libcjson-dev libstb-dev
   libsndfile1-dev
   lv2-dev liblilv-dev lilv-utils
