@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "dsp/BrenmoorEQ.h"
+#include "dsp/CompensationSpectrum.h"
 
 namespace {
 
@@ -26,6 +27,8 @@ EQBank::EQBank(int32_t bands, float rate, int32_t channels)
       sampleRate(rate),
       bandScratch(std::make_unique<double[]>(kScratchLength)),
       sumScratch(std::make_unique<double[]>(kScratchLength)) {
+    firWindow.set(kDefaultWindowShape, kDefaultWindowParameter);
+    compensationWindow.set(kDefaultWindowShape, kDefaultWindowParameter);
     setChannels(std::clamp(channels, 1, kMaxChannels));
 }
 
@@ -77,8 +80,8 @@ void EQBank::setSampleRate(float rate) {
     sampleRate = rate;
     for (const std::unique_ptr<EQ>& band : grid) band->setSampleRate(rate);
     for (int32_t c = 0; c < channelCount; ++c) {
-        if (flatDelay[c]) std::fill_n(flatDelay[c].get(), flatDelayLength, 0.0);
-        flatDelayPosition[c] = 0;
+        if (firConvolver[c]) firConvolver[c]->clearHistory();
+        if (compensationConvolver[c]) compensationConvolver[c]->clearHistory();
     }
 }
 
@@ -122,8 +125,8 @@ void EQBank::redesign(bool force) {
     bool anyDirty = modeChanged;
     for (const std::unique_ptr<EQ>& band : grid) anyDirty = anyDirty || band->isDirty();
     if (!anyDirty) return;
-    // Every mode runs the cascade for now, so every mode designs it: the
-    // FIR modes' stand-in is the IIR chain (see runFirStandIn).
+    // The biquads run in the IIR and Digital+ modes; the FIR modes design
+    // them too, since the graph and the Digital+ compensation read them.
     for (int32_t b = 0; b < bandCount; ++b) {
         EQ* master = nullptr;
         DigitalSection coefficients[kMaxSections];
@@ -145,6 +148,65 @@ void EQBank::redesign(bool force) {
             band->setUnity(master->isUnity() ? 1u : 0u);
         }
     }
+    if (convolverActive.load()) designImpulses();
+}
+
+void EQBank::designImpulses() {
+    const int32_t m = mode.load();
+    const int32_t count = stereoLinked ? 1 : channelCount;
+    EQ* const* bands = gridView.data();
+    const bool fir = m >= kModeFullMinimum;
+    const int32_t padding = fir ? padFactor : 1;
+    const int32_t length = fir ? irLength : compensationLength;
+    const int32_t points = length * padding;
+    spectrum.assign(size_t(points + 2), 0.0);
+    auto build = [&](int32_t c) {
+        if (fir) return designer.buildSpectrum(points, bands, bandCount, channelCount, c, sampleRate, m, spectrum.data());
+        return double(buildCompensationSpectrum(points, bands, bandCount, channelCount, c, sampleRate,
+                                                m == kModeDPlusPhase, spectrum.data()));
+    };
+    // The phase peak of all channels matters only where the zero-latency
+    // mode keeps it; then every spectrum is built twice.
+    double peak = -1.0;
+    if (keepLatencyPeak) {
+        peak = 0.0;
+        for (int32_t c = 0; c < count; ++c) peak = std::max(peak, build(c));
+    }
+    const int32_t impulseMode = fir ? m : (m == kModeDPlusPhase ? kModeZeroLatency : kModeFullMinimum);
+    for (int32_t c = 0; c < count; ++c) {
+        build(c);
+        finishImpulse(spectrum.data(), c, length, padding, impulseMode, fir ? firWindow : compensationWindow, peak,
+                      fir);
+    }
+    if (fir) {
+        // The window as the impulses of this mode get it.
+        windowPreview.assign(size_t(irLength), 1.0);
+        if (m == kModeFullMinimum || m == kModeZeroLatency)
+            firWindow.applyCausal(windowPreview.data(), irLength);
+        else
+            firWindow.applyCentred(windowPreview.data(), irLength);
+    }
+}
+
+void EQBank::finishImpulse(const double* source, int32_t channel, int32_t length, int32_t padding, int32_t m,
+                           WindowTable& window, double peak, bool fir) {
+    const double* h = designer.makeImpulse(source, length, padding, m, window, peak);
+    PartitionedConvolver* target = fir ? firConvolver[channel].get() : compensationConvolver[channel].get();
+    if (!target || target->getLength() != length) return;
+    target->stageImpulse(h);
+    std::vector<double>& copy = fir ? impulseCopy[channel] : compensationCopy[channel];
+    copy.assign(h, h + length);
+}
+
+const double* EQBank::getImpulse(int32_t channel) const {
+    if (!convolverActive.load() || channelCount == 0) return nullptr;
+    const int32_t c = stereoLinked ? 0 : ((channel % channelCount) + channelCount) % channelCount;
+    const std::vector<double>& copy = mode.load() >= kModeFullMinimum ? impulseCopy[c] : compensationCopy[c];
+    return copy.empty() ? nullptr : copy.data();
+}
+
+int32_t EQBank::getImpulseLength() const {
+    return mode.load() >= kModeFullMinimum ? irLength : compensationLength;
 }
 
 int32_t EQBank::getLatency() const { return latencyMode(mode.load()) ? irLength / 2 : 0; }
@@ -154,21 +216,13 @@ void EQBank::setDPlusLength(int32_t n) {
     convolverActive.store(false);
     while (busy.load()) std::this_thread::sleep_for(kBusyPoll);
     compensationLength = n;
+    allocateConvolvers(false, true);
     mode.store(-1);  // the next setBankMode sees a change
 }
-
 void EQBank::setFirWindow(int32_t shape, float p) {
-    float translated = 0.0f;
-    switch (shape) {
-        case 3: translated = p; break;                                      // Tukey
-        case 7: translated = 0.01f * std::pow(10.0f, 3.0f * p); break;      // Gaussian
-        case 9: translated = 0.32f * p; break;                              // Blackman
-        case 10: translated = 12.0f * std::pow(2.0f * p, 5.0f); break;      // Kaiser
-        case 15: translated = p; break;                                     // Rect-Param
-        default: break;
-    }
-    firWindowShape = shape;
-    firWindowParameter = translated;
+    const float mapped = mapWindowParameter(shape, p);
+    firWindow.set(shape, mapped);
+    compensationWindow.set(shape, mapped);
 }
 
 double EQBank::trueQ(int32_t band) const {
@@ -256,8 +310,10 @@ void EQBank::setChannels(int32_t n) {
         }
     }
     grid = std::move(next);  // objects of channels above n go with the old grid
+    gridView.clear();
+    for (const std::unique_ptr<EQ>& band : grid) gridView.push_back(band.get());
     channelCount = n;
-    allocateDelays();
+    allocateConvolvers(true, true);
     if (n != 0) setSampleRate(sampleRate);
 }
 
@@ -266,18 +322,22 @@ void EQBank::setIRLength(int32_t n) {
     convolverActive.store(false);
     while (busy.load()) std::this_thread::sleep_for(kBusyPoll);
     irLength = n;
-    allocateDelays();
+    allocateConvolvers(true, false);
     mode.store(-1);  // the next setBankMode sees a change
 }
 
-void EQBank::allocateDelays() {
-    flatDelayLength = irLength / 2;
+void EQBank::allocateConvolvers(bool fir, bool compensation) {
+    // Behind the active and busy flags, or before the first block.
     for (int32_t c = 0; c < kMaxChannels; ++c) {
-        if (c < channelCount)
-            flatDelay[c] = std::make_unique<double[]>(size_t(flatDelayLength));
-        else
-            flatDelay[c].reset();
-        flatDelayPosition[c] = 0;
+        const bool present = c < channelCount;
+        if (fir) {
+            firConvolver[c] = present ? std::make_unique<PartitionedConvolver>(irLength) : nullptr;
+            impulseCopy[c].clear();
+        }
+        if (compensation) {
+            compensationConvolver[c] = present ? std::make_unique<PartitionedConvolver>(compensationLength) : nullptr;
+            compensationCopy[c].clear();
+        }
     }
 }
 
@@ -313,7 +373,7 @@ void EQBank::runParallel(double* x, int32_t channel, int32_t samples, int32_t fa
 void EQBank::processBank(double* const* buffers, int32_t samples, int32_t channels) noexcept {
     if (samples <= 0) return;
     const int32_t fade = parallelFade.load(std::memory_order_relaxed);
-    const int32_t count = std::min(channels, channelCount);
+    const int32_t count = mode.load(std::memory_order_relaxed) < kModeFullMinimum ? std::min(channels, channelCount) : 0;
     const bool inParallel = parallel.load(std::memory_order_relaxed);
     for (int32_t c = 0; c < count; ++c) {
         double* x = buffers[c];
@@ -336,27 +396,33 @@ void EQBank::enterConvolvers(double* const* buffers, int32_t samples, int32_t ch
     // a writer that clears active and then sees busy clear knows no block is
     // inside, and none will enter.
     busy.store(true);
-    if (convolverActive.load()) runFirStandIn(buffers, samples, channels, keep);
+    if (convolverActive.load()) runConvolvers(buffers, samples, channels, keep);
     busy.store(false);
 }
 
-void EQBank::runFirStandIn(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept {
-    // Until the FIR engine exists, the FIR modes are the IIR cascade followed
-    // by the delay their flat linear-phase impulse would have, so latency and
-    // alignment are already those of the finished modes.
-    if (!latencyMode(mode.load(std::memory_order_relaxed)) || flatDelayLength <= 0) return;
+void EQBank::runConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept {
+    const bool fir = mode.load(std::memory_order_relaxed) >= kModeFullMinimum;
+    std::unique_ptr<PartitionedConvolver>* convolvers = fir ? firConvolver : compensationConvolver;
     const int32_t count = std::min(channels, channelCount);
+    double y1 = 0.0, y2 = 0.0;
+    if (stereoLinked && count == 2 && buffers[0] && buffers[1] && convolvers[0]) {
+        // One convolver for the pair: both channels as one complex signal.
+        PartitionedConvolver& conv = *convolvers[0];
+        double* a = buffers[0];
+        double* b = buffers[1];
+        for (int32_t s = 0; s < samples; ++s) {
+            conv.processStereo(a[s], b[s], &y1, &y2);
+            if (keep) a[s] = y1, b[s] = y2;
+        }
+        return;
+    }
     for (int32_t c = 0; c < count; ++c) {
         double* x = buffers[c];
-        double* line = flatDelay[c].get();
-        if (!x || !line) continue;
-        int32_t pos = flatDelayPosition[c];
+        PartitionedConvolver* conv = convolvers[c].get();
+        if (!x || !conv) continue;
         for (int32_t s = 0; s < samples; ++s) {
-            const double delayed = line[pos];
-            line[pos] = x[s];
-            if (keep) x[s] = delayed;
-            if (++pos == flatDelayLength) pos = 0;
+            conv->processMono(x[s], &y1);
+            if (keep) x[s] = y1;
         }
-        flatDelayPosition[c] = pos;
     }
 }

@@ -5,13 +5,12 @@
 // those into per-object settings through the setters below, each taking a
 // channel bit mask.
 //
-// Threads: setters, redesign and setChannels run on the control thread (the
-// effect holds its engine lock); processBank on the audio thread, which
-// reads the grid and never changes it. New coefficients reach the audio
-// thread as the band objects' own 1000-sample ramps.
-//
-// Until the FIR engine exists, the FIR modes run the IIR cascade, delayed by
-// the latency those modes report (see runFirStandIn).
+// Threads: setters, redesign and setChannels run on the control thread or
+// the worker (the effect holds its engine lock); processBank on the audio
+// thread, which reads the grid and never changes it. New coefficients reach
+// the audio thread as the band objects' own 1000-sample ramps; new impulses
+// through the convolvers' staging; convolvers are replaced only behind the
+// active and busy flags.
 
 #include <atomic>
 #include <complex>
@@ -20,6 +19,9 @@
 #include <vector>
 
 #include "dsp/EQ.h"
+#include "dsp/FirDesign.h"
+#include "dsp/PartitionedConvolver.h"
+#include "dsp/WindowTable.h"
 
 // How the bank processes: the IIR cascade, the cascade with compensation, or
 // one of the five FIR phase treatments.
@@ -86,8 +88,8 @@ public:
     // shape (Tukey p, Gaussian 0.01*10^(3p), Blackman 0.32p, Kaiser 12(2p)^5,
     // Rect-Param p, others 0).
     void setFirWindow(int32_t shape, float parameter);
-    int32_t getFirWindowShape() const { return firWindowShape; }
-    float getFirWindowParameter() const { return firWindowParameter; }
+    int32_t getFirWindowShape() const { return firWindow.getShape(); }
+    float getFirWindowParameter() const { return firWindow.getParameter(); }
     void setPadFactor(int32_t factor) { padFactor = factor; }
     int32_t getPadFactor() const { return padFactor; }
     // The older alignment of the zero-latency FIR mode keeps the latency peak.
@@ -97,6 +99,14 @@ public:
     virtual int32_t getLatency() const;
     // True Q of a band's first active channel; negative when no channel runs it.
     virtual double trueQ(int32_t band) const;
+
+    // The impulse that runs on a channel in the FIR modes (IR length taps),
+    // or of the compensation in the Digital+ modes (compensation length);
+    // null when no convolver runs. Linked stereo shares channel 0's.
+    const double* getImpulse(int32_t channel) const;
+    int32_t getImpulseLength() const;
+    // The window as applied to the impulses of the current mode (IR length).
+    const double* getWindowPreview() const { return windowPreview.data(); }
 
     // Responses of one channel at count frequencies (hz): the analogue
     // prototypes and the running biquads, each band in series multiplied in
@@ -139,8 +149,11 @@ private:
     void runCascade(double* x, int32_t channel, int32_t samples) noexcept;
     void runParallel(double* x, int32_t channel, int32_t samples, int32_t fadeAtStart) noexcept;
     void enterConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept;
-    void runFirStandIn(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept;
-    void allocateDelays();
+    void runConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept;
+    void allocateConvolvers(bool fir, bool compensation);
+    void designImpulses();
+    void finishImpulse(const double* spectrum, int32_t channel, int32_t length, int32_t padding, int32_t mode,
+                       WindowTable& window, double peak, bool fir);
     std::unique_ptr<EQ> makeBand() const;
 
     int32_t bandCount;
@@ -148,14 +161,13 @@ private:
     float sampleRate;
     // Band b of channel c at [channelCount * b + c].
     std::vector<std::unique_ptr<EQ>> grid;
+    std::vector<EQ*> gridView;  // the same objects, as the designers take them
     std::unique_ptr<double[]> bandScratch;
     std::unique_ptr<double[]> sumScratch;
     std::atomic<int32_t> mode{kModeIIR};
     int32_t irLength = kDefaultIRLength;
     int32_t compensationLength = kDefaultCompensationLength;
     int32_t padFactor = 1;
-    int32_t firWindowShape = kDefaultWindowShape;
-    float firWindowParameter = kDefaultWindowParameter;
     bool keepLatencyPeak = false;
     bool modeChanged = true;
     bool stereoLinked = false;
@@ -164,8 +176,15 @@ private:
     std::atomic<bool> convolverActive{false};
     std::atomic<bool> busy{false};
 
-    // The FIR modes' stand-in: a delay of the latency they report.
-    std::unique_ptr<double[]> flatDelay[kMaxChannels];
-    int32_t flatDelayLength = 0;
-    int32_t flatDelayPosition[kMaxChannels] = {};
+    // Per channel: the FIR and compensation convolvers and copies of the
+    // impulses they run.
+    std::unique_ptr<PartitionedConvolver> firConvolver[kMaxChannels];
+    std::unique_ptr<PartitionedConvolver> compensationConvolver[kMaxChannels];
+    std::vector<double> impulseCopy[kMaxChannels];
+    std::vector<double> compensationCopy[kMaxChannels];
+    std::vector<double> windowPreview;
+    std::vector<double> spectrum;
+    FirDesigner designer;
+    WindowTable firWindow;
+    WindowTable compensationWindow;
 };

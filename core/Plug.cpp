@@ -648,13 +648,16 @@ int32_t Plug::chooseEngineMode(int32_t channels) {
     const int32_t dPlusLength = int32_t(dsp[kDspDPlusLen]);
     const bool dPlusPhase = dsp[kDspDPlusPhase] != 0.0f;
 
+    // Digital+ shapes its impulse with the same window as the FIR modes, so
+    // the window follows the rows in every mode: what a mode sounds like
+    // never depends on which modes ran before.
+    bank.setFirWindow(window, windowParam);
     if (modeSwitch == 0) {
         if (dPlusLength == 0) return kModeIIR;
         const int32_t taps = kCompensationBase << dPlusLength;
         if (taps != bank.getCompensationLength()) bank.setDPlusLength(taps);
         return dPlusPhase ? kModeDPlusPhase : kModeDPlus;
     }
-    bank.setFirWindow(window, windowParam);
     bank.setPadFactor(1 << std::clamp(pad, 0, 3));
     requestedIRLength = kIRLengthBase << std::clamp(irLength, 0, 8);
     irLengthPending.raise();

@@ -174,5 +174,5 @@ TEST(Concurrency, AParameterStormWhileAudioRunsLosesNothing) {
     render(*fresh, 48000, true);
     const std::vector<float> x = render(*fx, 4096, false), y = render(*fresh, 4096, false);
     ASSERT_EQ(x.size(), y.size());
-    for (size_t k = 0; k < x.size(); ++k) ASSERT_NEAR(x[k], y[k], 1e-5f) << k;
+    for (size_t k = 0; k < x.size(); ++k) ASSERT_NEAR(x[k], y[k], 1e-5f) << k << " in mode " << fx->getBank().getMode();
 }
