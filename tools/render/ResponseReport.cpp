@@ -32,6 +32,34 @@ std::vector<double> responseGrid(double nyquist, int32_t points, const std::vect
     return grid;
 }
 
+// The response of the impulse the channel's convolver runs, at each grid
+// frequency, by a direct transform of its taps: in the FIR modes on its own,
+// with the latency the renderer compensates taken out; with Digital+ after
+// the biquads. Empty when no convolver runs.
+std::vector<std::complex<double>> impulseResponse(Plug& effect, int32_t channel, const std::vector<double>& grid,
+                                                  const std::vector<std::complex<double>>& digital) {
+    const EQBank& bank = effect.getBank();
+    const double* h = bank.getImpulse(channel);
+    if (!h) return {};
+    const int32_t length = bank.getImpulseLength();
+    const bool fir = bank.getMode() >= kModeFullMinimum;
+    const double latency = bank.getLatency();
+    const double rate = bank.getSampleRate();
+    std::vector<std::complex<double>> out(grid.size());
+    for (size_t i = 0; i < grid.size(); ++i) {
+        const double w = 2.0 * std::numbers::pi * grid[i] / rate;
+        const std::complex<double> turn = std::polar(1.0, -w);
+        std::complex<double> phasor(1.0, 0.0), sum(0.0, 0.0);
+        for (int32_t n = 0; n < length; ++n) {
+            sum += h[n] * phasor;
+            phasor *= turn;
+            if ((n & 1023) == 1023) phasor /= std::abs(phasor);  // keep the rotation on the unit circle
+        }
+        out[i] = fir ? sum * std::polar(1.0, w * latency) : sum * digital[i];
+    }
+    return out;
+}
+
 ResponseTable channelResponse(Plug& effect, int32_t channel, int32_t points, double nyquist) {
     const EQBank& bank = effect.getBank();
     std::vector<double> bandHz;
@@ -48,6 +76,14 @@ ResponseTable channelResponse(Plug& effect, int32_t channel, int32_t points, dou
     for (size_t i = 0; i < grid.size(); ++i) {
         table.rows.push_back({grid[i], 20.0 * std::log10(std::abs(analogue[i])), std::arg(analogue[i]) * kDegreesPerRadian,
                               20.0 * std::log10(std::abs(digital[i])), std::arg(digital[i]) * kDegreesPerRadian});
+    }
+    const std::vector<std::complex<double>> fir = impulseResponse(effect, channel, grid, digital);
+    if (!fir.empty()) {
+        table.columns.insert(table.columns.end(), {"fir_db", "fir_deg"});
+        for (size_t i = 0; i < grid.size(); ++i) {
+            table.rows[i].push_back(20.0 * std::log10(std::abs(fir[i])));
+            table.rows[i].push_back(std::arg(fir[i]) * kDegreesPerRadian);
+        }
     }
     return table;
 }

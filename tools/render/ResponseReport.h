@@ -22,7 +22,10 @@ std::vector<double> responseGrid(double nyquist, int32_t points, const std::vect
 
 // hz, analogue_db, analogue_deg, digital_db and digital_deg of the bands
 // acting on the channel slot (0-based): their analogue prototypes and the
-// biquads as they will run once their coefficient ramps end.
+// biquads as they will run once their coefficient ramps end; and, when a
+// convolver runs (FIR modes, Digital+), fir_db and fir_deg of what is heard:
+// the FIR impulse with its latency taken out, or the biquads followed by the
+// Digital+ impulse.
 ResponseTable channelResponse(Plug& effect, int32_t channel, int32_t points, double nyquist);
 
 // Writes the table as CSV to path, or to out when path is "-". Throws a
