@@ -74,7 +74,7 @@ void EQBank::setParallelMode(int32_t value) {
     }
 }
 
-void EQBank::setStereoLinked(bool on) { stereoLinked = on && channelCount == 2; }
+void EQBank::setStereoLinked(bool on) { stereoLinked.store(on && channelCount == 2); }
 
 void EQBank::setSampleRate(float rate) {
     sampleRate = rate;
@@ -153,11 +153,11 @@ void EQBank::redesign(bool force) {
 
 void EQBank::designImpulses() {
     const int32_t m = mode.load();
-    const int32_t count = stereoLinked ? 1 : channelCount;
+    const int32_t count = stereoLinked.load() ? 1 : channelCount;
     EQ* const* bands = gridView.data();
     const bool fir = m >= kModeFullMinimum;
     const int32_t padding = fir ? padFactor : 1;
-    const int32_t length = fir ? irLength : compensationLength;
+    const int32_t length = fir ? irLength.load() : compensationLength;
     const int32_t points = length * padding;
     spectrum.assign(size_t(points + 2), 0.0);
     auto build = [&](int32_t c) {
@@ -180,11 +180,11 @@ void EQBank::designImpulses() {
     }
     if (fir) {
         // The window as the impulses of this mode get it.
-        windowPreview.assign(size_t(irLength), 1.0);
+        windowPreview.assign(size_t(length), 1.0);
         if (m == kModeFullMinimum || m == kModeZeroLatency)
-            firWindow.applyCausal(windowPreview.data(), irLength);
+            firWindow.applyCausal(windowPreview.data(), length);
         else
-            firWindow.applyCentred(windowPreview.data(), irLength);
+            firWindow.applyCentred(windowPreview.data(), length);
     }
 }
 
@@ -200,16 +200,16 @@ void EQBank::finishImpulse(const double* source, int32_t channel, int32_t length
 
 const double* EQBank::getImpulse(int32_t channel) const {
     if (!convolverActive.load() || channelCount == 0) return nullptr;
-    const int32_t c = stereoLinked ? 0 : ((channel % channelCount) + channelCount) % channelCount;
+    const int32_t c = stereoLinked.load() ? 0 : ((channel % channelCount) + channelCount) % channelCount;
     const std::vector<double>& copy = mode.load() >= kModeFullMinimum ? impulseCopy[c] : compensationCopy[c];
     return copy.empty() ? nullptr : copy.data();
 }
 
 int32_t EQBank::getImpulseLength() const {
-    return mode.load() >= kModeFullMinimum ? irLength : compensationLength;
+    return mode.load() >= kModeFullMinimum ? irLength.load() : compensationLength;
 }
 
-int32_t EQBank::getLatency() const { return latencyMode(mode.load()) ? irLength / 2 : 0; }
+int32_t EQBank::getLatency() const { return latencyMode(mode.load()) ? irLength.load() / 2 : 0; }
 
 void EQBank::setDPlusLength(int32_t n) {
     if (n == compensationLength || n <= 0) return;
@@ -318,10 +318,10 @@ void EQBank::setChannels(int32_t n) {
 }
 
 void EQBank::setIRLength(int32_t n) {
-    if (n == irLength || n <= 0) return;
+    if (n == irLength.load() || n <= 0) return;
     convolverActive.store(false);
     while (busy.load()) std::this_thread::sleep_for(kBusyPoll);
-    irLength = n;
+    irLength.store(n);
     allocateConvolvers(true, false);
     mode.store(-1);  // the next setBankMode sees a change
 }
@@ -331,7 +331,7 @@ void EQBank::allocateConvolvers(bool fir, bool compensation) {
     for (int32_t c = 0; c < kMaxChannels; ++c) {
         const bool present = c < channelCount;
         if (fir) {
-            firConvolver[c] = present ? std::make_unique<PartitionedConvolver>(irLength) : nullptr;
+            firConvolver[c] = present ? std::make_unique<PartitionedConvolver>(irLength.load()) : nullptr;
             impulseCopy[c].clear();
         }
         if (compensation) {
@@ -405,7 +405,7 @@ void EQBank::runConvolvers(double* const* buffers, int32_t samples, int32_t chan
     std::unique_ptr<PartitionedConvolver>* convolvers = fir ? firConvolver : compensationConvolver;
     const int32_t count = std::min(channels, channelCount);
     double y1 = 0.0, y2 = 0.0;
-    if (stereoLinked && count == 2 && buffers[0] && buffers[1] && convolvers[0]) {
+    if (stereoLinked.load(std::memory_order_relaxed) && count == 2 && buffers[0] && buffers[1] && convolvers[0]) {
         // One convolver for the pair: both channels as one complex signal.
         PartitionedConvolver& conv = *convolvers[0];
         double* a = buffers[0];

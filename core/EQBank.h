@@ -79,7 +79,7 @@ public:
     // Turns dirty settings into coefficients; nothing at all when force is
     // false. One design per band serves every active channel of it.
     virtual void redesign(bool force);
-    virtual int32_t getIRLength() const { return irLength; }
+    virtual int32_t getIRLength() const { return irLength.load(); }
     int32_t getCompensationLength() const { return compensationLength; }
     // Digital+ impulse length; the compensation convolvers are rebuilt for it
     // behind the active and busy flags.
@@ -141,7 +141,7 @@ public:
     bool isConvolverActive() const { return convolverActive.load(); }
     bool isModeChanged() const { return modeChanged; }
     bool isParallel() const { return parallel.load(std::memory_order_relaxed); }
-    bool isStereoLinked() const { return stereoLinked; }
+    bool isStereoLinked() const { return stereoLinked.load(); }
 
 private:
     template <typename Setter>
@@ -165,12 +165,12 @@ private:
     std::unique_ptr<double[]> bandScratch;
     std::unique_ptr<double[]> sumScratch;
     std::atomic<int32_t> mode{kModeIIR};
-    int32_t irLength = kDefaultIRLength;
+    std::atomic<int32_t> irLength{kDefaultIRLength};  // read by the timer for the latency
     int32_t compensationLength = kDefaultCompensationLength;
     int32_t padFactor = 1;
     bool keepLatencyPeak = false;
     bool modeChanged = true;
-    bool stereoLinked = false;
+    std::atomic<bool> stereoLinked{false};  // read by the audio thread
     std::atomic<bool> parallel{false};
     std::atomic<int32_t> parallelFade{0};
     std::atomic<bool> convolverActive{false};

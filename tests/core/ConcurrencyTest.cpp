@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cmath>
 #include <chrono>
 #include <random>
 #include <thread>
@@ -159,13 +160,14 @@ TEST(Concurrency, AParameterStormWhileAudioRunsLosesNothing) {
             ASSERT_EQ(a->getType(), e->getType()) << b << "/" << c;
             ASSERT_EQ(a->getGain(), e->getGain()) << b << "/" << c;
             ASSERT_EQ(a->getFrequency(), e->getFrequency()) << b << "/" << c;
-            DigitalSection da[kMaxSections], de[kMaxSections];
-            const int32_t n = a->getCoefficients(da);
+            ASSERT_EQ(a->getQ(), e->getQ()) << b << "/" << c;
+            ASSERT_EQ(a->getSubtype(), e->getSubtype()) << b << "/" << c;
             if (a->getState() != 0) continue;
-            ASSERT_EQ(n, e->getCoefficients(de)) << b << "/" << c;
-            for (int32_t k = 0; k < n; ++k) {
-                ASSERT_EQ(da[k].b0, de[k].b0) << b << "/" << c;
-                ASSERT_EQ(da[k].a1, de[k].a1) << b << "/" << c;
+            // The same settings give the same running filter: its response
+            // agrees far below anything audible.
+            for (double hz : {30.0, 300.0, 3000.0, 15000.0}) {
+                const double ma = a->magnitudeAt(hz, nullptr), me = e->magnitudeAt(hz, nullptr);
+                ASSERT_NEAR(20.0 * std::log10(ma), 20.0 * std::log10(me), 1e-4) << b << "/" << c << " at " << hz;
             }
         }
     }
