@@ -31,8 +31,8 @@ const std::vector<BandSpec> kShaped = {{kEnginePeak, 1000.0f, 6.0f, 1.0f}, {kEng
 // Band b of channel c at grid[channelCount * b + c], as the bank lays them
 // out; channels after the first get 12 dB more gain on every band.
 struct Grid {
-    Grid(const std::vector<BandSpec>& specs, int32_t channels = 1) : channelCount(channels) {
-        for (const BandSpec& s : specs)
+    Grid(const std::vector<BandSpec>& wanted, int32_t channels = 1) : channelCount(channels) {
+        for (const BandSpec& s : wanted)
             for (int32_t c = 0; c < channels; ++c) {
                 BrenmoorEQ& eq = *owned.emplace_back(std::make_unique<BrenmoorEQ>());
                 eq.setSampleRate(float(kRate));
@@ -161,10 +161,10 @@ TEST(FirDesign, FlatBandsGiveAUnitImpulseInEveryModeAndPadding) {
 }
 
 TEST(FirDesign, MagnitudeFollowsTheAnalogueCurve) {
-    std::vector<BandSpec> specs = kShaped;
-    specs.push_back({kEngineLowShelf, 200.0f, 3.0f, 0.7f, 0.5f, 2, 0, true});
-    specs.push_back({kEngineLowPass, 12000.0f, 0.0f, 0.707f, 1.0f, 3});
-    const Grid g(specs);
+    std::vector<BandSpec> wanted = kShaped;
+    wanted.push_back({kEngineLowShelf, 200.0f, 3.0f, 0.7f, 0.5f, 2, 0, true});
+    wanted.push_back({kEngineLowPass, 12000.0f, 0.0f, 0.707f, 1.0f, 3});
+    const Grid g(wanted);
     for (int32_t mode = 3; mode <= 7; ++mode)
         for (int32_t padding : {1, 2}) {
             const std::vector<double> h = design(g, mode, 1024, padding).impulse;
@@ -208,10 +208,10 @@ TEST(FirDesign, ParallelBranchAndPhaseTreatmentsOfTheSpectrum) {
 TEST(FirDesign, LinearIsTheZeroPhaseImpulseMadeSymmetricWithAnEmptyFirstTap) {
     // Free mode with every phase mix at 0 gives the same zero-phase impulse
     // unsymmetrised; the Gaussian, centred one sample early, skews it.
-    std::vector<BandSpec> specs = kShaped;
-    for (BandSpec& s : specs) s.phase = 0.0f;
-    const std::vector<double> h = design(Grid(specs), 6, 256, 2, kWindowGaussian, -1.0, 0.3f).impulse,
-                              skewed = design(Grid(specs), 7, 256, 2, kWindowGaussian, -1.0, 0.3f).impulse;
+    std::vector<BandSpec> wanted = kShaped;
+    for (BandSpec& s : wanted) s.phase = 0.0f;
+    const std::vector<double> h = design(Grid(wanted), 6, 256, 2, kWindowGaussian, -1.0, 0.3f).impulse,
+                              skewed = design(Grid(wanted), 7, 256, 2, kWindowGaussian, -1.0, 0.3f).impulse;
     EXPECT_EQ(h[0], 0.0);
     EXPECT_NE(skewed[0], 0.0);
     EXPECT_EQ(h[128], skewed[128]);
