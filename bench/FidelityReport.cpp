@@ -49,14 +49,7 @@ struct Deviation {
 Deviation measure(const BandShape& shape, double fs) {
     BrenmoorEQ band;
     band.setSampleRate(float(fs));
-    band.setState(0);
-    band.setType(shape.type);
-    band.setSubtype(shape.subtype);
-    band.setSlope(shape.slope);
-    band.setFrequency(shape.frequency);
-    band.setGain(shape.gain);
-    band.setQ(shape.q);
-    band.setShift(shape.shift);
+    band.setShape(shape);
     band.rebuild();
 
     SectionSet set{};

@@ -17,12 +17,10 @@ enum ListenGain : int32_t { kListenGainCorrect = 0, kListenGainBoost = 1, kListe
 int32_t engineTypeFor(int32_t bandType, bool listening) {
     // Heard through: a peak or notch through a band pass, a low shelf or high
     // pass through a low pass, a high shelf or low pass through a high pass.
-    static constexpr int32_t kPlain[] = {kEngineFlat, kEnginePeak, kEngineHighPass, kEngineLowShelf,
-                                         kEngineHighShelf, kEngineLowPass, kEngineNotch};
     static constexpr int32_t kHeard[] = {kEngineFlat, kEngineListenBandPass, kEngineLowPass, kEngineLowPass,
                                          kEngineHighPass, kEngineHighPass, kEngineListenBandPass};
-    if (bandType < kTypePeak || bandType > kTypeNotch) return kEngineFlat;
-    return listening ? kHeard[bandType] : kPlain[bandType];
+    if (!listening) return engineTypeOf(bandType);
+    return (bandType >= kTypePeak && bandType <= kTypeNotch) ? kHeard[bandType] : kEngineFlat;
 }
 
 int32_t bandChannelMask(int32_t groupsValue, const int32_t* groupMask, int32_t channelCount) {

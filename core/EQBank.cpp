@@ -120,6 +120,10 @@ void EQBank::setPhase(float v, int32_t band, int32_t mask) {
     forChannels(band, mask, [v](EQ& e) { e.setPhase(v); });
 }
 
+void EQBank::setShape(const BandShape& shape, int32_t band, int32_t mask) {
+    forChannels(band, mask, [&shape](EQ& e) { e.setShape(shape); });
+}
+
 void EQBank::redesign(bool force) {
     if (!force) return;
     bool anyDirty = modeChanged;

@@ -76,6 +76,8 @@ public:
     virtual void setQ(float value, int32_t band, int32_t channelMask);
     virtual void setShift(float value, int32_t band, int32_t channelMask);
     virtual void setPhase(float value, int32_t band, int32_t channelMask);
+    // All of a band's settings at once, for the channels in channelMask.
+    void setShape(const BandShape& shape, int32_t band, int32_t channelMask);
     // Turns dirty settings into coefficients; nothing at all when force is
     // false. One design per band serves every active channel of it.
     virtual void redesign(bool force);
@@ -88,10 +90,7 @@ public:
     // shape (Tukey p, Gaussian 0.01*10^(3p), Blackman 0.32p, Kaiser 12(2p)^5,
     // Rect-Param p, others 0).
     void setFirWindow(int32_t shape, float parameter);
-    int32_t getFirWindowShape() const { return firWindow.getShape(); }
-    float getFirWindowParameter() const { return firWindow.getParameter(); }
     void setPadFactor(int32_t factor) { padFactor = factor; }
-    int32_t getPadFactor() const { return padFactor; }
     // The older alignment of the zero-latency FIR mode keeps the latency peak.
     void setKeepLatencyPeak(bool keep) { keepLatencyPeak = keep; }
     bool getKeepLatencyPeak() const { return keepLatencyPeak; }

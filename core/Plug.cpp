@@ -544,16 +544,10 @@ void Plug::refreshEngine(bool force) {
         float fields[kNumBandFields];
         for (int32_t f = 0; f < kNumBandFields; ++f) fields[f] = rowValue(bandParam(b, f));
         const BandShape shape = mapBandShape(fields, b, context);
-        bank.setBypass(true, b, allChannels & ~mask);
-        bank.setBypass(shape.state != 0, b, mask);
-        bank.setType(shape.type, b, allChannels);
-        bank.setSubtype(shape.subtype, b, allChannels);
-        bank.setGain(shape.gain, b, allChannels);
-        bank.setFrequency(shape.frequency, b, allChannels);
-        bank.setQ(shape.q, b, allChannels);
-        bank.setShift(shape.shift, b, allChannels);
-        bank.setPhase(shape.phase, b, allChannels);
-        bank.setSlope(shape.slope, b, allChannels);
+        BandShape elsewhere = shape;
+        elsewhere.state = 1;
+        bank.setShape(elsewhere, b, allChannels & ~mask);
+        bank.setShape(shape, b, mask);
     }
     listenMask.store(heard, std::memory_order_relaxed);
     if (rebuilding) {
@@ -566,7 +560,7 @@ void Plug::refreshEngine(bool force) {
     bank.setParallelMode(listen == -1 ? int32_t(rowValue(kParallel)) : kParallelOff);
     if (listen == -1) applyAutoGain();
 
-    const int32_t mode = chooseEngineMode(c);
+    const int32_t mode = chooseEngineMode();
     bank.setKeepLatencyPeak(legacyAlignment && mode == kModeZeroLatency);
     if (rebuilding) {
         refreshPending = true;
@@ -632,8 +626,7 @@ void Plug::composeChannelGains(int32_t c) {
     soloMask.store(solo, std::memory_order_relaxed);
 }
 
-int32_t Plug::chooseEngineMode(int32_t channels) {
-    (void)channels;
+int32_t Plug::chooseEngineMode() {
     // The eight DSP settings: the parameters, or offline the render settings
     // when they are switched on.
     float dsp[std::size(kDspRows)];

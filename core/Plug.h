@@ -176,7 +176,7 @@ private:
     int32_t msMaskFromState() const;
     BandMappingContext bandMappingContext() const;
     void rebuildGroupNames(int32_t channelCount);
-    int32_t chooseEngineMode(int32_t channels);
+    int32_t chooseEngineMode();
     void composeChannelGains(int32_t channels);
     void applyAutoGain() {}  // seam: auto gain scales the channel gain targets
     float rowValue(int32_t index) const;

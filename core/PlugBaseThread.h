@@ -26,7 +26,6 @@ public:
     // without limit for the thread to leave.
     void startThread();
     void stopThread();
-    bool isThreadRunning() const { return worker.joinable(); }
 
 private:
     std::atomic<bool> stopFlag{false};

@@ -28,11 +28,6 @@ void SharedTimer::leave(TimerClient* client) {
     if (clients.empty()) stopLocked(held);
 }
 
-int32_t SharedTimer::clientCount() {
-    std::lock_guard<std::mutex> held(listLock);
-    return int32_t(clients.size());
-}
-
 void SharedTimer::stopLocked(std::unique_lock<std::mutex>& held) {
     if (!ticker.joinable()) return;
     ++generation;

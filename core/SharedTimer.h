@@ -27,7 +27,6 @@ public:
     // The timer runs while the list is not empty.
     void join(TimerClient* client);
     void leave(TimerClient* client);
-    int32_t clientCount();
 
 private:
     SharedTimer() = default;

@@ -40,6 +40,20 @@ inline void storeSection(DigitalSection& s, const DigitalSection& v) noexcept {
     store(s.a2, v.a2);
 }
 
+// One sample of the ramp: the coefficients at `position` samples before the
+// target, into the local copy `current` and the shared `live`.
+inline void rampTo(DigitalSection& current, DigitalSection& live, const DigitalSection& target,
+                   const DigitalSection& step, int32_t position) noexcept {
+    const double* to = coefficients(target);
+    const double* by = coefficients(step);
+    double* now = coefficients(live);
+    double* cur = coefficients(current);
+    for (int k = 0; k < 5; ++k) {
+        cur[k] = load(to[k]) - double(position) * load(by[k]);
+        store(now[k], cur[k]);
+    }
+}
+
 }  // namespace
 
 DF1Cascade::DF1Cascade() {
@@ -118,19 +132,10 @@ void DF1Cascade::processDouble(double* x, int32_t n) noexcept {
                 x[i] = y;
             }
         } else {
-            const double* to = coefficients(target[s]);
-            const double* by = coefficients(step[s]);
-            double* now = coefficients(live[s]);
             DigitalSection c = loadSection(live[s]);
-            double* cur = coefficients(c);
             int32_t position = ramp;
             for (int32_t i = 0; i < n; ++i, --position) {
-                if (position >= 0) {
-                    for (int k = 0; k < 5; ++k) {
-                        cur[k] = load(to[k]) - double(position) * load(by[k]);
-                        store(now[k], cur[k]);
-                    }
-                }
+                if (position >= 0) rampTo(c, live[s], target[s], step[s], position);
                 const double in = x[i];
                 const double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
                 x2 = x1;
@@ -160,19 +165,10 @@ void DF1Cascade::processFloat(float* x, int32_t n) noexcept {
     for (int32_t s = 0; s < count; ++s) {
         double* h = history[s];
         double x1 = h[0], x2 = h[1], y1 = h[2], y2 = h[3];
-        const double* to = coefficients(target[s]);
-        const double* by = coefficients(step[s]);
-        double* now = coefficients(live[s]);
         DigitalSection c = loadSection(live[s]);
-        double* cur = coefficients(c);
         int32_t position = ramp;
         for (int32_t i = 0; i < n; ++i, --position) {
-            if (position >= 0) {
-                for (int k = 0; k < 5; ++k) {
-                    cur[k] = load(to[k]) - double(position) * load(by[k]);
-                    store(now[k], cur[k]);
-                }
-            }
+            if (position >= 0) rampTo(c, live[s], target[s], step[s], position);
             const double in = x[i];
             double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
             y = y + kFlush - kFlush;

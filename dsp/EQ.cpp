@@ -81,6 +81,19 @@ bool EQ::setParallel(bool value) {
     return changed;
 }
 
+bool EQ::setShape(const BandShape& s) {
+    bool changed = setState(s.state);
+    changed |= setType(s.type);
+    changed |= setSubtype(s.subtype);
+    changed |= setFrequency(s.frequency);
+    changed |= setSlope(s.slope);
+    changed |= setGain(s.gain);
+    changed |= setQ(s.q);
+    changed |= setShift(s.shift);
+    changed |= setPhase(s.phase);
+    return changed;
+}
+
 void EQ::design(SectionSet* out, bool ignoreState) {
     if (!out) return;
     designBand(shape, ignoreState, &sections);

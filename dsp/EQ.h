@@ -33,6 +33,8 @@ public:
     virtual bool setShift(float value);
     virtual bool setPhase(float value);
     virtual bool setParallel(bool value);
+    // All the settings of `s` through the setters above; true if any changed.
+    bool setShape(const BandShape& s);
 
     virtual int32_t getState() const { return shape.state; }
     virtual int32_t getType() const { return shape.type; }

@@ -17,14 +17,7 @@ namespace {
 struct Band {
     explicit Band(const BandShape& s, float rate = 48000.0f, bool inParallel = false) {
         eq.setSampleRate(rate);
-        eq.setState(s.state);
-        eq.setType(s.type);
-        eq.setSubtype(s.subtype);
-        eq.setSlope(s.slope);
-        eq.setFrequency(s.frequency);
-        eq.setGain(s.gain);
-        eq.setQ(s.q);
-        eq.setShift(s.shift);
+        eq.setShape(s);
         eq.setParallel(inParallel);
         eq.rebuild();
     }
