@@ -40,6 +40,17 @@ inline void storeSection(DigitalSection& s, const DigitalSection& v) noexcept {
     store(s.a2, v.a2);
 }
 
+// One sample of a section in direct form 1; the history moves on.
+inline double biquadSample(const DigitalSection& c, double in, double& x1, double& x2, double& y1,
+                           double& y2) noexcept {
+    const double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
+    x2 = x1;
+    x1 = in;
+    y2 = y1;
+    y1 = y;
+    return y;
+}
+
 // One sample of the ramp: the coefficients at `position` samples before the
 // target, into the local copy `current` and the shared `live`.
 inline void rampTo(DigitalSection& current, DigitalSection& live, const DigitalSection& target,
@@ -122,27 +133,13 @@ void DF1Cascade::processDouble(double* x, int32_t n) noexcept {
         double x1 = h[0], x2 = h[1], y1 = h[2], y2 = h[3];
         if (ramp < 0) {
             const DigitalSection c = loadSection(live[s]);
-            for (int32_t i = 0; i < n; ++i) {
-                const double in = x[i];
-                const double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
-                x2 = x1;
-                x1 = in;
-                y2 = y1;
-                y1 = y;
-                x[i] = y;
-            }
+            for (int32_t i = 0; i < n; ++i) x[i] = biquadSample(c, x[i], x1, x2, y1, y2);
         } else {
             DigitalSection c = loadSection(live[s]);
             int32_t position = ramp;
             for (int32_t i = 0; i < n; ++i, --position) {
                 if (position >= 0) rampTo(c, live[s], target[s], step[s], position);
-                const double in = x[i];
-                const double y = c.b0 * in + c.b1 * x1 + c.b2 * x2 - c.a1 * y1 - c.a2 * y2;
-                x2 = x1;
-                x1 = in;
-                y2 = y1;
-                y1 = y;
-                x[i] = y;
+                x[i] = biquadSample(c, x[i], x1, x2, y1, y2);
             }
         }
         h[0] = x1, h[1] = x2, h[2] = y1, h[3] = y2;
