@@ -4,13 +4,15 @@
 #   make test    deps + release build + all tests
 #   make check   the same tests under AddressSanitizer + UndefinedBehaviorSanitizer
 #   make tsan    the tests under ThreadSanitizer
+#   make fuzz    the state chunk fuzzer for FUZZ_SECONDS (default 60), clang + ASan/UBSan
 #   make bench   benchmarks (release)
 #   make demo    render a generated test signal through a few settings
 
 JOBS ?= $(shell nproc)
+FUZZ_SECONDS ?= 60
 CMAKE_GEN := -G Ninja
 
-.PHONY: all release debug tsan deps test check bench demo clean
+.PHONY: all release debug tsan deps test check bench demo fuzz clean
 
 all: release
 
@@ -44,6 +46,18 @@ check: deps
 tsan: deps build/tsan/build.ninja
 	cmake --build build/tsan -j $(JOBS)
 	cd build/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest --output-on-failure -j $(JOBS)
+
+build/fuzz/build.ninja:
+	CC=clang CXX=clang++ cmake -S . -B build/fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+		-DFW_SANITIZE=address -DFW_FUZZ=ON
+
+# New inputs found go to build/fuzz/corpus; a finding is written as build/fuzz/crash-* etc.
+fuzz: deps build/fuzz/build.ninja
+	cmake --build build/fuzz --target fenwoldrine-state-fuzzer -j $(JOBS)
+	mkdir -p build/fuzz/corpus
+	ASAN_OPTIONS=detect_leaks=1 ./build/fuzz/tests/fuzz/fenwoldrine-state-fuzzer \
+		-max_total_time=$(FUZZ_SECONDS) -timeout=20 -rss_limit_mb=4096 -print_final_stats=1 \
+		-artifact_prefix=build/fuzz/ build/fuzz/corpus tests/fuzz/seeds
 
 bench: deps
 	$(MAKE) release

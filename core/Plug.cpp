@@ -10,6 +10,9 @@
 #include <new>
 
 #include "core/ParameterNameTable.h"
+#include "gui/PlugEd.h"
+#include "resources/ResourceTable.h"
+#include "state/GlobalSettings.h"
 
 std::atomic<bool> Plug::audioHasRunFlag{false};
 std::atomic<int32_t> Plug::liveInstances{0};
@@ -83,10 +86,12 @@ double roundHalfUp(double y) {
 // Construction and teardown
 
 Plug::Plug(EffectHostCallback host)
-    : PlugBaseJSON(host), bank(kEffectBands, kDefaultRate, 2), settings(&DefaultSettings::instance()) {
+    : PlugBaseJSON(host), bank(kEffectBands, kDefaultRate, 2), settings(&storedSettings) {
     sampleRate = kDefaultRate;
     blockSize = kMaxBlock;
     assignParameterGroups();
+    std::fill(&programBandOrder[0][0], &programBandOrder[0][0] + kNumPrograms * kNumBands, -1);
+    std::fill(&slotBandOrder[0][0], &slotBandOrder[0][0] + kNumABSlots * kNumBands, -1);
     msMask.store(0xF);
     channelSlots = standardChannelLayout(2);
     setChannelLayout(channelSlots);
@@ -104,6 +109,8 @@ Plug::Plug(EffectHostCallback host)
         renderSettings[kRenderSettingCount - 1] = 0.0f;  // render settings off
         registerInstance();
         createEditor();
+        const ResourceData defaults = findResource("defaults", "json");
+        GlobalSettings::instance().installDefaults(reinterpret_cast<const char*>(defaults.data), defaults.size);
         reloadGlobalSettings();
         reloadUISettings();
         loadDefaultBank();
@@ -117,6 +124,7 @@ Plug::Plug(EffectHostCallback host)
 
 Plug::~Plug() {
     stopWorker();
+    editorObject.reset();
     leaveSharedTimer();
     unregisterInstance();
     if (liveInstances.fetch_sub(1) == 1) audioHasRunFlag = false;
@@ -167,6 +175,7 @@ void Plug::resume() {
         computeMeterCoefficients();
         clearAudioState();
     }
+    markChunkStale();
     updateProcessLevel();
     wantEvents();
     refreshEngine(true);
@@ -222,7 +231,7 @@ void Plug::setParameterLocked(int32_t program, int32_t index, bool locked) {
 
 void Plug::setParameter(int32_t index, float norm) {
     if (isLocked(index)) return;
-    PlugBase::setParameter(index, norm);
+    PlugBaseJSON::setParameter(index, norm);
     // The shown decibels and hertz of every band follow the scale and shift.
     if (index == kScale || index == kFShift) {
         const int32_t field = index == kScale ? kFieldGain : kFieldFrequency;
@@ -291,7 +300,7 @@ void Plug::idle() {
 // Settings
 
 void Plug::setSettingsSource(const SettingsAccess* source) {
-    settings = source ? source : &DefaultSettings::instance();
+    settings = source ? source : &storedSettings;
     reloadGlobalSettings();
     reloadUISettings();
 }
@@ -303,11 +312,15 @@ void Plug::reloadGlobalSettings() {
     soloMute = mute;
     soloSelect = !mute;
     gesturesToHost = settings->globalValue("VST Gestures") != 0;
+    automateAll = settings->globalValue("A/B Automation") != 0;
+    constexpr int32_t kCompressionLevels[4] = {0, 1, 5, 9};  // "Off", "Fastest", "Med", "Smallest"
+    setCompressionLevel(kCompressionLevels[settings->globalValue("Save Compression") & 3]);
     const int32_t throttle = settings->globalValue("FFT Update throttle");
     firUpdateRate = (throttle >= 0 && throttle < 3) ? kFirUpdateRates[throttle] : kFirUpdateRates[2];
 }
 
 void Plug::reloadUISettings() {
+    if (!editorObject) return;
     std::lock_guard<PlugBaseMutex> held(engineLock);
     simpleNumbers = settings->uiValue("Misc", "Number format") == 1;
     showTrueQ = settings->uiValue("Misc", "Show True Q") != 0;
@@ -675,6 +688,13 @@ void Plug::workerStep() {
 
 void Plug::setRenderSetting(int32_t i, float value) {
     if (i < 0 || i >= kRenderSettingCount || std::isnan(value)) return;
+    // Each setting stays within the range of the row it stands in for.
+    if (i < kRenderSettingCount - 1) {
+        const ParamRow& row = staticParamTable()[kDspRows[i]];
+        value = std::clamp(value, row.min, row.max);
+    } else {
+        value = value != 0.0f ? 1.0f : 0.0f;
+    }
     std::lock_guard<PlugBaseMutex> held(engineLock);
     renderSettings[i] = value;
 }

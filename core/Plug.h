@@ -23,11 +23,13 @@
 #include "core/BandMapping.h"
 #include "core/ChannelLayout.h"
 #include "core/EQBank.h"
-#include "core/PlugBaseJSON.h"
+#include "state/PlugBaseJSON.h"
 #include "core/PlugBaseMutex.h"
 #include "core/PlugBaseThread.h"
 #include "core/SettingsAccess.h"
 #include "core/SharedTimer.h"
+
+class PlugEd;
 
 class Plug : public PlugBaseJSON, public PlugBaseThread, public TimerClient {
 public:
@@ -122,10 +124,46 @@ public:
     int32_t getParameterGroupCount() const { return int32_t(parameterGroupNames.size()); }
     const char* getParameterGroupName(int32_t k) const;
 
-    // Settings read through one accessor; DefaultSettings until a store exists.
+    // Settings read through one accessor: the stores, or a test's choice.
     void setSettingsSource(const SettingsAccess* source);
     void reloadGlobalSettings();
+    // Reads the UI settings the effect uses; needs the editor object.
     void reloadUISettings();
+
+    // ---- Programs, slots and the state document (message thread) ----
+    // Moves to program p (0..19): its values become the live parameters.
+    void setProgram(int32_t program) override;
+    // Sets the program number without loading the program.
+    void setProgramIndex(int32_t program);
+    // Recalls slot 0..7: the slot's values become the live parameters; the
+    // band order and auto gain travel with the slot.
+    void switchABSlot(int32_t slot) override;
+    // Makes a slot current as a restored state does: the slot's values, band
+    // order and auto gain become live, and the slot that was current keeps
+    // its record as the document gave it.
+    void recallABSlot(int32_t slot);
+    cJSON* buildStateDocument(bool presetOnly) override;
+    cJSON* applyStateDocument(const char* text, bool presetOnly) override;
+    // Adds `parameters`, `bandOrder` and `autoGain` of a slot.
+    virtual void writeABParameters(cJSON* object, int32_t slot);
+    virtual void readABParameters(const cJSON* object, int32_t slot);
+    // Applies one preset object to a program under the loading flags.
+    virtual void applyPresetDocument(const cJSON* object, int32_t program);
+    // Takes the engine lock if it is free at once, and applies the chunk
+    // either way, so a busy worker never blocks the host.
+    int32_t setChunk(void* data, int32_t byteSize, bool isPreset) override;
+    // Display order of the bands of a program: band numbers, -1 after the
+    // last; and its auto gain switch.
+    const int32_t* getBandOrder(int32_t program) const;
+    void setBandOrder(int32_t program, const int32_t* order, int32_t count);
+    int32_t getAutoGain(int32_t program) const;
+    void setAutoGain(int32_t program, int32_t state);
+    uint32_t getLockWord(int32_t program, int32_t word) const;
+    // The instance's name; `byUser` marks a name the state then keeps.
+    void setInstanceName(const char* name, bool byUser);
+    const char* getInstanceName() const { return instanceName; }
+    bool isLegacyAlignment() const { return legacyAlignment; }
+    PlugEd* getEditorObject() const { return editorObject.get(); }
 
     // ---- Meters, clip, state for views and tests ----
     double getLevelMeter(int32_t i) const { return plainLevels[i & 7]; }
@@ -179,6 +217,15 @@ private:
     int32_t chooseEngineMode();
     void composeChannelGains(int32_t channels);
     void applyAutoGain() {}  // seam: auto gain scales the channel gain targets
+    void notifyEditor(int32_t tag, float value) override;
+    // Pieces of the state document.
+    void writeBandOrder(cJSON* object, const int32_t* order);
+    void writeLockWords(cJSON* object, int32_t program);
+    void readRecordExtras(const cJSON* object, int32_t program);
+    void writeFrequencyRange(cJSON* root);
+    void applyFrequencyRange(const cJSON* root, int32_t program);
+    void applyCommonState(const cJSON* root, bool presetOnly);
+    void loadABValues(int32_t slot);
     float rowValue(int32_t index) const;
     static int64_t clockMs();
     bool isLocked(int32_t index) const;
@@ -188,7 +235,7 @@ private:
     // until its layer exists.
     void registerInstance() {}
     void unregisterInstance() {}
-    void createEditor() {}
+    void createEditor();
     void loadDefaultBank() {}
     void joinSharedTimer() { SharedTimer::instance().join(this); }
     void leaveSharedTimer() { SharedTimer::instance().leave(this); }
@@ -200,6 +247,8 @@ private:
     std::mutex resumeMutex;
     std::atomic<bool> rebuilding{false};
     std::atomic<bool> refreshPending{false};
+    std::unique_ptr<PlugEd> editorObject;
+    StoredSettings storedSettings;
     const SettingsAccess* settings;
 
     // ---- Change propagation ----
@@ -228,6 +277,13 @@ private:
     int32_t autoListenBand = -1;
     std::atomic<bool> offline{false};
     uint32_t lockMask[kNumPrograms][kLockWordsPerProgram] = {};
+    int32_t programBandOrder[kNumPrograms][kNumBands];
+    int32_t programAutoGain[kNumPrograms] = {};
+    int32_t slotBandOrder[kNumABSlots][kNumBands];
+    int32_t slotAutoGain[kNumABSlots] = {};
+    bool automateAll = true;  // a slot recall is automated to the host
+    char instanceName[32] = {};
+    bool instanceNamedByUser = false;
     bool editing[kNumParams] = {};
     bool gesturesToHost = true;
     bool simpleNumbers = false;

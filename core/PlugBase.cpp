@@ -34,9 +34,15 @@ void PlugBase::processDoubleReplacing(double** inputs, double** outputs, int32_t
 
 void PlugBase::storeNorm(int32_t index, float norm) {
     ParamRow& row = table[index];
+    // A row back at its default holds the exact default value, as a fresh
+    // instance does, rather than one the curve rounds: a restored state then
+    // sounds exactly like the session it came from.
+    const ParamRow& factory = staticParamTable()[index];
+    const bool atDefault = norm == factory.norm && row.min == factory.min && row.max == factory.max;
+    const float value = atDefault ? factory.value : float(curveToReal(row, norm));
     // The engine update reads rows from the timer and worker threads.
     std::atomic_ref<float>(row.norm).store(norm, std::memory_order_relaxed);
-    std::atomic_ref<float>(row.value).store(float(curveToReal(row, norm)), std::memory_order_relaxed);
+    std::atomic_ref<float>(row.value).store(value, std::memory_order_relaxed);
     programs[curProgram].values[index] = norm;
     abSlots[currentABSlot].values[index] = norm;
 }

@@ -1,10 +1,12 @@
 #pragma once
 // The one place where the effect reads the user's global settings and the
-// editor's UI settings, each as the index of the chosen value. Until the
-// stores themselves are read, DefaultSettings answers every key with the
-// factory default; a real store derives from SettingsAccess.
+// editor's UI settings, each as the index of the chosen value. StoredSettings
+// reads the real stores: the per-user global settings and an instance's UI
+// settings tree. Tests put their own choices in its place.
 
 #include <cstdint>
+
+class UISettingsTree;
 
 class SettingsAccess {
 public:
@@ -15,10 +17,16 @@ public:
     virtual int32_t uiValue(const char* category, const char* key) const = 0;
 };
 
-class DefaultSettings : public SettingsAccess {
+class StoredSettings : public SettingsAccess {
 public:
-    // Process-wide instance, shared by every effect that has no other source.
-    static const DefaultSettings& instance();
+    // UI settings from `tree`; without one, from the factory UI settings.
+    explicit StoredSettings(const UISettingsTree* tree = nullptr);
     int32_t globalValue(const char* name) const override;
     int32_t uiValue(const char* category, const char* key) const override;
+
+    // The UI settings as they ship, parsed once per process.
+    static const UISettingsTree& factoryUiSettings();
+
+private:
+    const UISettingsTree* tree;
 };

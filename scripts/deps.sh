@@ -6,6 +6,7 @@ set -euo pipefail
 
 packages=(
   build-essential cmake ninja-build pkg-config git
+  clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev
   zlib1g-dev libpng-dev libcjson-dev libstb-dev
   libsndfile1-dev

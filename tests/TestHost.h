@@ -65,10 +65,10 @@ class OneGlobalSetting : public SettingsAccess {
 public:
     OneGlobalSetting(const char* name, int32_t value) : name(name), value(value) {}
     int32_t globalValue(const char* key) const override {
-        return std::strcmp(key, name) == 0 ? value : DefaultSettings::instance().globalValue(key);
+        return std::strcmp(key, name) == 0 ? value : StoredSettings().globalValue(key);
     }
     int32_t uiValue(const char* category, const char* key) const override {
-        return DefaultSettings::instance().uiValue(category, key);
+        return StoredSettings().uiValue(category, key);
     }
 
 private:

@@ -30,11 +30,11 @@ public:
     int32_t globalValue(const char* name) const override {
         if (std::string(name) == "Solo Mode") return soloMode;
         if (std::string(name) == "Clip threshold") return clipThreshold;
-        return DefaultSettings::instance().globalValue(name);
+        return StoredSettings().globalValue(name);
     }
     int32_t uiValue(const char* category, const char* key) const override {
         if (std::string(key) == "Number format") return numberFormat;
-        return DefaultSettings::instance().uiValue(category, key);
+        return StoredSettings().uiValue(category, key);
     }
     int32_t soloMode = 0, clipThreshold = 0, numberFormat = 0;
 };

@@ -1,11 +1,20 @@
 #include "tools/render/EffectHost.h"
 
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <vector>
 
 #include "core/Plug.h"
 #include "dsp/DF1Cascade.h"
 #include "tools/render/Diagnostics.h"
 #include "tools/render/ParamAssignment.h"
+#include "tools/render/RenderError.h"
+
+namespace {
+// Saved states are kilobytes; a file past this is something else.
+constexpr size_t kMaxStateBytes = size_t(64) << 20;
+}  // namespace
 
 intptr_t EffectHost::callback(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float) {
     return opcode == audioMasterGetCurrentProcessLevel ? kProcessLevelOffline : 0;
@@ -48,4 +57,37 @@ int32_t EffectHost::start() {
 
 void EffectHost::process(double** in, double** out, int32_t frames) {
     fx->processDoubleReplacing(in, out, frames);
+}
+
+void EffectHost::restoreState(const std::string& path) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) throw usageError("cannot read state '" + path + "': " + std::strerror(errno));
+    std::vector<uint8_t> bytes;
+    uint8_t block[65536];
+    size_t n = 0;
+    while ((n = std::fread(block, 1, sizeof block, file)) > 0) {
+        bytes.insert(bytes.end(), block, block + n);
+        if (bytes.size() > kMaxStateBytes) break;
+    }
+    const bool failed = std::ferror(file) != 0;
+    std::fclose(file);
+    if (failed) throw usageError("cannot read state '" + path + "'");
+    if (bytes.size() > kMaxStateBytes) throw usageError("state '" + path + "' is too large to be a saved state");
+    if (!PlugBaseJSON::holdsStateDocument(bytes.data(), int32_t(bytes.size())))
+        throw usageError("'" + path + "' is not a saved state: it is damaged, or not a state file of this effect");
+    fx->setChunk(bytes.data(), int32_t(bytes.size()), false);
+}
+
+void EffectHost::saveState(const std::string& path) {
+    void* data = nullptr;
+    const int32_t size = fx->getChunk(&data, false);
+    const std::string temporary = path + ".part";
+    std::FILE* file = std::fopen(temporary.c_str(), "wb");
+    if (file == nullptr) throw writeError("cannot write state '" + path + "': " + std::strerror(errno));
+    const bool written = size > 0 && std::fwrite(data, 1, size_t(size), file) == size_t(size);
+    const bool closed = std::fclose(file) == 0;
+    if (!written || !closed || std::rename(temporary.c_str(), path.c_str()) != 0) {
+        std::remove(temporary.c_str());
+        throw writeError("cannot write state '" + path + "'");
+    }
 }

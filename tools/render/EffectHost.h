@@ -27,6 +27,14 @@ public:
     // diagnostics. Throws a usage error on the first bad one.
     void applyAssignments(const std::vector<std::string>& assignments, Diagnostics& diagnostics);
 
+    // Restores a state saved by saveState (or by a host session) from a
+    // file, as a host restores a session. A file that cannot be read or does
+    // not hold a state document is a usage error, and the effect is untouched.
+    void restoreState(const std::string& path);
+    // Writes the full state chunk to a file (replacing it only once the new
+    // one is complete); a failure is a write error.
+    void saveState(const std::string& path);
+
     // Resumes the effect after the assignments, lets the coefficient ramps
     // of those settings finish on silence, and returns the latency in samples.
     int32_t start();

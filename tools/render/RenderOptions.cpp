@@ -13,6 +13,7 @@ constexpr const char* kUsage =
     "       fenwoldrine-render --list-params [--set NAME=VALUE ...]\n"
     "       fenwoldrine-render --response FILE [--rate HZ] [--points N]\n"
     "                          [--channel C] [--channels N] [--set NAME=VALUE ...]\n"
+    "       fenwoldrine-render --save-state FILE [--state FILE] [--set NAME=VALUE ...]\n"
     "\n"
     "Renders INPUT through the Fenwoldrine equaliser offline and writes OUTPUT.\n"
     "Reads WAV, AIFF, FLAC, W64 and CAF with 1 to 8 channels (mono, stereo, LCR,\n"
@@ -40,6 +41,10 @@ constexpr const char* kUsage =
     "  --channel C       channel of --response, 1..8 (default 1)\n"
     "  --channels N      channels of the instance for --response, 1..8\n"
     "                    (default 2, or C when C is larger)\n"
+    "  --state FILE      restore a saved state (a session chunk, as --save-state\n"
+    "                    writes it) before the --set list is applied\n"
+    "  --save-state FILE write the instance's full state after the --set list;\n"
+    "                    with no audio files and no --response, only that\n"
     "  --list-params     list every parameter: index, name, unit, minimum,\n"
     "                    maximum, default and choices, tab separated\n"
     "  --quiet           no progress bar and no notes (warnings still appear)\n"
@@ -48,7 +53,9 @@ constexpr const char* kUsage =
     "exit status: 0 done, 1 the output could not be written, 2 bad usage or input\n";
 
 // An option that takes a value.
-enum class Valued { kSet, kFormat, kBits, kTail, kBlock, kRate, kResponse, kPoints, kChannel, kChannels };
+enum class Valued {
+    kSet, kFormat, kBits, kTail, kBlock, kRate, kResponse, kPoints, kChannel, kChannels, kState, kSaveState
+};
 
 struct ValuedOption {
     const char* name;
@@ -59,7 +66,7 @@ constexpr ValuedOption kValuedOptions[] = {
     {"--set", Valued::kSet},     {"--format", Valued::kFormat}, {"--bits", Valued::kBits},
     {"--tail", Valued::kTail},   {"--block", Valued::kBlock},   {"--rate", Valued::kRate},
     {"--response", Valued::kResponse}, {"--points", Valued::kPoints}, {"--channel", Valued::kChannel},
-    {"--channels", Valued::kChannels},
+    {"--channels", Valued::kChannels}, {"--state", Valued::kState}, {"--save-state", Valued::kSaveState},
 };
 
 std::optional<double> parseNumber(const std::string& text) {
@@ -111,6 +118,14 @@ void applyValued(RenderOptions& o, Valued which, const std::string& value) {
             return;
         case Valued::kChannel: o.responseChannel = wholeNumber("--channel", value, 1, 8); return;
         case Valued::kChannels: o.channels = wholeNumber("--channels", value, 1, 8); return;
+        case Valued::kState:
+            if (value.empty()) throw usageError("--state needs a file name");
+            o.stateIn = value;
+            return;
+        case Valued::kSaveState:
+            if (value.empty()) throw usageError("--save-state needs a file name");
+            o.stateOut = value;
+            return;
         case Valued::kRate: {
             const std::optional<double> r = parseNumber(value);
             if (!r || *r < 1000.0 || *r > 768000.0)
@@ -178,6 +193,7 @@ RenderOptions parseCommandLine(const std::vector<std::string>& args) {
                              std::to_string(*o.channels));
         return o;
     }
+    if (!o.stateOut.empty() && files.empty()) return o;  // only the state is written
     if (files.empty()) throw usageError("missing INPUT and OUTPUT (see --help)");
     if (files.size() == 1) throw usageError("missing OUTPUT after '" + files.front() + "' (see --help)");
     if (files.size() > 2) throw usageError("unexpected argument '" + files[2] + "' (see --help)");

@@ -30,6 +30,8 @@ struct RenderOptions {
     int32_t responsePoints = kDefaultResponsePoints;
     int32_t responseChannel = 1;          // 1-based channel slot
     std::optional<int32_t> channels;      // instance size for work without an input file
+    std::string stateIn;                  // --state FILE: a saved state applied before the --set list
+    std::string stateOut;                 // --save-state FILE: the full state after the --set list
     bool help = false;
 };
 

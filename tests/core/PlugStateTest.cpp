@@ -1,0 +1,424 @@
+// The state an instance saves and restores: chunks, the document's shapes,
+// older documents, damaged ones, and the rules of the preset state.
+
+#include <gtest/gtest.h>
+
+#include <cjson/cJSON.h>
+
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "TestHost.h"
+#include "gui/PlugEd.h"
+#include "state/ChunkCodec.h"
+#include "state/GlobalSettings.h"
+
+namespace {
+
+std::vector<uint8_t> chunkOf(Plug& fx, bool preset = false) {
+    void* data = nullptr;
+    const int32_t size = fx.getChunk(&data, preset);
+    const uint8_t* bytes = static_cast<const uint8_t*>(data);
+    return std::vector<uint8_t>(bytes, bytes + size);
+}
+
+// The document text of the full state (plain chunk).
+std::string documentOf(Plug& fx, bool preset = false) {
+    const int32_t level = fx.getCompressionLevel();
+    fx.setCompressionLevel(0);
+    fx.markChunkStale();
+    const std::vector<uint8_t> chunk = chunkOf(fx, preset);
+    fx.setCompressionLevel(level);
+    return std::string(reinterpret_cast<const char*>(chunk.data()));
+}
+
+void applyText(Plug& fx, const std::string& text, bool preset = false) {
+    std::vector<char> bytes(text.begin(), text.end());
+    bytes.push_back(0);
+    fx.setChunk(bytes.data(), int32_t(bytes.size()), preset);
+}
+
+void setReal(Plug& fx, int32_t index, double real) {
+    fx.setParameter(index, float(curveToNorm(*fx.getRow(index), real)));
+}
+
+// A state that uses every part of the document.
+void buildRichState(Plug& fx) {
+    fx.setProgram(3);
+    char name[] = "Air lift";
+    fx.setProgramName(name);
+    setReal(fx, bandParam(0, kFieldState), kBandOn);
+    setReal(fx, bandParam(0, kFieldType), kTypeHighShelf);
+    setReal(fx, bandParam(0, kFieldGain), 2.5);
+    setReal(fx, bandParam(0, kFieldFrequency), 12000.0);
+    setReal(fx, kGain, -1.5);
+    fx.setParameterLocked(5, kGain, true);
+    const int32_t order[] = {0, 4, 1, -1};
+    fx.setBandOrder(3, order, 4);
+    fx.setAutoGain(3, 1);
+    fx.switchABSlot(2);  // slot A keeps program 3's band order and auto gain
+    fx.setAutoGain(3, 2);
+    setReal(fx, bandParam(1, kFieldState), kBandOn);
+    setReal(fx, bandParam(1, kFieldGain), -3.0);
+    setReal(fx, bandParam(1, kFieldQ), 2.0);
+    fx.setRenderSetting(2, 3.0f);
+    fx.setGroupMask(1, 3);
+    fx.setGroupName(2, "Surrounds");
+    fx.setInstanceName("Master bus", true);
+    fx.getEditorObject()->uiSettings().setValue("Graph", "Range", 5);
+    fx.getEditorObject()->setLastABSlot(1);
+}
+
+const ProgramRecord& live(Plug& fx) {
+    return fx.getProgramRecord(fx.getProgram());
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// Round trips
+
+TEST(StateRoundTrip, AFreshInstanceGivesBackTheSameChunkPlainAndCompressed) {
+    for (const int32_t level : {0, 9}) {
+        auto saved = makePlug(4);
+        buildRichState(*saved);
+        saved->setCompressionLevel(level);
+        const std::vector<uint8_t> chunk = chunkOf(*saved);
+
+        auto restored = makePlug(4);
+        restored->setCompressionLevel(level);
+        restored->setChunk(const_cast<uint8_t*>(chunk.data()), int32_t(chunk.size()), false);
+        EXPECT_EQ(chunkOf(*restored), chunk) << "level " << level;
+
+        EXPECT_EQ(restored->getProgram(), 3);
+        EXPECT_EQ(restored->getABSlot(), 2);
+        EXPECT_STREQ(restored->getProgramRecord(3).name, "Air lift");
+        EXPECT_EQ(restored->getLockWord(5, kGain / 32), 1u << (kGain % 32));
+        EXPECT_EQ(restored->getAutoGain(3), 2);
+        EXPECT_EQ(restored->getBandOrder(3)[0], -1);  // slot C's band order came with it
+        EXPECT_EQ(restored->getGroupMask(1), 3);
+        EXPECT_FLOAT_EQ(restored->getRenderSetting(2), 3.0f);
+        EXPECT_STREQ(restored->getInstanceName(), "Master bus");
+        EXPECT_EQ(restored->getEditorObject()->getUiSetting("Graph", "Range"), 5);
+        EXPECT_EQ(restored->getEditorObject()->getLastABSlot(), 1);
+        int32_t count = 0;
+        EXPECT_EQ(restored->groupNamesOf(&count)[2], "Surrounds");
+        for (int32_t i = 0; i < kNumParams; ++i)
+            ASSERT_EQ(restored->getParameter(i), saved->getParameter(i)) << "parameter " << i;
+        // Slot A still holds what it had when slot C was chosen.
+        restored->switchABSlot(0);
+        EXPECT_EQ(restored->getBandOrder(3)[1], 4);
+        EXPECT_EQ(restored->getAutoGain(3), 1);
+        EXPECT_NEAR(restored->getRealValue(kGain), -1.5, 1e-5);  // the curve in float
+    }
+}
+
+TEST(StateRoundTrip, ExtendedRangeKeepsEveryBandAtItsHertz) {
+    auto saved = makePlug(2);
+    saved->getEditorObject()->uiSettings().setValue("Misc", "Extended Frequencies", 1);
+    saved->reloadUISettings();
+    setReal(*saved, bandParam(0, kFieldState), kBandOn);
+    setReal(*saved, bandParam(0, kFieldFrequency), 7.0);  // only the extended range reaches 7 Hz
+    const std::string text = documentOf(*saved);
+    EXPECT_NE(text.find("\"minFreq\":\t5"), std::string::npos);
+
+    auto restored = makePlug(2);
+    applyText(*restored, text);
+    EXPECT_NEAR(restored->getRealValue(bandParam(0, kFieldFrequency)), 7.0, 1e-3);
+    EXPECT_EQ(documentOf(*restored), text);
+}
+
+// ---------------------------------------------------------------------------
+// Chunks
+
+TEST(StateChunk, PlainAndZipFramingsCarryTheSameText) {
+    auto fx = makePlug(2);
+    setReal(*fx, kGain, 2.0);
+    fx->setCompressionLevel(0);
+    const std::vector<uint8_t> plain = chunkOf(*fx);
+    ASSERT_GT(plain.size(), 8192u);  // deflated and inflated across block borders
+    EXPECT_EQ(plain.front(), '{');
+    EXPECT_EQ(plain.back(), 0);
+    EXPECT_EQ(plain.size(), std::strlen(reinterpret_cast<const char*>(plain.data())) + 1);
+
+    fx->setCompressionLevel(9);
+    fx->markChunkStale();
+    const std::vector<uint8_t> zipped = chunkOf(*fx);
+    ASSERT_GT(zipped.size(), 4u);
+    EXPECT_EQ(std::memcmp(zipped.data(), "ZIP ", 4), 0);
+    EXPECT_LT(zipped.size(), plain.size() / 4);
+    EXPECT_EQ(decodeChunk(zipped.data(), int32_t(zipped.size())), plain);
+}
+
+TEST(StateChunk, AnUnchangedStateHandsBackTheCachedChunk) {
+    auto fx = makePlug(2);
+    void* first = nullptr;
+    void* second = nullptr;
+    const int32_t size = fx->getChunk(&first, false);
+    EXPECT_EQ(fx->getChunk(&second, false), size);
+    EXPECT_EQ(first, second);
+    EXPECT_FALSE(fx->isChunkStale());
+
+    setReal(*fx, kGain, 1.0);
+    EXPECT_TRUE(fx->isChunkStale());
+    const std::vector<uint8_t> changed = chunkOf(*fx);
+    EXPECT_NE(decodeChunk(changed.data(), int32_t(changed.size())), decodeChunk(static_cast<uint8_t*>(first), size));
+}
+
+TEST(StateChunk, APresetRequestReplacesTheCacheButLeavesItStale) {
+    auto fx = makePlug(2);
+    fx->setCompressionLevel(0);
+    chunkOf(*fx);
+    const std::vector<uint8_t> preset = chunkOf(*fx, true);
+    // The state did not change, so the full request hands back the cached
+    // buffer, which is now the preset: the order of the tests is kept.
+    EXPECT_FALSE(fx->isChunkStale());
+    EXPECT_EQ(chunkOf(*fx), preset);
+    setReal(*fx, kGain, 1.0);
+    EXPECT_NE(chunkOf(*fx), preset);
+}
+
+TEST(StateChunk, SaveCompressionPicksTheLevel) {
+    GlobalSettings& globals = GlobalSettings::instance();
+    auto fx = makePlug(2);
+    const int32_t levels[4] = {0, 1, 5, 9};
+    for (int32_t setting = 0; setting < 4; ++setting) {
+        globals.setValue("Save Compression", setting);
+        fx->reloadGlobalSettings();
+        EXPECT_EQ(fx->getCompressionLevel(), levels[setting]);
+    }
+    globals.setValue("Save Compression", 3);
+}
+
+// ---------------------------------------------------------------------------
+// Damaged chunks
+
+TEST(StateDamage, ChunksThatDoNotParseLeaveTheStateAsItWas) {
+    auto fx = makePlug(2);
+    setReal(*fx, kGain, -2.0);
+    setReal(*fx, bandParam(3, kFieldState), kBandOn);
+    fx->setCompressionLevel(9);
+    const std::vector<uint8_t> good = chunkOf(*fx);
+    const std::string before = documentOf(*fx);
+
+    std::vector<std::vector<uint8_t>> damaged;
+    damaged.push_back(std::vector<uint8_t>(good.begin(), good.begin() + good.size() / 2));  // truncated stream
+    std::vector<uint8_t> flipped = good;
+    for (size_t i = 10; i < flipped.size(); i += 7) flipped[i] ^= 0x5A;  // stream errors
+    damaged.push_back(flipped);
+    damaged.push_back({'Z', 'I', 'P', ' '});
+    damaged.push_back({'Z', 'I', 'P'});
+    const std::string badJson = "{\"presets\": [ {\"name\": \"x\" ";
+    damaged.push_back(std::vector<uint8_t>(badJson.begin(), badJson.end()));
+    damaged.push_back({0});
+    damaged.push_back({0xFF, 0xFE, 0x00, 0x7B});
+
+    for (size_t k = 0; k < damaged.size(); ++k) {
+        std::vector<uint8_t>& bytes = damaged[k];
+        EXPECT_EQ(fx->setChunk(bytes.data(), int32_t(bytes.size()), false), int32_t(bytes.size()));
+        EXPECT_EQ(documentOf(*fx), before) << "damaged chunk " << k;
+        EXPECT_EQ(fx->setChunk(bytes.data(), int32_t(bytes.size()), true), int32_t(bytes.size()));
+        EXPECT_EQ(documentOf(*fx), before) << "damaged preset chunk " << k;
+    }
+    EXPECT_EQ(fx->setChunk(nullptr, 100, false), 0);
+    EXPECT_EQ(documentOf(*fx), before);
+}
+
+TEST(StateDamage, AFailedFullStateStillClearsTheLockWords) {
+    auto fx = makePlug(2);
+    fx->setParameterLocked(0, kGain, true);
+    applyText(*fx, "not json");
+    EXPECT_EQ(fx->getLockWord(0, kGain / 32), 0u);
+}
+
+TEST(StateDamage, WrongTypesReadAsZeroOrEmpty) {
+    auto fx = makePlug(2);
+    setReal(*fx, kGain, 3.0);
+    const float gainBefore = fx->getParameter(kGain);
+    applyText(*fx, R"({"presets": 5, "ab": "x", "renderParams": {"a": 1}, "routing": [1],
+                      "settings": 3, "uiprefs": [], "minFreq": "low", "zla": true})");
+    EXPECT_EQ(fx->getParameter(kGain), gainBefore);  // no program was read
+
+    applyText(*fx, R"({"presets": [{"name": 12, "parameters": {"kGain": "loud", "kBand1Gain": 0.75},
+                                    "bandOrder": "x", "lockArray": [true, -5, 1e99], "autoGain": []}]})");
+    EXPECT_STREQ(fx->getProgramRecord(0).name, "");
+    EXPECT_EQ(fx->getParameter(kGain), 0.0f);
+    EXPECT_EQ(fx->getParameter(bandParam(0, kFieldGain)), 0.75f);
+    EXPECT_EQ(fx->getLockWord(0, 0), 0u);
+    EXPECT_EQ(fx->getLockWord(0, 2), 0xFFFFFFFFu);
+}
+
+// ---------------------------------------------------------------------------
+// Keys, defaults and older documents
+
+TEST(StateKeys, ParameterNamesAreExactWhileDocumentKeysIgnoreCase) {
+    auto fx = makePlug(2);
+    applyText(*fx, R"({"PRESETS": [{"parameters": {"kgain": 0.9, "kBand1Gain": 0.25, "kNoSuchThing": 0.5,
+                      "kGUIEQGraph": 0.5, "kNumParams": 0.5, "kBand2Gain": 7, "kBand3Gain": -1}}],
+                      "AB": [{"parameters": {"kScale": 0.1}}]})");
+    EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));
+    EXPECT_EQ(fx->getParameter(bandParam(0, kFieldGain)), 0.25f);
+    EXPECT_EQ(fx->getParameter(bandParam(1, kFieldGain)), 1.0f);  // values live on 0..1
+    EXPECT_EQ(fx->getParameter(bandParam(2, kFieldGain)), 0.0f);
+    EXPECT_EQ(fx->getABSlotRecord(0).values[kScale], 0.1f);
+}
+
+TEST(StateKeys, DifferenceFormWritesOnlyWhatDiffers) {
+    auto fx = makePlug(2);
+    const std::string fresh = documentOf(*fx);
+    EXPECT_NE(fresh.find("\"parameters\":\t\"default\""), std::string::npos);
+
+    // Under 1e-9 from the default counts as the default.
+    fx->setParameter(kGain, fx->getDefaultNorm(kGain) + 1e-12f);
+    const std::string tiny = documentOf(*fx);
+    EXPECT_EQ(tiny.find("\"kGain\""), std::string::npos);
+
+    setReal(*fx, kGain, 6.0);
+    cJSON* root = cJSON_Parse(documentOf(*fx).c_str());
+    const cJSON* parameters = cJSON_GetObjectItem(cJSON_GetArrayItem(cJSON_GetObjectItem(root, "presets"), 0),
+                                                  "parameters");
+    ASSERT_TRUE(cJSON_IsObject(parameters));
+    EXPECT_EQ(cJSON_GetArraySize(parameters), 1);
+    // Ten decimals: within half a unit of the tenth.
+    EXPECT_NEAR(cJSON_GetObjectItem(parameters, "kGain")->valuedouble, double(fx->getParameter(kGain)), 5e-11);
+    cJSON_Delete(root);
+
+    applyText(*fx, R"({"presets": [{"parameters": "default"}]})");
+    EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));
+}
+
+TEST(StateMigration, OlderDocumentsGetTheirDocumentedDefaults) {
+    auto fx = makePlug(2);
+    // Before the A/B slots: every slot takes the live state.
+    applyText(*fx, R"({"presets": [{"name": "Old", "parameters": {"kGain": 0.8}}], "zla": true})");
+    for (int32_t s = 0; s < kNumABSlots; ++s) EXPECT_EQ(fx->getABSlotRecord(s).values[kGain], 0.8f) << s;
+    EXPECT_FALSE(fx->isLegacyAlignment());
+
+    // No zla: the older alignment, and it is not written again.
+    applyText(*fx, R"({"presets": []})");
+    EXPECT_TRUE(fx->isLegacyAlignment());
+    EXPECT_EQ(documentOf(*fx).find("\"zla\""), std::string::npos);
+
+    // No presets: a document of one program, the current one.
+    fx->setProgram(4);
+    applyText(*fx, R"({"name": "Single", "parameters": {"kBand1Gain": 0.6}, "zla": true})");
+    EXPECT_STREQ(fx->getProgramRecord(4).name, "Single");
+    EXPECT_EQ(fx->getParameter(bandParam(0, kFieldGain)), 0.6f);
+    EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));
+
+    // MIDI input of an older document comes from the global switch.
+    GlobalSettings::instance().setValue("MIDI Disabled", 0);
+    applyText(*fx, R"({"uiprefs": {"Misc": {"Number format": {"value": 1}}}})");
+    EXPECT_EQ(fx->getEditorObject()->getUiSetting("Misc", "MIDI Input"), 1);
+    EXPECT_EQ(fx->getEditorObject()->getUiSetting("Misc", "Number format"), 1);
+    applyText(*fx, R"({"uiprefs": {"Misc": {"MIDI Input": {"value": 0}}}})");
+    EXPECT_EQ(fx->getEditorObject()->getUiSetting("Misc", "MIDI Input"), 0);
+}
+
+TEST(StateMigration, ShortAndLongListsTouchOnlyWhatTheyHold) {
+    auto fx = makePlug(2);
+    const int32_t order[] = {5, 6, 7, 8, -1};
+    fx->setBandOrder(1, order, 5);
+    applyText(*fx, R"({"presets": [{}, {"bandOrder": [9, 2]}]})");
+    EXPECT_EQ(fx->getBandOrder(1)[0], 9);
+    EXPECT_EQ(fx->getBandOrder(1)[1], 2);
+    EXPECT_EQ(fx->getBandOrder(1)[2], 7);  // beyond the document's entries
+
+    std::string many = R"({"presets": [)";
+    for (int32_t p = 0; p < 25; ++p) many += std::string(p ? "," : "") + "{\"name\": \"P" + std::to_string(p) + "\"}";
+    many += R"(], "ab": [)";
+    for (int32_t s = 0; s < 10; ++s) many += std::string(s ? "," : "") + "{\"parameters\": {\"kGain\": 0.5}}";
+    many += "]}";
+    applyText(*fx, many);
+    EXPECT_STREQ(fx->getProgramRecord(19).name, "P19");
+    EXPECT_EQ(fx->getABSlotRecord(7).values[kGain], 0.5f);
+}
+
+TEST(StateMigration, ARangeNeedsBothBounds) {
+    auto fx = makePlug(2);
+    applyText(*fx, R"({"presets": [], "minFreq": 5})");
+    EXPECT_EQ(documentOf(*fx).find("minFreq"), std::string::npos);
+    EXPECT_FLOAT_EQ(fx->getMinFrequency(), 10.0f);
+    EXPECT_FLOAT_EQ(fx->getMaxFrequency(), 22000.0f);
+}
+
+// ---------------------------------------------------------------------------
+// Preset state
+
+TEST(PresetState, HoldsTheCurrentProgramInFullFilteredByTheLoadingFlags) {
+    auto fx = makePlug(2);
+    setReal(*fx, kGain, 4.0);
+    setReal(*fx, kIRLength, 5.0);
+    fx->setLoadingFlags(kLoadDSP);
+    cJSON* root = cJSON_Parse(documentOf(*fx, true).c_str());
+    ASSERT_NE(root, nullptr);
+    const cJSON* parameters = cJSON_GetObjectItem(root, "parameters");
+    EXPECT_EQ(cJSON_GetArraySize(parameters), 8);  // the DSP rows only
+    EXPECT_NE(cJSON_GetObjectItem(parameters, "kIRLength"), nullptr);
+    EXPECT_EQ(cJSON_GetObjectItem(parameters, "kGain"), nullptr);
+    EXPECT_EQ(cJSON_GetObjectItem(root, "bandOrder"), nullptr);
+    EXPECT_EQ(cJSON_GetObjectItem(root, "zla"), nullptr);
+    EXPECT_EQ(cJSON_GetObjectItem(cJSON_GetObjectItem(root, "settings"), "currentAB"), nullptr);
+    EXPECT_EQ(cJSON_GetObjectItem(root, "presets"), nullptr);
+    cJSON_Delete(root);
+
+    // Applied with both parts, the EQ part absent from it falls to defaults.
+    const std::string dspOnly = documentOf(*fx, true);
+    fx->setLoadingFlags(kLoadEQ | kLoadDSP | kLoadUI);
+    applyText(*fx, dspOnly, true);
+    EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));
+    EXPECT_FLOAT_EQ(fx->getRealValue(kIRLength), 5.0f);
+}
+
+TEST(PresetState, TheEQFlagAloneKeepsTheDSPPartAtDefaults) {
+    auto source = makePlug(2);
+    setReal(*source, kGain, -4.0);
+    setReal(*source, kIRLength, 6.0);
+    const std::string preset = documentOf(*source, true);
+    EXPECT_NE(preset.find("\"kIRLength\""), std::string::npos);
+
+    auto target = makePlug(2);
+    target->setProgram(2);
+    target->setLoadingFlags(kLoadEQ);
+    applyText(*target, preset, true);
+    EXPECT_EQ(target->getProgram(), 2);
+    EXPECT_FLOAT_EQ(target->getRealValue(kGain), -4.0f);
+    EXPECT_EQ(target->getParameter(kIRLength), target->getDefaultNorm(kIRLength));
+}
+
+// ---------------------------------------------------------------------------
+// Programs and slots
+
+TEST(ProgramsAndSlots, EachSlotRecallsItsValuesBandOrderAndAutoGain) {
+    auto fx = makePlug(2);
+    setReal(*fx, kGain, 2.0);
+    const int32_t orderA[] = {3, -1};
+    fx->setBandOrder(0, orderA, 2);
+    fx->setAutoGain(0, 1);
+    fx->switchABSlot(1);
+    EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));  // slot B is fresh
+    EXPECT_EQ(fx->getBandOrder(0)[0], -1);
+    EXPECT_EQ(fx->getAutoGain(0), 0);
+    setReal(*fx, kGain, -2.0);
+    fx->switchABSlot(0);
+    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 2.0f);
+    EXPECT_EQ(fx->getBandOrder(0)[0], 3);
+    EXPECT_EQ(fx->getAutoGain(0), 1);
+    fx->switchABSlot(1);
+    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), -2.0f);
+    EXPECT_EQ(live(*fx).values[kGain], fx->getParameter(kGain));
+    fx->switchABSlot(8);  // no such slot
+    EXPECT_EQ(fx->getABSlot(), 1);
+}
+
+TEST(ProgramsAndSlots, InstanceNameIsTakenOnlyBeforeAudioRuns) {
+    auto fx = makePlug(2);
+    applyText(*fx, R"({"instanceName": "Drums"})");
+    EXPECT_STREQ(fx->getInstanceName(), "Drums");
+    float silence[64] = {};
+    float* io[2] = {silence, silence};
+    fx->processReplacing(io, io, 64);
+    applyText(*fx, R"({"instanceName": "Vocals"})");
+    EXPECT_STREQ(fx->getInstanceName(), "Drums");
+}

@@ -1,0 +1,135 @@
+// Feeds arbitrary bytes to an instance as a session chunk and as a preset
+// chunk. Nothing may crash, hang or leak, and a chunk that does not parse
+// must leave the instance exactly as it was. Every input starts from the
+// same state, so a finding replays on its own.
+
+#include <cjson/cJSON.h>
+#include <stdlib.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "core/ChannelLayout.h"
+#include "core/Plug.h"
+#include "state/ChunkCodec.h"
+
+namespace {
+
+std::string homeFolder;
+
+void removeHome() {
+    std::error_code ignored;
+    if (!homeFolder.empty()) std::filesystem::remove_all(homeFolder, ignored);
+}
+
+// The settings of this run live in a folder of its own.
+void useTemporaryHome() {
+    char pattern[] = "/tmp/fw-fuzz-home-XXXXXX";
+    if (mkdtemp(pattern) == nullptr) std::abort();
+    homeFolder = pattern;
+    for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CONFIG_DIRS"})
+        setenv(variable, (homeFolder + "/" + variable).c_str(), 1);
+    std::atexit(removeHome);
+}
+
+std::string documentOf(Plug& fx) {
+    fx.markChunkStale();
+    void* data = nullptr;
+    const int32_t size = fx.getChunk(&data, false);
+    return std::string(static_cast<const char*>(data), size_t(size));
+}
+
+// Whether applying these bytes would parse a document at all.
+bool parses(const uint8_t* data, size_t size) {
+    const std::vector<uint8_t> text = decodeChunk(data, int32_t(size));
+    cJSON* root = cJSON_Parse(PlugBaseJSON::documentStart(reinterpret_cast<const char*>(text.data())));
+    cJSON_Delete(root);
+    return root != nullptr;
+}
+
+// Names the first line where two documents part, for the finding's report.
+void reportDifference(const char* what, const std::string& expected, const std::string& found) {
+    size_t at = 0;
+    while (at < expected.size() && at < found.size() && expected[at] == found[at]) ++at;
+    const size_t from = expected.rfind('\n', at) == std::string::npos ? 0 : expected.rfind('\n', at) + 1;
+    std::fprintf(stderr, "%s\nexpected: %.120s\nfound:    %.120s\n", what, expected.c_str() + from,
+                 found.c_str() + std::min(from, found.size()));
+}
+
+struct Fixture {
+    std::unique_ptr<Plug> fx;
+    std::vector<uint8_t> baseline;  // plain chunk of the starting state
+    std::string baselineText;
+
+    Fixture() {
+        fx = std::make_unique<Plug>(nullptr);
+        fx->setNumInputs(2);
+        fx->setNumOutputs(2);
+        fx->setChannelLayout(standardChannelLayout(2));
+        fx->setSampleRate(48000.0f);
+        fx->resume();
+        fx->setCompressionLevel(0);
+        fx->setParameter(bandParam(0, kFieldState), 1.0f);
+        fx->setParameter(bandParam(0, kFieldGain), 0.7f);
+        fx->setParameter(kGain, 0.45f);
+        // Audio has run, as in a session: a document's instance name is no
+        // longer taken, so nothing a chunk sets outlives the restore.
+        float silence[64] = {};
+        float* channels[2] = {silence, silence};
+        fx->processReplacing(channels, channels, 64);
+        // Once through its own chunk: stored values then stand as a restore
+        // squares them with their ranges (a band state of 1.0 is "On", 2/3).
+        const std::string first = documentOf(*fx);
+        std::vector<uint8_t> bytes(first.begin(), first.end());
+        fx->setChunk(bytes.data(), int32_t(bytes.size()), false);
+        baselineText = documentOf(*fx);
+        baseline.assign(baselineText.begin(), baselineText.end());
+    }
+
+    void restore() {
+        fx->setChunk(baseline.data(), int32_t(baseline.size()), false);
+        const std::string now = documentOf(*fx);
+        if (now != baselineText) {
+            reportDifference("the starting state does not come back from its own chunk", baselineText, now);
+            std::abort();
+        }
+    }
+};
+
+Fixture& fixture() {
+    static Fixture f;
+    return f;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    useTemporaryHome();
+    fixture();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    if (size > (size_t(1) << 20)) return -1;
+    Fixture& f = fixture();
+    std::vector<uint8_t> bytes(data, data + size);  // setChunk takes the host's mutable buffer
+    const bool readable = parses(data, size);
+    for (const bool preset : {false, true}) {
+        f.fx->setChunk(bytes.empty() ? nullptr : bytes.data(), int32_t(bytes.size()), preset);
+        if (!readable) {
+            const std::string now = documentOf(*f.fx);
+            if (now != f.baselineText) {
+                reportDifference("a chunk that does not parse changed the state", f.baselineText, now);
+                std::abort();
+            }
+        }
+        if (readable) f.restore();
+    }
+    return 0;
+}
