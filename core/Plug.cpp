@@ -102,7 +102,7 @@ Plug::Plug(EffectHostCallback host)
         minFrequency = kStandardMinFrequency;
         maxFrequency = kStandardMaxFrequency;
         autoListenBand = -1;
-        clipThreshold = kClipThreshold0dB;
+        clipThreshold.store(kClipThreshold0dB);
         allocateBuffers(kMaxBlock, getChannelCount());
         setABParameterIndex(kABBank);
         for (size_t i = 0; i < std::size(kDspRows); ++i) renderSettings[i] = staticParamTable()[kDspRows[i]].value;
@@ -307,10 +307,12 @@ void Plug::setSettingsSource(const SettingsAccess* source) {
 
 void Plug::reloadGlobalSettings() {
     std::lock_guard<PlugBaseMutex> held(engineLock);
-    clipThreshold = settings->globalValue("Clip threshold") == 0 ? kClipThreshold0dB : kClipThresholdMinus01dB;
+    // Read by the audio thread: each is one atomic word.
+    clipThreshold.store(settings->globalValue("Clip threshold") == 0 ? kClipThreshold0dB : kClipThresholdMinus01dB,
+                        std::memory_order_relaxed);
     const bool mute = settings->globalValue("Solo Mode") == 1;
-    soloMute = mute;
-    soloSelect = !mute;
+    soloMute.store(mute, std::memory_order_relaxed);
+    soloSelect.store(!mute, std::memory_order_relaxed);
     gesturesToHost = settings->globalValue("VST Gestures") != 0;
     automateAll = settings->globalValue("A/B Automation") != 0;
     constexpr int32_t kCompressionLevels[4] = {0, 1, 5, 9};  // "Off", "Fastest", "Med", "Smallest"
@@ -326,6 +328,16 @@ void Plug::reloadUISettings() {
     showTrueQ = settings->uiValue("Misc", "Show True Q") != 0;
     ballisticType = settings->uiValue("Meters", "Ballistic Type");
     computeMeterCoefficients();
+    // "MIDI Bend Range": "1" to "12" semitones, then "24".
+    const int32_t bend = settings->uiValue("Misc", "MIDI Bend Range");
+    midiBendRange = bend == 12 ? 2.0 : double(bend + 1) / 12.0;
+    midiInput = settings->uiValue("Misc", "MIDI Input") != 0;
+    const int32_t midSide = settings->uiValue("Misc", "Autogain MS");
+    const int32_t weighting = settings->uiValue("Misc", "Autogain Weighting");
+    const bool autoGainChanged = midSide != autoGainMidSide || weighting != autoGainWeighting;
+    autoGainMidSide = midSide;
+    autoGainWeighting = weighting;
+    if (autoGainChanged) refreshEngine(false);
     const bool extended = settings->uiValue("Misc", "Extended Frequencies") != 0;
     if (extended != extendedFrequencies) {
         extendedFrequencies = extended;
@@ -342,8 +354,10 @@ void Plug::reloadUISettings() {
 void Plug::computeMeterCoefficients() {
     const Ballistics& b = kBallistics[((ballisticType % 4) + 4) % 4];
     const double rate = sampleRate;
-    attackCoefficient = b.attackTime > 0.0 ? coefficientFor(b.attackBase, b.attackTime, rate) : 1.0;
-    releaseCoefficient = coefficientFor(b.releaseBase, b.releaseTime, rate);
+    // Written while audio may run: the followers read them once per chunk.
+    attackCoefficient.store(b.attackTime > 0.0 ? coefficientFor(b.attackBase, b.attackTime, rate) : 1.0,
+                            std::memory_order_relaxed);
+    releaseCoefficient.store(coefficientFor(b.releaseBase, b.releaseTime, rate), std::memory_order_relaxed);
 }
 
 // ---------------------------------------------------------------------------
@@ -632,7 +646,7 @@ void Plug::composeChannelGains(int32_t c) {
     for (int32_t i = 0; i < c; ++i) {
         const double sign = (phaseMask >> i) & 1 ? -1.0 : 1.0;
         double target = sign * master * rowValue(channelParam(i, kFieldLevel));
-        if (soloMute && ((solo != 0 && !((solo >> i) & 1)) || (heard != 0 && !((heard >> i) & 1)))) target = 0.0;
+        if (soloMute.load(std::memory_order_relaxed) && ((solo != 0 && !((solo >> i) & 1)) || (heard != 0 && !((heard >> i) & 1)))) target = 0.0;
         if ((muteMask >> i) & 1) target = 0.0;
         channelGainTarget[i].store(target, std::memory_order_relaxed);
     }
@@ -873,9 +887,10 @@ void Plug::processBlock(T** inputs, T** outputs, int32_t n) noexcept {
 }
 
 void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
-    if (meterPreBank) runFollowers(plainLevels, m, channels);
+    const bool metersPreBank = meterPreBank.load(std::memory_order_relaxed);
+    if (metersPreBank) runFollowers(plainLevels, m, channels);
     encodeMidSide(m, channels);
-    if (meterPreBank) runFollowers(codedLevels, m, channels);
+    if (metersPreBank) runFollowers(codedLevels, m, channels);
     if (preTapWanted.load(std::memory_order_relaxed)) writeRing(preRing, m, channels);
 
     if (rowValue(kBypass) == 0.0f) {
@@ -893,18 +908,18 @@ void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
         bypassWithDelay(m, channels, latency);
     }
 
-    if (!meterPreBank) runFollowers(codedLevels, m, channels);
+    if (!metersPreBank) runFollowers(codedLevels, m, channels);
     writeRing(postRing, m, channels);
     ringPosition = (ringPosition + m) % kRingLength;
 
     const int32_t heard = listenMask.load(std::memory_order_relaxed);
     const int32_t solo = heard != 0 ? heard : soloMask.load(std::memory_order_relaxed);
-    if (soloSelect && solo != 0)
+    if (soloSelect.load(std::memory_order_relaxed) && solo != 0)
         soloMonitor(solo, m, channels);
     else
         decodeMidSide(m, channels);
 
-    if (!meterPreBank) runFollowers(plainLevels, m, channels);
+    if (!metersPreBank) runFollowers(plainLevels, m, channels);
     guardFollowers();
     detectClip(m, channels);
 }
@@ -993,7 +1008,8 @@ void Plug::soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept {
 }
 
 void Plug::runFollowers(double* levels, int32_t m, int32_t channels) noexcept {
-    const double attack = attackCoefficient, release = releaseCoefficient;
+    const double attack = attackCoefficient.load(std::memory_order_relaxed);
+    const double release = releaseCoefficient.load(std::memory_order_relaxed);
     // Each follower is a dependency chain from sample to sample, so its speed
     // is the latency of one step. Two channels at a time overlap two chains.
     int32_t c = 0;
@@ -1049,10 +1065,11 @@ void Plug::writeRing(double* const* rings, int32_t m, int32_t channels) noexcept
 
 void Plug::detectClip(int32_t m, int32_t channels) noexcept {
     if (clipFlag.load(std::memory_order_relaxed)) return;
+    const double threshold = clipThreshold.load(std::memory_order_relaxed);
     for (int32_t c = 0; c < channels; ++c) {
         const double* x = workBuffer[c];
         for (int32_t s = 0; s < m; ++s) {
-            if (std::fabs(x[s]) > clipThreshold) {
+            if (std::fabs(x[s]) > threshold) {
                 clipFlag.store(true, std::memory_order_relaxed);
                 return;
             }

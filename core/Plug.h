@@ -170,16 +170,18 @@ public:
     double getCodedLevelMeter(int32_t i) const { return codedLevels[i & 7]; }
     bool getClip() const { return clipFlag.load(std::memory_order_relaxed); }
     void setClip(bool flag) { clipFlag.store(flag, std::memory_order_relaxed); }
-    void setMeterPreBank(bool pre) { meterPreBank = pre; }
+    void setMeterPreBank(bool pre) { meterPreBank.store(pre, std::memory_order_relaxed); }
     int32_t getMsMask() const { return msMask.load(std::memory_order_relaxed); }
     int32_t getSoloMask() const { return soloMask.load(std::memory_order_relaxed); }
     double getChannelGainTarget(int32_t c) const { return channelGainTarget[c & 7].load(std::memory_order_relaxed); }
     double getChannelGainNow(int32_t c) const { return channelGainNow[c & 7]; }
-    double getClipThreshold() const { return clipThreshold; }
+    double getClipThreshold() const { return clipThreshold.load(std::memory_order_relaxed); }
     float getMinFrequency() const { return minFrequency; }
     float getMaxFrequency() const { return maxFrequency; }
     bool isOffline() const { return offline.load(); }
     double getPitchFactor() const { return pitchFactor; }
+    double getMidiBendRange() const { return midiBendRange; }
+    bool isMidiInputEnabled() const { return midiInput; }
     EQBank& getBank() { return bank; }
     // True while every live band covers both channels of a stereo instance.
     bool areAllBandsStereo() const { return allBandsStereo; }
@@ -274,6 +276,10 @@ private:
     float pendingMaxFrequency = -1.0f;  // a bound left by a restored state
     bool sampleRateGiven = false;
     double pitchFactor = 1.0;
+    double midiBendRange = 0.25;  // octaves a full pitch bend moves the bands
+    bool midiInput = false;
+    int32_t autoGainMidSide = 0;   // "Autogain MS": 0 together, 1 separately
+    int32_t autoGainWeighting = 0; // "Autogain Weighting": white, pink, and each with the 1770 filter
     int32_t autoListenBand = -1;
     std::atomic<bool> offline{false};
     uint32_t lockMask[kNumPrograms][kLockWordsPerProgram] = {};
@@ -305,11 +311,11 @@ private:
     std::vector<ChannelSlot> channelSlots;
     int32_t leftIndex = 0, rightIndex = 1, lfeIndex = -1, centerIndex = -1;
     std::atomic<bool> clipFlag{false};
-    double clipThreshold = kClipThreshold0dB;
-    bool meterPreBank = false;
+    std::atomic<double> clipThreshold{kClipThreshold0dB};
+    std::atomic<bool> meterPreBank{false};
     std::atomic<bool> preTapWanted{false};
-    bool soloSelect = true;
-    bool soloMute = false;
+    std::atomic<bool> soloSelect{true};
+    std::atomic<bool> soloMute{false};
     std::atomic<int32_t> msMask{0xF};
     std::atomic<int32_t> soloMask{0};
     std::atomic<int32_t> listenMask{0};
@@ -317,8 +323,8 @@ private:
     int32_t groupMask[kMaxChannels] = {1, 2, 4, 8, 16, 32, 64, 128};
 
     // ---- Meters ----
-    double attackCoefficient = 1.0;
-    double releaseCoefficient = 1.0;
+    std::atomic<double> attackCoefficient{1.0};
+    std::atomic<double> releaseCoefficient{1.0};
     double codedLevels[kMaxChannels] = {};
     double plainLevels[kMaxChannels] = {};
     int32_t ballisticType = 0;

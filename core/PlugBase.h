@@ -75,7 +75,9 @@ protected:
     ProgramRecord abSlots[kNumABSlots];
     int32_t currentABSlot = 0;
     int32_t abParameterIndex = -1;
-    bool loadInProgress = false;
+    // Set while values are moved in bulk (message thread); engine updates
+    // on the timer thread hold back meanwhile.
+    std::atomic<bool> loadInProgress{false};
     // Samples processed since the last full engine update.
     std::atomic<int32_t> samplesSinceUpdate{0};
 };

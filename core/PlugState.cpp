@@ -26,6 +26,15 @@ void copyName(char* to, const cJSON* item) {
     std::snprintf(to, kProgramNameLength, "%s", text ? text : "");
 }
 
+// `bandOrder` of a record into `order`: entries beyond those in the
+// document keep what they held; a number that names no band ends the list.
+void readBandOrder(const cJSON* object, int32_t* order) {
+    const cJSON* bands = cJSON_GetObjectItem(object, "bandOrder");
+    int32_t i = 0;
+    for (const cJSON* e = cJSON_IsArray(bands) ? bands->child : nullptr; e && i < kNumBands; e = e->next, ++i)
+        order[i] = (e->valueint >= 0 && e->valueint < kNumBands) ? e->valueint : -1;
+}
+
 uint32_t toWord(double x) {
     if (!(x > 0.0)) return 0;
     return x >= 4294967295.0 ? 0xFFFFFFFFu : uint32_t(x);
@@ -93,7 +102,7 @@ void Plug::setProgram(int32_t program) {
     std::copy_n(programBandOrder[curProgram], kNumBands, slotBandOrder[currentABSlot]);
     slotAutoGain[currentABSlot] = programAutoGain[curProgram];
     curProgram = program;
-    const bool wasLoading = loadInProgress;
+    const bool wasLoading = loadInProgress.load();
     loadInProgress = true;
     for (int32_t i = 0; i < kNumParams; ++i) {
         storeNorm(i, programs[program].values[i]);
@@ -122,7 +131,7 @@ void Plug::recallABSlot(int32_t slot) {
 }
 
 void Plug::loadABValues(int32_t slot) {
-    const bool wasLoading = loadInProgress;
+    const bool wasLoading = loadInProgress.load();
     loadInProgress = true;
     currentABSlot = slot;
     ProgramRecord& record = abSlots[slot];
@@ -237,12 +246,8 @@ cJSON* Plug::buildStateDocument(bool presetOnly) {
 // Reading
 
 void Plug::readRecordExtras(const cJSON* object, int32_t program) {
-    // Entries beyond those in the document keep what they held.
+    readBandOrder(object, programBandOrder[program]);
     int32_t i = 0;
-    const cJSON* bands = cJSON_GetObjectItem(object, "bandOrder");
-    for (const cJSON* e = cJSON_IsArray(bands) ? bands->child : nullptr; e && i < kNumBands; e = e->next, ++i)
-        programBandOrder[program][i] = (e->valueint >= 0 && e->valueint < kNumBands) ? e->valueint : -1;
-    i = 0;
     const cJSON* locks = cJSON_GetObjectItem(object, "lockArray");
     for (const cJSON* e = cJSON_IsArray(locks) ? locks->child : nullptr; e && i < kLockWordsPerProgram; e = e->next, ++i)
         lockMask[program][i] = toWord(e->valuedouble);
@@ -252,10 +257,7 @@ void Plug::readRecordExtras(const cJSON* object, int32_t program) {
 void Plug::readABParameters(const cJSON* object, int32_t slot) {
     if (slot < 0 || slot >= kNumABSlots) return;
     readParameters(object, abSlots[slot], kLoadEQ | kLoadDSP);
-    int32_t i = 0;
-    const cJSON* bands = cJSON_GetObjectItem(object, "bandOrder");
-    for (const cJSON* e = cJSON_IsArray(bands) ? bands->child : nullptr; e && i < kNumBands; e = e->next, ++i)
-        slotBandOrder[slot][i] = (e->valueint >= 0 && e->valueint < kNumBands) ? e->valueint : -1;
+    readBandOrder(object, slotBandOrder[slot]);
     if (const cJSON* gain = cJSON_GetObjectItem(object, "autoGain")) slotAutoGain[slot] = gain->valueint;
 }
 
@@ -378,7 +380,10 @@ void Plug::applyCommonState(const cJSON* root, bool presetOnly) {
         for (const cJSON* e = cJSON_IsArray(names) ? names->child : nullptr; e && i < kMaxChannels; e = e->next, ++i)
             if (i < getChannelCount()) setGroupName(i, cJSON_IsString(e) ? e->valuestring : "");
     }
-    legacyAlignment = cJSON_GetObjectItem(root, "zla") == nullptr;
+    {
+        std::lock_guard<PlugBaseMutex> held(engineLock);  // read by every engine update
+        legacyAlignment = cJSON_GetObjectItem(root, "zla") == nullptr;
+    }
     const cJSON* name = cJSON_GetObjectItem(root, "instanceName");
     if (cJSON_IsString(name) && !audioHasRun()) setInstanceName(name->valuestring, true);
     refreshEngine(true);

@@ -180,3 +180,51 @@ TEST(Concurrency, AParameterStormWhileAudioRunsLosesNothing) {
     ASSERT_EQ(x.size(), y.size());
     for (size_t k = 0; k < x.size(); ++k) ASSERT_NEAR(x[k], y[k], 1e-5f) << k << " in mode " << fx->getBank().getMode();
 }
+
+TEST(Concurrency, SessionsRestoredWhileAudioRunsEndInTheLastOne) {
+    // A host restoring sessions (and asking for chunks) while audio and the
+    // timer run: the last restored state is what the instance holds.
+    auto fx = makePlug(2);
+    std::vector<std::vector<uint8_t>> chunks;
+    for (int32_t k = 0; k < 4; ++k) {
+        auto source = makePlug(2);
+        source->setParameter(bandParam(k, kFieldState), 1.0f);
+        source->setParameter(bandParam(k, kFieldGain), 0.2f + 0.15f * float(k));
+        source->setParameter(kMode, k == 2 ? 1.0f : 0.0f);
+        void* data = nullptr;
+        const int32_t size = source->getChunk(&data, false);
+        chunks.emplace_back(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
+    }
+    {
+        AudioThread audio(*fx);
+        std::atomic<bool> stop{false};
+        std::thread idler([&] {
+            while (!stop) {
+                fx->idle();
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+        });
+        for (int32_t round = 0; round < 12; ++round) {
+            std::vector<uint8_t>& chunk = chunks[size_t(round) % chunks.size()];
+            fx->setChunk(chunk.data(), int32_t(chunk.size()), false);
+            void* data = nullptr;
+            fx->getChunk(&data, round % 3 == 0);
+        }
+        stop = true;
+        idler.join();
+    }
+    settleEngine(*fx);
+    // Round 11 restored chunk 3: the instance runs what a fresh one given it runs.
+    auto fresh = makePlug(2);
+    fresh->setChunk(chunks[3].data(), int32_t(chunks[3].size()), false);
+    settleEngine(*fresh);
+    for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(fx->getParameter(i), fresh->getParameter(i)) << i;
+    EXPECT_EQ(fx->getBank().getMode(), fresh->getBank().getMode());
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        const EQ* a = fx->getBank().getBandAt(b, 0);
+        const EQ* e = fresh->getBank().getBandAt(b, 0);
+        ASSERT_EQ(a->getState(), e->getState()) << b;
+        ASSERT_EQ(a->getGain(), e->getGain()) << b;
+    }
+    EXPECT_NE(fx->getParameter(bandParam(3, kFieldState)), fx->getDefaultNorm(bandParam(3, kFieldState)));
+}

@@ -6,13 +6,16 @@
 #include <cjson/cJSON.h>
 
 #include <cstring>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "TestHost.h"
 #include "gui/PlugEd.h"
 #include "state/ChunkCodec.h"
 #include "state/GlobalSettings.h"
+#include "state/ValueStore.h"
 
 namespace {
 
@@ -421,4 +424,33 @@ TEST(ProgramsAndSlots, InstanceNameIsTakenOnlyBeforeAudioRuns) {
     fx->processReplacing(io, io, 64);
     applyText(*fx, R"({"instanceName": "Vocals"})");
     EXPECT_STREQ(fx->getInstanceName(), "Drums");
+}
+
+// ---------------------------------------------------------------------------
+// Settings the effect reads from the stores
+
+TEST(StoredSettings, TheFirstInstanceWritesTheGlobalsAndUISettingsReachTheEffect) {
+    auto fx = makePlug(2);
+    const std::optional<std::string> stored = readStoreValue("globals", 8192);
+    ASSERT_TRUE(stored.has_value());
+    cJSON* globals = cJSON_Parse(stored->c_str());
+    ASSERT_TRUE(cJSON_IsObject(globals));
+    GlobalSettings& defaults = GlobalSettings::instance();
+    ASSERT_EQ(defaults.settingCount(), 15);
+    for (int32_t i = 0; i < defaults.settingCount(); ++i)
+        EXPECT_NE(cJSON_GetObjectItem(globals, defaults.settingName(i)), nullptr) << defaults.settingName(i);
+    EXPECT_EQ(cJSON_GetObjectItem(globals, "Band Linking")->valueint, 1);
+    cJSON_Delete(globals);
+
+    UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+    const std::pair<int32_t, double> bends[] = {{12, 2.0}, {11, 1.0}, {2, 0.25}, {0, 1.0 / 12.0}};
+    for (const auto& [index, octaves] : bends) {
+        ui.setValue("Misc", "MIDI Bend Range", index);
+        fx->reloadUISettings();
+        EXPECT_DOUBLE_EQ(fx->getMidiBendRange(), octaves) << index;
+    }
+    EXPECT_FALSE(fx->isMidiInputEnabled());
+    ui.setValue("Misc", "MIDI Input", 1);
+    fx->reloadUISettings();
+    EXPECT_TRUE(fx->isMidiInputEnabled());
 }
