@@ -136,6 +136,9 @@ SoundFileWriter::SoundFileWriter(const std::string& output, int32_t format, int3
     if (!file) fail("cannot write " + quoted(finalPath) + ": " + soundFileReason(nullptr));
     // Codecs convert from doubles inside libsndfile; let them clip, not wrap.
     sf_command(file, SFC_SET_CLIPPING, nullptr, SF_TRUE);
+    // No peak chunk: it carries the time of writing, and the same render
+    // should give the same file, byte for byte.
+    sf_command(file, SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
 SoundFileWriter::~SoundFileWriter() {
