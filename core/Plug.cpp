@@ -124,8 +124,10 @@ Plug::Plug(EffectHostCallback host)
 
 Plug::~Plug() {
     stopWorker();
-    editorObject.reset();
+    // Off the timer before the editor goes: an update from the timer thread
+    // may still send the editor a tag.
     leaveSharedTimer();
+    editorObject.reset();
     unregisterInstance();
     if (liveInstances.fetch_sub(1) == 1) audioHasRunFlag = false;
     allocateBuffers(0, 0);

@@ -104,8 +104,7 @@ void PlugEd::applyState(const cJSON* root, bool presetOnly) {
             if (const cJSON* item = member(settings, "currentPreset")) {
                 if (item->valueint >= 0 && item->valueint < kNumPrograms) {
                     effect->setProgramIndex(item->valueint);
-                    programChanged();
-                    setParameter(kGUIPresetMenu, float(item->valueint));
+                    programChanged();  // queues the preset menu's update
                 }
             }
             if (const cJSON* item = member(settings, "currentAB")) {
