@@ -228,6 +228,7 @@ private:
     void applyFrequencyRange(const cJSON* root, int32_t program);
     void applyCommonState(const cJSON* root, bool presetOnly);
     void loadABValues(int32_t slot);
+    void keepExtrasInSlot();
     float rowValue(int32_t index) const;
     static int64_t clockMs();
     bool isLocked(int32_t index) const;

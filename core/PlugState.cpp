@@ -98,9 +98,7 @@ void Plug::setProgramIndex(int32_t program) {
 
 void Plug::setProgram(int32_t program) {
     if (program < 0 || program >= kNumPrograms) return;
-    // The band order and auto gain of the program we leave stay with the slot.
-    std::copy_n(programBandOrder[curProgram], kNumBands, slotBandOrder[currentABSlot]);
-    slotAutoGain[currentABSlot] = programAutoGain[curProgram];
+    keepExtrasInSlot();
     curProgram = program;
     const bool wasLoading = loadInProgress.load();
     loadInProgress = true;
@@ -117,9 +115,14 @@ void Plug::setProgram(int32_t program) {
 
 void Plug::switchABSlot(int32_t slot) {
     if (slot < 0 || slot >= kNumABSlots) return;
+    keepExtrasInSlot();
+    recallABSlot(slot);
+}
+
+void Plug::keepExtrasInSlot() {
+    // The band order and auto gain of the program stay with the current slot.
     std::copy_n(programBandOrder[curProgram], kNumBands, slotBandOrder[currentABSlot]);
     slotAutoGain[currentABSlot] = programAutoGain[curProgram];
-    recallABSlot(slot);
 }
 
 void Plug::recallABSlot(int32_t slot) {
