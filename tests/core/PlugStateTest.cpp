@@ -456,3 +456,58 @@ TEST(StoredSettings, TheFirstInstanceWritesTheGlobalsAndUISettingsReachTheEffect
     fx->reloadUISettings();
     EXPECT_TRUE(fx->isMidiInputEnabled());
 }
+
+TEST(StateMigration, EachTopLevelKeyLeftOutGivesItsDocumentedReading) {
+    // A full document of a state that differs from a fresh instance in every
+    // part, applied with one key left out to an instance that differs again.
+    auto source = makePlug(4);
+    buildRichState(*source);
+    source->getEditorObject()->uiSettings().setValue("Misc", "MIDI Input", 1);
+    const std::string full = documentOf(*source);
+
+    auto prepared = [] {
+        auto fx = makePlug(4);
+        fx->setRenderSetting(0, 1.0f);
+        fx->setGroupMask(0, 9);
+        fx->setInstanceName("Before", true);
+        fx->getEditorObject()->uiSettings().setValue("Graph", "Range", 1);
+        return fx;
+    };
+    auto without = [&](const char* key) {
+        cJSON* root = cJSON_Parse(full.c_str());
+        cJSON_DeleteItemFromObjectCaseSensitive(root, key);
+        auto fx = prepared();
+        char* text = cJSON_PrintUnformatted(root);
+        applyText(*fx, text);
+        cJSON_free(text);
+        cJSON_Delete(root);
+        return fx;
+    };
+
+    EXPECT_EQ(without("presets")->getProgramRecord(3).name[0], 0);  // read as a single program
+    {
+        auto fx = without("ab");
+        for (int32_t s = 0; s < kNumABSlots; ++s)  // every slot holds the live state
+            EXPECT_EQ(fx->getABSlotRecord(s).values[kGain], fx->getParameter(kGain)) << s;
+    }
+    EXPECT_TRUE(without("zla")->isLegacyAlignment());
+    EXPECT_EQ(without("renderParams")->getRenderSetting(0), 1.0f);  // kept
+    EXPECT_EQ(without("routing")->getGroupMask(0), 9);
+    EXPECT_STREQ(without("instanceName")->getInstanceName(), "Before");
+    {
+        auto fx = without("settings");
+        EXPECT_EQ(fx->getProgram(), 0);  // no current program or slot from the document
+        EXPECT_EQ(fx->getABSlot(), 0);
+    }
+    {
+        // Without the key the older global switch decides.
+        GlobalSettings::instance().setValue("MIDI Disabled", 1);
+        auto fx = without("uiprefs");
+        EXPECT_EQ(fx->getEditorObject()->getUiSetting("Graph", "Range"), 1);
+        EXPECT_EQ(fx->getEditorObject()->getUiSetting("Misc", "MIDI Input"), 0);
+    }
+    // And with nothing left out, all of it arrives.
+    auto all = prepared();
+    applyText(*all, full);
+    EXPECT_EQ(documentOf(*all), full);
+}
