@@ -107,13 +107,14 @@ Plug::Plug(EffectHostCallback host)
         setABParameterIndex(kABBank);
         for (size_t i = 0; i < std::size(kDspRows); ++i) renderSettings[i] = staticParamTable()[kDspRows[i]].value;
         renderSettings[kRenderSettingCount - 1] = 0.0f;  // render settings off
-        registerInstance();
+        nameInstance();
         createEditor();
         const ResourceData defaults = findResource("defaults", "json");
         GlobalSettings::instance().installDefaults(reinterpret_cast<const char*>(defaults.data), defaults.size);
         reloadGlobalSettings();
         reloadUISettings();
         loadDefaultBank();
+        registerInstance();
     }
     resume();
     refreshPending = false;
@@ -242,29 +243,6 @@ void Plug::setParameter(int32_t index, float norm) {
             notifyEditor(i, table[i].norm);
         }
     }
-}
-
-void Plug::setParameterAutomated(int32_t index, float norm) {
-    if (index >= kNumParams || index < 0) {
-        setParameter(index, norm);
-        return;
-    }
-    if (!editing[index]) beginEdit(index);
-    setParameter(index, norm);
-    callHost(audioMasterAutomate, index, 0, nullptr, norm);
-}
-
-void Plug::beginEdit(int32_t index) {
-    if (index < 0 || index >= kNumParams || editing[index]) return;
-    editing[index] = true;
-    if (gesturesToHost) callHost(audioMasterBeginEdit, index);
-}
-
-void Plug::endEdit(int32_t index) {
-    const bool wasEditing = index >= 0 && index < kNumParams && editing[index];
-    if (wasEditing) editing[index] = false;
-    refreshEngine(true);  // the end of a gesture is never left waiting
-    if (wasEditing && gesturesToHost) callHost(audioMasterEndEdit, index);
 }
 
 bool Plug::setBypass(bool on) {

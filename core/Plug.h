@@ -152,6 +152,21 @@ public:
     // Takes the engine lock if it is free at once, and applies the chunk
     // either way, so a busy worker never blocks the host.
     int32_t setChunk(void* data, int32_t byteSize, bool isPreset) override;
+    // Copies the live values, band order and auto gain into slot 0..7; the
+    // current slot stays.
+    void copyToABSlot(int32_t slot);
+
+    // ---- Undo (message thread) ----
+    // A group of steps that undo and redo as one; groups may nest.
+    void undoBeginGroup();
+    void undoEndGroup();
+    void undo();
+    void redo();
+    bool canUndo() const { return !undoStack.empty(); }
+    bool canRedo() const { return !redoStack.empty(); }
+    void clearUndo();
+    size_t undoDepth() const { return undoStack.size(); }
+
     // Display order of the bands of a program: band numbers, -1 after the
     // last; and its auto gain switch.
     const int32_t* getBandOrder(int32_t program) const;
@@ -159,9 +174,18 @@ public:
     int32_t getAutoGain(int32_t program) const;
     void setAutoGain(int32_t program, int32_t state);
     uint32_t getLockWord(int32_t program, int32_t word) const;
-    // The instance's name; `byUser` marks a name the state then keeps.
+    // The instance's name. A host's name (byUser false) shows unless the
+    // user has named the instance; a user's empty name gives the host's
+    // back. Names are cut to 31 bytes, never inside a UTF-8 character.
     void setInstanceName(const char* name, bool byUser);
-    const char* getInstanceName() const { return instanceName; }
+    const char* getInstanceName() const { return displayName; }
+    bool isNamedByUser() const { return userNamed; }
+
+    // ---- Other instances (message thread) ----
+    // Sends the eight DSP settings to every other instance, as automation.
+    void propagateDSP();
+    // Copies the offline render settings into every other instance.
+    void propagateRenderDSP();
     bool isLegacyAlignment() const { return legacyAlignment; }
     PlugEd* getEditorObject() const { return editorObject.get(); }
 
@@ -229,6 +253,8 @@ private:
     void applyCommonState(const cJSON* root, bool presetOnly);
     void loadABValues(int32_t slot);
     void keepExtrasInSlot();
+    float undoValueOf(int32_t id) const;
+    void applyUndoStep(const UndoEntry& step, bool automate);
     float rowValue(int32_t index) const;
     static int64_t clockMs();
     bool isLocked(int32_t index) const;
@@ -236,10 +262,11 @@ private:
     // Named seams of layers that stand beside the effect core: the instance
     // registry, the editor object and the default bank. Each does nothing
     // until its layer exists.
-    void registerInstance() {}
-    void unregisterInstance() {}
+    void nameInstance();
+    void registerInstance();
+    void unregisterInstance();
     void createEditor();
-    void loadDefaultBank() {}
+    void loadDefaultBank();
     void joinSharedTimer() { SharedTimer::instance().join(this); }
     void leaveSharedTimer() { SharedTimer::instance().leave(this); }
     void startWorker() { startThread(); }
@@ -289,8 +316,10 @@ private:
     int32_t slotBandOrder[kNumABSlots][kNumBands];
     int32_t slotAutoGain[kNumABSlots] = {};
     bool automateAll = true;  // a slot recall is automated to the host
-    char instanceName[32] = {};
-    bool instanceNamedByUser = false;
+    static constexpr size_t kNameBytes = 32;
+    char displayName[kNameBytes] = {};
+    char hostName[kNameBytes] = {};
+    bool userNamed = false;
     bool editing[kNumParams] = {};
     bool gesturesToHost = true;
     bool simpleNumbers = false;

@@ -12,7 +12,10 @@ PlugBase::PlugBase(EffectHostCallback host) : AudioEffectX(host, kNumPrograms, k
     table = std::make_unique<ParamRow[]>(kNumParams);
     for (int32_t i = 0; i < kNumParams; ++i) table[i] = defaults[i];
     for (ProgramRecord& p : programs) {
+        // "-" marks a program nobody has used; the preset menu lists programs
+        // up to the last one in use.
         std::memset(p.name, 0, sizeof p.name);
+        p.name[0] = '-';
         for (int32_t i = 0; i < kNumParams; ++i) p.values[i] = defaults[i].norm;
     }
     for (ProgramRecord& s : abSlots) s = programs[0];

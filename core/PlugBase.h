@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <memory>
+#include <vector>
 
 #include "core/ParamTable.h"
 #include "core/ProgramRecord.h"
@@ -13,6 +14,18 @@
 
 // Capacity of the text buffers that the formatting operations fill.
 constexpr int32_t kParamTextSize = 64;
+
+// One step of the undo and redo stacks: a parameter and the normalised value
+// it had, or a marker that brackets a group of steps undone as one.
+struct UndoEntry {
+    int32_t id;
+    float value;
+};
+constexpr int32_t kUndoGroupBottom = -1000;
+constexpr int32_t kUndoGroupTop = -1001;
+// Reserved ids that go to the editor instead of the effect; nothing pushes them.
+constexpr int32_t kUndoEditorFirst = -1002;
+constexpr int32_t kUndoEditorLast = -1003;
 
 class PlugBase : public AudioEffectX {
 public:
@@ -69,6 +82,12 @@ protected:
     void baseFormat(int32_t index, float norm, char* text);
     // Stores norm and the real value in a live row and the current records.
     void storeNorm(int32_t index, float norm);
+
+    // Undo and redo (message thread). No depth limit: a session keeps its
+    // steps until a program or a document is loaded.
+    std::vector<UndoEntry> undoStack;
+    std::vector<UndoEntry> redoStack;
+    bool inUndo = false;
 
     std::unique_ptr<ParamRow[]> table;
     ProgramRecord programs[kNumPrograms];

@@ -76,13 +76,6 @@ uint32_t Plug::getLockWord(int32_t program, int32_t word) const {
     return lockMask[program][word];
 }
 
-void Plug::setInstanceName(const char* name, bool byUser) {
-    if (name == nullptr) return;
-    std::snprintf(instanceName, sizeof instanceName, "%s", name);
-    instanceNamedByUser = byUser;
-    markChunkStale();
-}
-
 void Plug::notifyEditor(int32_t tag, float value) {
     if (editorObject) editorObject->setParameter(tag, value);
 }
@@ -107,7 +100,7 @@ void Plug::setProgram(int32_t program) {
         notifyEditor(i, table[i].norm);
     }
     loadInProgress = wasLoading;
-    std::fill(std::begin(editing), std::end(editing), false);
+    clearUndo();
     markChunkStale();
     if (editorObject) editorObject->programChanged();
     refreshEngine(true);
@@ -241,7 +234,7 @@ cJSON* Plug::buildStateDocument(bool presetOnly) {
         for (int32_t g = 0; groupNameList != nullptr && g < groupCount; ++g)
             cJSON_AddItemToArray(groupNameList, cJSON_CreateString(groupNames[g].c_str()));
     }
-    if (instanceNamedByUser) cJSON_AddStringToObject(root, "instanceName", instanceName);
+    if (userNamed) cJSON_AddStringToObject(root, "instanceName", displayName);
     return root;
 }
 
@@ -358,6 +351,7 @@ cJSON* Plug::applyStateDocument(const char* text, bool presetOnly) {
 }
 
 void Plug::applyCommonState(const cJSON* root, bool presetOnly) {
+    clearUndo();
     std::fill(std::begin(editing), std::end(editing), false);
     if ((loadingFlags & kLoadUI) != 0 && editorObject) {
         loadInProgress = true;

@@ -4,10 +4,13 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstring>
 
 #include "core/Plug.h"
 #include "resources/ResourceTable.h"
+#include "state/Alerts.h"
 #include "state/GlobalSettings.h"
+#include "state/PresetFiles.h"
 
 namespace {
 
@@ -28,10 +31,13 @@ UISettingsTree uiSettingsResource() {
 PlugEd::PlugEd(Plug* owner) : effect(owner), settingsTree(uiSettingsResource()) {
     subgraphs = cJSON_CreateObject();
     if (effect != nullptr && effect->getChannelCount() == 1) analyserSource[1] = 0;
+    const int32_t toggle = GlobalSettings::instance().valueOr("A/B Toggle");
+    toggleMode = toggle < 0 ? 1 : toggle;
 }
 
 PlugEd::~PlugEd() {
     cJSON_Delete(subgraphs);
+    cJSON_Delete(presetRoot);
 }
 
 int32_t PlugEd::getUiSetting(const char* category, const char* key) const {
@@ -154,4 +160,206 @@ void PlugEd::applySource(const cJSON* settings, int32_t s) {
 
 void PlugEd::programChanged() {
     setParameter(kGUIPresetMenu, float(effect->getProgram()));
+}
+
+// ---------------------------------------------------------------------------
+// A/B slots
+
+void PlugEd::chooseABSlot(int32_t s) {
+    if (s < 0 || s >= kNumABSlots) return;
+    visitedSlots |= 1u << s;
+    lastABSlot = effect->getABSlot();
+    effect->beginEdit(kABBank);
+    effect->setParameterAutomated(kABBank, float(s) * 0.125f);
+    effect->endEdit(kABBank);
+}
+
+void PlugEd::toggleABSlot() {
+    const int32_t current = effect->getABSlot();
+    int32_t target = current;
+    if (toggleMode == 0) {
+        target = lastABSlot;
+    } else if (toggleMode == 1) {
+        visitedSlots |= 1u << current;  // so the search ends
+        target = current + 1;
+        while (((visitedSlots >> (target % kNumABSlots)) & 1u) == 0) ++target;
+        target %= kNumABSlots;
+    } else {
+        // The slots are really visited: each is switched to and looked at.
+        for (target = (current + 1) % kNumABSlots; target != current; target = (target + 1) % kNumABSlots) {
+            effect->switchABSlot(target);
+            bool anyBand = false;
+            for (int32_t b = 0; b < kNumBands && !anyBand; ++b) anyBand = effect->getRealValue(bandParam(b, kFieldState)) != 0.0f;
+            if (anyBand) break;
+        }
+    }
+    effect->beginEdit(kABBank);
+    effect->setParameterAutomated(kABBank, float(target) * 0.125f);
+    effect->endEdit(kABBank);
+    setParameter(kGUIABMenu, float(target));
+    lastABSlot = current;
+}
+
+void PlugEd::copyToABSlot(int32_t s) {
+    effect->copyToABSlot(s);
+}
+
+// ---------------------------------------------------------------------------
+// Presets
+
+uint32_t PlugEd::getLoadingFlags() {
+    const uint32_t flags = readLoadingFlags(effect->getLoadingFlags());
+    effect->setLoadingFlags(flags);
+    return flags;
+}
+
+void PlugEd::setLoadingFlags(uint32_t flags) {
+    writeLoadingFlags(flags);
+    effect->setLoadingFlags(flags);
+}
+
+void PlugEd::setLoadingFlag(int32_t tag, bool on) {
+    const int32_t bit = tag - kGUIPresetEQ;
+    if (bit < 0 || bit > 2) return;
+    const uint32_t flags = getLoadingFlags();
+    setLoadingFlags(on ? (flags | (1u << bit)) : (flags & ~(1u << bit)));
+}
+
+void PlugEd::rebuildPresetMenu() {
+    presetMenu.entries.clear();
+    cJSON_Delete(presetRoot);
+    presetRoot = cJSON_CreateObject();
+    presetTree = presetRoot;
+    // The programs up to the last one in use; an unused program is named "-".
+    int32_t last = kNumPrograms - 1;
+    while (last > 0 && std::strcmp(effect->getProgramRecord(last).name, "-") == 0) --last;
+    const char* name = "";
+    for (int32_t p = 0; p <= last; ++p) {
+        name = effect->getProgramRecord(p).name;
+        const char* shown = std::strcmp(name, "-") == 0 ? " " : name;
+        presetMenu.entries.push_back({PresetMenu::Kind::kItem, shown, nullptr});
+        cJSON_AddNumberToObject(presetRoot, shown, p);
+    }
+    // The separator has its place in the tree too, so positions stay equal.
+    presetMenu.entries.push_back({PresetMenu::Kind::kSeparator, "", nullptr});
+    cJSON_AddNumberToObject(presetRoot, std::strcmp(name, "-") == 0 ? " " : name, -1);
+    scanPresetFolder(presetRoot, presetMenu, presetFolderPath());
+    presetIndex = 0;
+    presetDisplayStale = true;
+}
+
+void PlugEd::applyMenuPreset(const cJSON* tree, int32_t index) {
+    if (tree == nullptr) return;
+    const cJSON* item = cJSON_GetArrayItem(tree, index);
+    if (tree == presetRoot && cJSON_IsNumber(item)) {
+        effect->setProgram(index);
+        presetTree = presetRoot;
+        presetIndex = effect->getProgram();
+        presetDisplayStale = true;
+        return;
+    }
+    const uint32_t flags = getLoadingFlags();
+    if (item == nullptr) return;
+    presetIndex = index;
+    presetTree = tree;
+    const int32_t program = effect->getProgram();
+    effect->applyPresetDocument(item, program);
+    effect->setProgram(program);
+    if (item->string != nullptr) {
+        std::vector<char> name(item->string, item->string + std::strlen(item->string) + 1);
+        effect->setProgramName(name.data());
+    }
+    if ((flags & kLoadUI) != 0) applyState(item, true);
+    presetDisplayStale = true;
+}
+
+void PlugEd::presetPrev() {
+    if (presetTree == presetRoot || presetTree == nullptr) {
+        if (effect->getProgram() > 0) effect->setProgram(effect->getProgram() - 1);
+        presetIndex = effect->getProgram();
+        return;
+    }
+    applyMenuPreset(presetTree, std::max(presetIndex - 1, 0));
+}
+
+void PlugEd::presetNext() {
+    if (presetTree == presetRoot || presetTree == nullptr) {
+        if (effect->getProgram() < kNumPrograms - 1) effect->setProgram(effect->getProgram() + 1);
+        presetIndex = effect->getProgram();
+        return;
+    }
+    const int32_t count = cJSON_GetArraySize(presetTree);
+    applyMenuPreset(presetTree, std::clamp(presetIndex + 1, 0, std::max(count - 1, 0)));
+}
+
+bool PlugEd::canPresetPrev() const {
+    if (presetTree == presetRoot || presetTree == nullptr) return effect->getProgram() > 0;
+    return presetIndex >= 1 && cJSON_GetArraySize(presetTree) >= 2;
+}
+
+bool PlugEd::canPresetNext() const {
+    if (presetTree == presetRoot || presetTree == nullptr) return effect->getProgram() < kNumPrograms - 1;
+    const int32_t count = cJSON_GetArraySize(presetTree);
+    return presetIndex < count - 1 && count >= 2;
+}
+
+void PlugEd::setPresetName(const char* name) {
+    if (name == nullptr) return;
+    std::vector<char> text(name, name + std::strlen(name) + 1);
+    effect->setProgramName(text.data());
+    presetTree = presetRoot;
+    presetIndex = effect->getProgram();
+    presetDisplayStale = true;
+}
+
+bool PlugEd::writeChunkFile(const std::string& path, bool preset) {
+    void* data = nullptr;
+    const int32_t size = effect->getChunk(&data, preset);
+    if (size <= 0 || !writeWholeFile(path, data, size_t(size))) {
+        fileAccessAlert(path, "wb", true);
+        return false;
+    }
+    return true;
+}
+
+bool PlugEd::readPresetFile(const std::string& path, std::vector<uint8_t>& bytes) {
+    if (readWholeFile(path, bytes, kMaxPresetFileBytes)) return true;
+    fileAccessAlert(path, "rb", true);
+    return false;
+}
+
+bool PlugEd::saveBank(const std::string& path) {
+    const bool saved = writeChunkFile(path, false);
+    rebuildPresetMenu();
+    return saved;
+}
+
+bool PlugEd::savePreset(const std::string& path) {
+    getLoadingFlags();  // they decide what the preset holds
+    const bool saved = writeChunkFile(path, true);
+    rebuildPresetMenu();
+    return saved;
+}
+
+bool PlugEd::loadBank(const std::string& path) {
+    std::vector<uint8_t> bytes;
+    if (!readPresetFile(path, bytes)) return false;
+    getLoadingFlags();
+    effect->setChunk(bytes.data(), int32_t(bytes.size()), false);
+    rebuildPresetMenu();
+    presetIndex = effect->getProgram();
+    presetTree = presetRoot;
+    return true;
+}
+
+bool PlugEd::loadPreset(const std::string& path) {
+    std::vector<uint8_t> bytes;
+    if (!readPresetFile(path, bytes)) return false;
+    char imported[] = "Imported";  // until the preset's own name replaces it
+    effect->setProgramName(imported);
+    getLoadingFlags();
+    effect->setChunk(bytes.data(), int32_t(bytes.size()), true);
+    presetTree = presetRoot;
+    presetIndex = effect->getProgram();
+    return true;
 }

@@ -11,7 +11,9 @@
 #include <atomic>
 #include <cstdint>
 #include <string>
+#include <vector>
 
+#include "state/PresetScan.h"
 #include "state/UISettingsTree.h"
 
 struct cJSON;
@@ -49,6 +51,50 @@ public:
     // Takes a queued update of `tag`; false when none is queued.
     bool takeUpdate(int32_t tag, float* value);
 
+    // ---- A/B slots ----
+    // Chooses slot s from the slot menu: as automation of the slot parameter.
+    void chooseABSlot(int32_t s);
+    // The toggle button: to the last slot, the next visited one or the next
+    // one that has a band on, by the "A/B Toggle" mode.
+    void toggleABSlot();
+    // "Copy to" slot s.
+    void copyToABSlot(int32_t s);
+    uint32_t getVisitedSlots() const { return visitedSlots; }
+    // 0 "Last 2", 1 "Visited", 2 "Nonempty".
+    void setToggleMode(int32_t mode) { toggleMode = mode; }
+
+    // ---- Presets ----
+    // The loading flags as the user's store holds them; each read refreshes the effect's.
+    uint32_t getLoadingFlags();
+    void setLoadingFlags(uint32_t flags);
+    // The toggles kGUIPresetEQ, kGUIPresetDSP, kGUIPresetUI set or clear their bit.
+    void setLoadingFlag(int32_t tag, bool on);
+    // Refills the preset menu and its tree: the programs, a separator, then
+    // the preset folder.
+    void rebuildPresetMenu();
+    const PresetMenu& getPresetMenu() const { return presetMenu; }
+    const cJSON* getPresetRoot() const { return presetRoot; }
+    // Loads item `index` of `tree` (the root, a folder or a bank's array).
+    void applyMenuPreset(const cJSON* tree, int32_t index);
+    // The prev and next buttons; whether each is enabled.
+    void presetPrev();
+    void presetNext();
+    bool canPresetPrev() const;
+    bool canPresetNext() const;
+    int32_t getPresetIndex() const { return presetIndex; }
+    // Renames the current program from the name field.
+    void setPresetName(const char* name);
+    // Files, as the save and load dialogs give them. Each returns false when
+    // the file could not be read or written; the user is told by an alert.
+    bool saveBank(const std::string& path);
+    bool savePreset(const std::string& path);
+    bool loadBank(const std::string& path);
+    bool loadPreset(const std::string& path);
+
+    // Asks for the settings page to be drawn anew (another instance changed them).
+    void markSettingsPageStale() { settingsPageStale = true; }
+    bool isSettingsPageStale() const { return settingsPageStale; }
+
     // ---- Editor settings ----
     int32_t getLastABSlot() const { return lastABSlot; }
     void setLastABSlot(int32_t slot) { lastABSlot = slot; }
@@ -66,6 +112,8 @@ public:
 
 private:
     void applySource(const cJSON* settings, int32_t s);
+    bool readPresetFile(const std::string& path, std::vector<uint8_t>& bytes);
+    bool writeChunkFile(const std::string& path, bool preset);
 
     Plug* effect;
     UISettingsTree settingsTree;
@@ -78,6 +126,15 @@ private:
     int32_t analyserSource[2] = {0, 1};
     std::string analyserSourceName[2];
     cJSON* subgraphs = nullptr;  // the graphs' own settings, as last stored
+
+    uint32_t visitedSlots = 1;
+    int32_t toggleMode = 1;
+    bool settingsPageStale = false;
+    PresetMenu presetMenu;
+    cJSON* presetRoot = nullptr;
+    const cJSON* presetTree = nullptr;  // where the last preset was chosen
+    int32_t presetIndex = 0;
+    bool presetDisplayStale = false;
 
     std::atomic<float> pendingValue[kNumTags] = {};
     std::atomic<uint32_t> pendingBits[(kNumTags + 31) / 32] = {};

@@ -59,7 +59,7 @@ TEST(ChangePropagation, FourThousandSamplesOfAudioLetAnUpdateThroughWithinATick)
     auto fx = makePlug(1);
     detachFromTimer(*fx);
     setShown(*fx, bandParam(0, kFieldGain), 1.0);
-    fx->endEdit(bandParam(0, kFieldGain));  // forced: the tick starts now
+    fx->refreshEngine(true);  // forced: the tick starts now
     std::vector<float> block(4096, 0.0f);
     float* io[1] = {block.data()};
     fx->processReplacing(io, io, 4096);
@@ -83,11 +83,11 @@ TEST(ChangePropagation, OfflineEveryWriteIsAppliedAndRenderSettingsReplaceTheDsp
     fx->setRenderSetting(1, 1.0f);  // IR length 2048
     fx->setRenderSetting(4, 0.0f);  // phase: linear
     fx->setRenderSetting(8, 1.0f);  // enabled
-    fx->endEdit(kMode);
+    fx->refreshEngine(true);
     fx->updateLatency();
     EXPECT_EQ(fx->getAeffect()->initialDelay, 1024);
     fx->setRenderSetting(8, 0.0f);
-    fx->endEdit(kMode);
+    fx->refreshEngine(true);
     fx->updateLatency();
     EXPECT_EQ(fx->getAeffect()->initialDelay, 0);
 }
@@ -114,10 +114,10 @@ TEST(ChangePropagation, StereoLinkNeedsEveryLiveBandOnBothChannels) {
     detachFromTimer(*fx);
     setShown(*fx, bandParam(0, kFieldState), kBandOn);
     setShown(*fx, bandParam(0, kFieldGroups), 128);
-    fx->endEdit(bandParam(0, kFieldGroups));
+    fx->refreshEngine(true);
     EXPECT_FALSE(fx->getBank().isStereoLinked());
     setShown(*fx, bandParam(0, kFieldGroups), 192);
-    fx->endEdit(bandParam(0, kFieldGroups));
+    fx->refreshEngine(true);
     EXPECT_TRUE(fx->getBank().isStereoLinked());
     auto surround = makePlug(6);
     EXPECT_FALSE(surround->getBank().isStereoLinked());
@@ -134,11 +134,11 @@ TEST(Groups, NamesFollowTheLayoutAndMidSide) {
     EXPECT_EQ(names(*stereo), (std::vector<std::string>{"Mid", "Side"}));  // pair 0 is coded by default
     EXPECT_STREQ(stereo->channelLabel(1), "Side");
     setShown(*stereo, kMsState, 0);
-    stereo->endEdit(kMsState);
+    stereo->refreshEngine(true);
     EXPECT_EQ(names(*stereo), (std::vector<std::string>{"Left", "Right"}));
     EXPECT_STREQ(stereo->channelLabel(0), "Left");
     stereo->setMsMask(1);
-    stereo->endEdit(kMsState);  // the next update sets the mask's own bit order right
+    stereo->refreshEngine(true);  // the next update sets the mask's own bit order right
     EXPECT_EQ(names(*stereo), (std::vector<std::string>{"Mid", "Side"}));
     EXPECT_EQ(stereo->getParameter(kMsState), float(stereo->displayToNorm(kMsState, 8)));
 
@@ -148,7 +148,7 @@ TEST(Groups, NamesFollowTheLayoutAndMidSide) {
     auto surround = makePlug(6);
     detachFromTimer(*surround);
     setShown(*surround, kMsState, 12);  // pairs 0 and 1
-    surround->endEdit(kMsState);
+    surround->refreshEngine(true);
     EXPECT_EQ(names(*surround), (std::vector<std::string>{"1", "2", "3", "4", "5", "6"}));
     const char* labels[6] = {"Mid", "Side", "Mid s", "Side s", "Center", "LFE"};
     for (int32_t s = 0; s < 6; ++s) EXPECT_STREQ(surround->channelLabel(s), labels[s]) << s;

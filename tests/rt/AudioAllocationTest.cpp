@@ -82,7 +82,7 @@ TEST(AudioThread, ProcessingNeverAllocatesWhileParametersChange) {
             fx->setParameter(kMsState, unit(gen));
             fx->setParameter(kDPlusLen, unit(gen));
             fx->setParameter(kChannel2Solo, float(i % 20 == 0));
-            fx->endEdit(kGain);
+            fx->refreshEngine(true);
         }
         fx->idle();
     }

@@ -3,17 +3,22 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 #include "core/Plug.h"
 #include "dsp/DF1Cascade.h"
 #include "tools/render/Diagnostics.h"
 #include "tools/render/ParamAssignment.h"
+#include "gui/PlugEd.h"
+#include "state/Alerts.h"
+#include "state/PresetFiles.h"
 #include "tools/render/RenderError.h"
+#include "tools/render/RenderOptions.h"
 
 namespace {
 // Saved states are kilobytes; a file past this is something else.
-constexpr size_t kMaxStateBytes = size_t(64) << 20;
+constexpr size_t kMaxStateBytes = kMaxPresetFileBytes;
 }  // namespace
 
 intptr_t EffectHost::callback(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float) {
@@ -59,23 +64,73 @@ void EffectHost::process(double** in, double** out, int32_t frames) {
     fx->processDoubleReplacing(in, out, frames);
 }
 
-void EffectHost::restoreState(const std::string& path) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
-    if (file == nullptr) throw usageError("cannot read state '" + path + "': " + std::strerror(errno));
+namespace {
+
+// The bytes of a file that must hold a state document of this effect.
+std::vector<uint8_t> readDocumentFile(const std::string& path, const char* what) {
     std::vector<uint8_t> bytes;
-    uint8_t block[65536];
-    size_t n = 0;
-    while ((n = std::fread(block, 1, sizeof block, file)) > 0) {
-        bytes.insert(bytes.end(), block, block + n);
-        if (bytes.size() > kMaxStateBytes) break;
-    }
-    const bool failed = std::ferror(file) != 0;
-    std::fclose(file);
-    if (failed) throw usageError("cannot read state '" + path + "'");
-    if (bytes.size() > kMaxStateBytes) throw usageError("state '" + path + "' is too large to be a saved state");
+    std::error_code error;
+    if (!std::filesystem::exists(path, error))
+        throw usageError(std::string("cannot read ") + what + " '" + path + "': no such file");
+    if (!readWholeFile(path, bytes, kMaxStateBytes))
+        throw usageError(std::string("cannot read ") + what + " '" + path + "': not a readable file of at most " +
+                         std::to_string(kMaxStateBytes >> 20) + " MiB");
     if (!PlugBaseJSON::holdsStateDocument(bytes.data(), int32_t(bytes.size())))
-        throw usageError("'" + path + "' is not a saved state: it is damaged, or not a state file of this effect");
+        throw usageError("'" + path + "' is not a saved " + what +
+                         ": it is damaged, or not a file of this effect");
+    return bytes;
+}
+
+}  // namespace
+
+void EffectHost::restoreState(const std::string& path) {
+    std::vector<uint8_t> bytes = readDocumentFile(path, "state");
     fx->setChunk(bytes.data(), int32_t(bytes.size()), false);
+}
+
+void EffectHost::loadBank(const std::string& path, std::optional<int32_t> program) {
+    if (!path.empty()) {
+        readDocumentFile(path, "bank");
+        fx->getEditorObject()->loadBank(path);
+    }
+    if (program) fx->setProgram(*program - 1);
+}
+
+void EffectHost::loadPreset(const std::string& path) {
+    readDocumentFile(path, "preset");
+    fx->getEditorObject()->loadPreset(path);
+}
+
+void EffectHost::savePreset(const std::string& path) {
+    if (!fx->getEditorObject()->savePreset(path)) throw writeError("cannot write preset '" + path + "'");
+}
+
+std::string EffectHost::presetListing() {
+    PlugEd& editor = *fx->getEditorObject();
+    editor.rebuildPresetMenu();
+    return menuText(editor.getPresetMenu());
+}
+
+void EffectHost::reportAlerts(Diagnostics& diagnostics) {
+    for (const Alerts::Alert& alert : Alerts::instance().takeAll()) {
+        std::string text = alert.text;
+        for (char& c : text)
+            if (c == '\n') c = ' ';
+        diagnostics.warning(alert.title + ": " + text);
+    }
+}
+
+void EffectHost::prepare(const RenderOptions& options, Diagnostics& diagnostics) {
+    if (!options.stateIn.empty()) restoreState(options.stateIn);
+    if (!options.bankIn.empty() || options.program) loadBank(options.bankIn, options.program);
+    if (!options.presetIn.empty()) loadPreset(options.presetIn);
+    applyAssignments(options.assignments, diagnostics);
+    reportAlerts(diagnostics);
+}
+
+void EffectHost::saveRequested(const RenderOptions& options) {
+    if (!options.stateOut.empty()) saveState(options.stateOut);
+    if (!options.presetOut.empty()) savePreset(options.presetOut);
 }
 
 void EffectHost::saveState(const std::string& path) {

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@
 class Plug;
 class Diagnostics;
 struct AEffect;
+struct RenderOptions;
 
 class EffectHost {
 public:
@@ -26,6 +28,23 @@ public:
     // Applies "NAME=VALUE" assignments in order; clamping warnings go to
     // diagnostics. Throws a usage error on the first bad one.
     void applyAssignments(const std::vector<std::string>& assignments, Diagnostics& diagnostics);
+
+    // What a host does before audio, in this order: a saved state, a bank
+    // and its program, a preset, then the --set list.
+    void prepare(const RenderOptions& options, Diagnostics& diagnostics);
+    // Writes the state and the preset the options ask for.
+    void saveRequested(const RenderOptions& options);
+
+    // Loads a bank (all programs) and, if given, makes program 1..20 current.
+    void loadBank(const std::string& path, std::optional<int32_t> program);
+    // Loads a preset into the current program under the user's loading flags.
+    void loadPreset(const std::string& path);
+    // Writes the current program as a preset file.
+    void savePreset(const std::string& path);
+    // The preset menu as an indented outline.
+    std::string presetListing();
+    // Messages the effect queued for the user (file access), one per line.
+    void reportAlerts(Diagnostics& diagnostics);
 
     // Restores a state saved by saveState (or by a host session) from a
     // file, as a host restores a session. A file that cannot be read or does

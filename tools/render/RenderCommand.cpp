@@ -20,9 +20,8 @@ constexpr int32_t kListingChannels = 2;
 void listParameters(const RenderOptions& options, Diagnostics& diagnostics, std::FILE* out) {
     EffectHost host(kListingChannels, fileChannelLayout(kListingChannels), options.rate.value_or(kListingRate),
                     options.block);
-    if (!options.stateIn.empty()) host.restoreState(options.stateIn);
-    host.applyAssignments(options.assignments, diagnostics);
-    if (!options.stateOut.empty()) host.saveState(options.stateOut);
+    host.prepare(options, diagnostics);
+    host.saveRequested(options);
     for (const std::string& line : parameterListing(host.effect())) std::fprintf(out, "%s\n", line.c_str());
     std::fflush(out);
 }
@@ -31,23 +30,28 @@ void writeResponse(const RenderOptions& options, Diagnostics& diagnostics, std::
     const double rate = options.rate.value_or(kListingRate);
     const int32_t channels = options.channels.value_or(std::max(kListingChannels, options.responseChannel));
     EffectHost host(channels, fileChannelLayout(channels), rate, options.block);
-    if (!options.stateIn.empty()) host.restoreState(options.stateIn);
-    host.applyAssignments(options.assignments, diagnostics);
+    host.prepare(options, diagnostics);
     host.start();
-    if (!options.stateOut.empty()) host.saveState(options.stateOut);
+    host.saveRequested(options);
     const ResponseTable table = channelResponse(host.effect(), options.responseChannel - 1,
                                                 options.responsePoints, rate / 2.0);
     writeResponseCsv(table, options.response, out);
 }
 
-// --save-state without audio: an instance of --channels at --rate.
-void saveStateOnly(const RenderOptions& options, Diagnostics& diagnostics) {
+// --save-state or --save-preset without audio: an instance of --channels at --rate.
+void saveOnly(const RenderOptions& options, Diagnostics& diagnostics) {
     const int32_t channels = options.channels.value_or(kListingChannels);
     EffectHost host(channels, fileChannelLayout(channels), options.rate.value_or(kListingRate), options.block);
-    if (!options.stateIn.empty()) host.restoreState(options.stateIn);
-    host.applyAssignments(options.assignments, diagnostics);
+    host.prepare(options, diagnostics);
     host.start();
-    host.saveState(options.stateOut);
+    host.saveRequested(options);
+}
+
+void listPresets(const RenderOptions& options, std::FILE* out) {
+    EffectHost host(kListingChannels, fileChannelLayout(kListingChannels), options.rate.value_or(kListingRate),
+                    options.block);
+    std::fputs(host.presetListing().c_str(), out);
+    std::fflush(out);
 }
 
 }  // namespace
@@ -62,10 +66,12 @@ int runRenderCommand(const std::vector<std::string>& args, std::FILE* out, std::
         Diagnostics diagnostics(err, options.quiet);
         if (options.listParams) {
             listParameters(options, diagnostics, out);
+        } else if (options.listPresets) {
+            listPresets(options, out);
         } else if (!options.response.empty()) {
             writeResponse(options, diagnostics, out);
         } else if (options.input.empty()) {
-            saveStateOnly(options, diagnostics);
+            saveOnly(options, diagnostics);
         } else {
             Renderer(options, diagnostics).run();
         }

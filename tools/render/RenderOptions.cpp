@@ -14,6 +14,7 @@ constexpr const char* kUsage =
     "       fenwoldrine-render --response FILE [--rate HZ] [--points N]\n"
     "                          [--channel C] [--channels N] [--set NAME=VALUE ...]\n"
     "       fenwoldrine-render --save-state FILE [--state FILE] [--set NAME=VALUE ...]\n"
+    "       fenwoldrine-render --list-presets\n"
     "\n"
     "Renders INPUT through the Fenwoldrine equaliser offline and writes OUTPUT.\n"
     "Reads WAV, AIFF, FLAC, W64 and CAF with 1 to 8 channels (mono, stereo, LCR,\n"
@@ -45,6 +46,12 @@ constexpr const char* kUsage =
     "                    writes it) before the --set list is applied\n"
     "  --save-state FILE write the instance's full state after the --set list;\n"
     "                    with no audio files and no --response, only that\n"
+    "  --bank FILE       load a bank (.fwb) as a host loads one: all 20 programs\n"
+    "  --program N       make program N (1..20) current, after --bank\n"
+    "  --preset FILE     load a preset (.fwi) into the current program, under the\n"
+    "                    loading flags of the user's settings\n"
+    "  --save-preset FILE  write the current program as a preset after the --set list\n"
+    "  --list-presets    list the preset menu: the programs, then the preset folder\n"
     "  --list-params     list every parameter: index, name, unit, minimum,\n"
     "                    maximum, default and choices, tab separated\n"
     "  --quiet           no progress bar and no notes (warnings still appear)\n"
@@ -54,7 +61,8 @@ constexpr const char* kUsage =
 
 // An option that takes a value.
 enum class Valued {
-    kSet, kFormat, kBits, kTail, kBlock, kRate, kResponse, kPoints, kChannel, kChannels, kState, kSaveState
+    kSet, kFormat, kBits, kTail, kBlock, kRate, kResponse, kPoints, kChannel, kChannels, kState, kSaveState,
+    kBank, kProgram, kPreset, kSavePreset
 };
 
 struct ValuedOption {
@@ -67,6 +75,8 @@ constexpr ValuedOption kValuedOptions[] = {
     {"--tail", Valued::kTail},   {"--block", Valued::kBlock},   {"--rate", Valued::kRate},
     {"--response", Valued::kResponse}, {"--points", Valued::kPoints}, {"--channel", Valued::kChannel},
     {"--channels", Valued::kChannels}, {"--state", Valued::kState}, {"--save-state", Valued::kSaveState},
+    {"--bank", Valued::kBank},         {"--program", Valued::kProgram}, {"--preset", Valued::kPreset},
+    {"--save-preset", Valued::kSavePreset},
 };
 
 std::optional<double> parseNumber(const std::string& text) {
@@ -126,6 +136,19 @@ void applyValued(RenderOptions& o, Valued which, const std::string& value) {
             if (value.empty()) throw usageError("--save-state needs a file name");
             o.stateOut = value;
             return;
+        case Valued::kBank:
+            if (value.empty()) throw usageError("--bank needs a file name");
+            o.bankIn = value;
+            return;
+        case Valued::kProgram: o.program = wholeNumber("--program", value, 1, 20); return;
+        case Valued::kPreset:
+            if (value.empty()) throw usageError("--preset needs a file name");
+            o.presetIn = value;
+            return;
+        case Valued::kSavePreset:
+            if (value.empty()) throw usageError("--save-preset needs a file name");
+            o.presetOut = value;
+            return;
         case Valued::kRate: {
             const std::optional<double> r = parseNumber(value);
             if (!r || *r < 1000.0 || *r > 768000.0)
@@ -164,6 +187,7 @@ RenderOptions parseCommandLine(const std::vector<std::string>& args) {
         if (arg == "--no-dither") { o.dither = false; continue; }
         if (arg == "--quiet" || arg == "-q") { o.quiet = true; continue; }
         if (arg == "--list-params") { o.listParams = true; continue; }
+        if (arg == "--list-presets") { o.listPresets = true; continue; }
 
         const size_t eq = arg.find('=');
         const std::string name = arg.substr(0, eq);
@@ -193,7 +217,12 @@ RenderOptions parseCommandLine(const std::vector<std::string>& args) {
                              std::to_string(*o.channels));
         return o;
     }
-    if (!o.stateOut.empty() && files.empty()) return o;  // only the state is written
+    if (o.listPresets) {
+        if (!files.empty()) throw usageError("--list-presets takes no files, got '" + files.front() + "'");
+        return o;
+    }
+    // Only a state or a preset is written.
+    if ((!o.stateOut.empty() || !o.presetOut.empty()) && files.empty()) return o;
     if (files.empty()) throw usageError("missing INPUT and OUTPUT (see --help)");
     if (files.size() == 1) throw usageError("missing OUTPUT after '" + files.front() + "' (see --help)");
     if (files.size() > 2) throw usageError("unexpected argument '" + files[2] + "' (see --help)");

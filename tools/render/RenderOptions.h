@@ -32,6 +32,11 @@ struct RenderOptions {
     std::optional<int32_t> channels;      // instance size for work without an input file
     std::string stateIn;                  // --state FILE: a saved state applied before the --set list
     std::string stateOut;                 // --save-state FILE: the full state after the --set list
+    std::string bankIn;                   // --bank FILE.fwb
+    std::optional<int32_t> program;       // --program N, 1..20
+    std::string presetIn;                 // --preset FILE.fwi
+    std::string presetOut;                // --save-preset FILE.fwi
+    bool listPresets = false;             // --list-presets
     bool help = false;
 };
 

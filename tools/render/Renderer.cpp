@@ -63,10 +63,9 @@ RenderSummary Renderer::run() {
                               summary.sampleRate);
 
     EffectHost host(channels, fileChannelLayout(channels), double(summary.sampleRate), options.block);
-    if (!options.stateIn.empty()) host.restoreState(options.stateIn);
-    host.applyAssignments(options.assignments, diagnostics);
+    host.prepare(options, diagnostics);
     summary.latency = host.start();
-    if (!options.stateOut.empty()) host.saveState(options.stateOut);
+    host.saveRequested(options);
 
     const int64_t tailFrames = std::llround(options.tailSeconds * summary.sampleRate);
     SoundFileWriter writer(options.output, summary.plan.format, channels, summary.sampleRate);

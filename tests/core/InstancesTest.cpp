@@ -1,0 +1,110 @@
+// Instances that know each other: the registry, names, what one instance
+// sends the others, and the alerts the user is shown.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "TestHost.h"
+#include "core/InstanceRegistry.h"
+#include "gui/PlugEd.h"
+#include "state/Alerts.h"
+
+TEST(Instances, NamesCountFromZeroAndDeletingOneRenamesNoOther) {
+    InstanceRegistry& registry = InstanceRegistry::instance();
+    ASSERT_EQ(registry.count(), 0);
+    auto a = makePlug(2);
+    auto b = makePlug(2);
+    EXPECT_STREQ(a->getInstanceName(), "EQ: 0");
+    EXPECT_STREQ(b->getInstanceName(), "EQ: 1");
+    EXPECT_EQ(registry.indexOf(b.get()), 1);
+    EXPECT_TRUE(registry.instanceNames(a.get()) == std::vector<std::string>{"EQ: 1"});
+    a.reset();
+    EXPECT_STREQ(b->getInstanceName(), "EQ: 1");
+    EXPECT_EQ(registry.count(), 1);
+    EXPECT_TRUE(registry.instanceNames(b.get()).empty());
+    auto c = makePlug(2);
+    EXPECT_STREQ(c->getInstanceName(), "EQ: 1");  // the count at its birth
+}
+
+TEST(Instances, OthersAreCountedAroundTheAskingInstance) {
+    auto a = makePlug(2), b = makePlug(2), c = makePlug(2);
+    InstanceRegistry& registry = InstanceRegistry::instance();
+    EXPECT_EQ(registry.instanceFromOtherIndex(b.get(), 0), a.get());
+    EXPECT_EQ(registry.instanceFromOtherIndex(b.get(), 1), c.get());
+    EXPECT_EQ(registry.instanceFromOtherIndex(b.get(), 2), nullptr);
+    EXPECT_EQ(registry.instanceFromOtherIndex(a.get(), 0), b.get());
+    // Every instance heard of the newcomers.
+    float value = 0.0f;
+    EXPECT_TRUE(a->getEditorObject()->takeUpdate(kGUIInstancesChanged, &value));
+}
+
+TEST(Instances, AUsersNameOutranksTheHostsUntilItIsCleared) {
+    auto fx = makePlug(2);
+    fx->setInstanceName("Bus 3", false);
+    EXPECT_STREQ(fx->getInstanceName(), "Bus 3");
+    fx->setInstanceName("Drums", true);
+    EXPECT_TRUE(fx->isNamedByUser());
+    fx->setInstanceName("Bus 4", false);  // the host renames its track
+    EXPECT_STREQ(fx->getInstanceName(), "Drums");
+    fx->setInstanceName("", true);
+    EXPECT_STREQ(fx->getInstanceName(), "Bus 4");
+    EXPECT_FALSE(fx->isNamedByUser());
+}
+
+TEST(Instances, LongNamesAreCutBeforeAWholeCharacter) {
+    auto fx = makePlug(2);
+    // 30 ASCII bytes, then a three-byte character crossing byte 32.
+    const std::string name = std::string(30, 'a') + "\xE2\x82\xAC" + "tail";
+    fx->setInstanceName(name.c_str(), true);
+    EXPECT_EQ(std::string(fx->getInstanceName()), std::string(30, 'a'));
+    // Exactly 32 bytes lose the last character.
+    fx->setInstanceName(std::string(32, 'b').c_str(), true);
+    EXPECT_EQ(std::strlen(fx->getInstanceName()), 31u);
+    fx->setInstanceName("short", true);
+    EXPECT_STREQ(fx->getInstanceName(), "short");
+}
+
+TEST(Instances, DspSettingsReachEveryOtherInstanceAsUndoableEdits) {
+    auto source = makePlug(2), first = makePlug(2), second = makePlug(2);
+    source->setParameter(kMode, 1.0f);
+    source->setParameter(kIRLength, float(source->displayToNorm(kIRLength, 5)));
+    source->setParameter(kIRPhase, float(source->displayToNorm(kIRPhase, 1)));
+    source->setParameter(kGain, 0.9f);  // not a DSP setting
+    source->propagateDSP();
+    for (Plug* other : {first.get(), second.get()}) {
+        for (const int32_t i : {kMode, kIRLength, kIRWindow, kIRWindowParam, kIRPhase, kIRPad, kDPlusLen, kDPlusPhase})
+            EXPECT_EQ(other->getParameter(i), source->getParameter(i)) << i;
+        EXPECT_EQ(other->getParameter(kGain), other->getDefaultNorm(kGain));
+        EXPECT_TRUE(other->canUndo());
+    }
+    EXPECT_FALSE(source->canUndo());
+}
+
+TEST(Instances, RenderSettingsAreCopiedAndTheOthersPagesMarked) {
+    auto source = makePlug(2), other = makePlug(2);
+    source->setRenderSetting(0, 1.0f);
+    source->setRenderSetting(8, 1.0f);
+    source->propagateRenderDSP();
+    EXPECT_EQ(other->getRenderSetting(0), 1.0f);
+    EXPECT_EQ(other->getRenderSetting(8), 1.0f);
+    EXPECT_TRUE(other->getEditorObject()->isSettingsPageStale());
+    EXPECT_FALSE(source->getEditorObject()->isSettingsPageStale());
+}
+
+TEST(Alerts, FileAccessMessagesSayWhatFailedAndUnforcedOnesComeOnce) {
+    Alerts::instance().takeAll();
+    fileAccessAlert("/no/such/a.fwi", "rb", false);
+    fileAccessAlert("/no/such/b.fwi", "rb", false);  // the once-only mark is set
+    fileAccessAlert("/ro/bank.fwb", "wb", true);
+    const std::vector<Alerts::Alert> shown = Alerts::instance().takeAll();
+    ASSERT_EQ(shown.size(), 2u);
+    EXPECT_EQ(shown[0].title, "Kestrawn : File Access Error");
+    EXPECT_EQ(shown[0].text,
+              "Failed to read from file /no/such/a.fwi\nThis is often due to permissions settings\n"
+              "Your data has not been loaded");
+    EXPECT_EQ(shown[1].text,
+              "Failed to write to file /ro/bank.fwb\nThis is often due to permissions settings\n"
+              "Your data has not been saved");
+    EXPECT_TRUE(Alerts::instance().empty());
+}

@@ -1,0 +1,206 @@
+// Undo and redo of edit gestures, and the A/B slots as the editor drives
+// them: the steps a user takes and what each must give back.
+
+#include <gtest/gtest.h>
+
+#include "TestHost.h"
+#include "gui/PlugEd.h"
+
+namespace {
+
+// Values as the user sees them: dB, Hz, the row's choices.
+float norm(Plug& fx, int32_t index, double shown) {
+    return float(fx.displayToNorm(index, shown));
+}
+
+// A gesture as a control makes it: begin, values, end.
+void drag(Plug& fx, int32_t index, std::initializer_list<double> reals) {
+    fx.beginEdit(index);
+    for (const double r : reals) fx.setParameterAutomated(index, norm(fx, index, r));
+    fx.endEdit(index);
+}
+
+void bandOn(Plug& fx, int32_t band) {
+    drag(fx, bandParam(band, kFieldState), {double(kBandOn)});
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// Undo and redo
+
+TEST(Undo, ADragIsOneStepAndUndoGivesBackItsStart) {
+    auto fx = makePlug(2);
+    const float start = fx->getParameter(kGain);
+    drag(*fx, kGain, {1.0, 2.0, 3.0, 4.5});
+    EXPECT_EQ(fx->undoDepth(), 1u);
+    fx->undo();
+    EXPECT_EQ(fx->getParameter(kGain), start);
+    EXPECT_TRUE(fx->canRedo());
+    fx->redo();
+    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 4.5f);
+    EXPECT_FALSE(fx->canRedo());
+    EXPECT_TRUE(fx->canUndo());
+}
+
+TEST(Undo, AClickThatChangesNothingLeavesNoTraceAndKeepsRedo) {
+    auto fx = makePlug(2);
+    drag(*fx, kGain, {2.0});
+    drag(*fx, kScale, {30.0});
+    fx->undo();  // the scale move can be redone
+    drag(*fx, kGain, {2.0});  // clicked, not moved
+    EXPECT_EQ(fx->undoDepth(), 1u);
+    EXPECT_TRUE(fx->canRedo());
+    drag(*fx, kGain, {3.0});  // a real change empties redo
+    EXPECT_FALSE(fx->canRedo());
+}
+
+TEST(Undo, GroupsUndoAndRedoAsOneStepAcrossManyBands) {
+    auto fx = makePlug(2);
+    std::vector<float> before(kNumParams);
+    for (int32_t i = 0; i < kNumParams; ++i) before[size_t(i)] = fx->getParameter(i);
+
+    fx->undoBeginGroup();
+    for (int32_t b = 0; b < 6; ++b) {
+        bandOn(*fx, b);
+        drag(*fx, bandParam(b, kFieldGain), {1.0 + b, -2.0 - b});
+        drag(*fx, bandParam(b, kFieldFrequency), {200.0 * (b + 1)});
+    }
+    fx->undoEndGroup();
+    drag(*fx, kGain, {-1.0});  // a step after the group
+    std::vector<float> after(kNumParams);
+    for (int32_t i = 0; i < kNumParams; ++i) after[size_t(i)] = fx->getParameter(i);
+
+    fx->undo();  // the gain
+    EXPECT_EQ(fx->getParameter(kGain), before[kGain]);
+    fx->undo();  // the whole group
+    for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(fx->getParameter(i), before[size_t(i)]) << i;
+    EXPECT_FALSE(fx->canUndo());
+    fx->redo();  // the group again, in one step
+    EXPECT_EQ(fx->getParameter(kGain), before[kGain]);
+    for (int32_t b = 0; b < 6; ++b) {
+        EXPECT_EQ(fx->getParameter(bandParam(b, kFieldGain)), after[size_t(bandParam(b, kFieldGain))]) << b;
+        EXPECT_EQ(fx->getParameter(bandParam(b, kFieldFrequency)), after[size_t(bandParam(b, kFieldFrequency))]);
+    }
+    fx->redo();
+    for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(fx->getParameter(i), after[size_t(i)]) << i;
+}
+
+TEST(Undo, EmptyGroupsLeaveNothingAndNestedGroupsStillUndo) {
+    auto fx = makePlug(2);
+    fx->undoBeginGroup();
+    fx->undoEndGroup();
+    EXPECT_FALSE(fx->canUndo());
+
+    const float start = fx->getParameter(kGain);
+    fx->undoBeginGroup();
+    drag(*fx, kGain, {1.0});
+    fx->undoBeginGroup();
+    drag(*fx, kScale, {20.0});
+    fx->undoEndGroup();
+    fx->undoEndGroup();
+    while (fx->canUndo()) fx->undo();
+    EXPECT_EQ(fx->getParameter(kGain), start);
+    EXPECT_EQ(fx->getParameter(kScale), fx->getDefaultNorm(kScale));
+}
+
+TEST(Undo, LoadingAProgramOrAStateEmptiesTheStacks) {
+    auto fx = makePlug(2);
+    drag(*fx, kGain, {1.0});
+    fx->setProgram(1);
+    EXPECT_FALSE(fx->canUndo());
+    drag(*fx, kGain, {2.0});
+    fx->undo();
+    void* data = nullptr;
+    const int32_t size = fx->getChunk(&data, false);
+    std::vector<uint8_t> chunk(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
+    fx->setChunk(chunk.data(), size, false);
+    EXPECT_FALSE(fx->canUndo());
+    EXPECT_FALSE(fx->canRedo());
+}
+
+TEST(Undo, SlotChangesAreStepsOfTheSlotParameter) {
+    auto fx = makePlug(2);
+    drag(*fx, kGain, {3.0});
+    PlugEd& ed = *fx->getEditorObject();
+    ed.chooseABSlot(2);
+    EXPECT_EQ(fx->getABSlot(), 2);
+    EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));  // slot C is fresh
+    fx->undo();
+    EXPECT_EQ(fx->getABSlot(), 0);
+    EXPECT_NEAR(fx->getRealValue(kGain), 3.0, 1e-5);
+}
+
+// ---------------------------------------------------------------------------
+// A/B slots
+
+TEST(ABSlots, ToggleLastTwoGoesBackAndForth) {
+    auto fx = makePlug(2);
+    PlugEd& ed = *fx->getEditorObject();
+    ed.setToggleMode(0);
+    ed.chooseABSlot(3);
+    ed.toggleABSlot();
+    EXPECT_EQ(fx->getABSlot(), 0);
+    ed.toggleABSlot();
+    EXPECT_EQ(fx->getABSlot(), 3);
+    float shown = -1.0f;
+    EXPECT_TRUE(ed.takeUpdate(kGUIABMenu, &shown));
+    EXPECT_EQ(shown, 3.0f);
+}
+
+TEST(ABSlots, ToggleVisitedWalksTheVisitedSlotsInOrder) {
+    auto fx = makePlug(2);
+    PlugEd& ed = *fx->getEditorObject();
+    ed.setToggleMode(1);
+    ed.toggleABSlot();  // only A visited: stays
+    EXPECT_EQ(fx->getABSlot(), 0);
+    ed.chooseABSlot(5);
+    ed.chooseABSlot(2);
+    std::vector<int32_t> visited;
+    for (int32_t k = 0; k < 4; ++k) {
+        ed.toggleABSlot();
+        visited.push_back(fx->getABSlot());
+    }
+    EXPECT_EQ(visited, (std::vector<int32_t>{5, 0, 2, 5}));
+}
+
+TEST(ABSlots, ToggleNonemptyFindsTheNextSlotWithABandOn) {
+    auto fx = makePlug(2);
+    PlugEd& ed = *fx->getEditorObject();
+    ed.setToggleMode(2);
+    ed.toggleABSlot();  // all empty: every slot visited, back on A
+    EXPECT_EQ(fx->getABSlot(), 0);
+
+    ed.chooseABSlot(6);
+    bandOn(*fx, 4);
+    ed.chooseABSlot(1);
+    ed.toggleABSlot();
+    EXPECT_EQ(fx->getABSlot(), 6);
+    EXPECT_NE(fx->getRealValue(bandParam(4, kFieldState)), 0.0f);
+    ed.toggleABSlot();  // nothing else on anywhere: round to 6 again
+    EXPECT_EQ(fx->getABSlot(), 6);
+}
+
+TEST(ABSlots, CopyToASlotKeepsTheCurrentSlot) {
+    auto fx = makePlug(2);
+    drag(*fx, kGain, {-2.5});
+    const int32_t order[] = {7, -1};
+    fx->setBandOrder(0, order, 2);
+    fx->getEditorObject()->copyToABSlot(4);
+    EXPECT_EQ(fx->getABSlot(), 0);
+    EXPECT_EQ(fx->getABSlotRecord(4).values[kGain], fx->getParameter(kGain));
+    fx->switchABSlot(4);
+    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), -2.5f);
+    EXPECT_EQ(fx->getBandOrder(0)[0], 7);
+}
+
+TEST(ABSlots, AutomationOfTheSlotParameterSwitchesSlots) {
+    auto fx = makePlug(2);
+    drag(*fx, kGain, {1.0});
+    fx->setParameter(kABBank, 3 * 0.125f);
+    EXPECT_EQ(fx->getABSlot(), 3);
+    fx->setParameter(kABBank, 3 * 0.125f);  // the current slot: only stored
+    EXPECT_EQ(fx->getABSlot(), 3);
+    fx->setParameter(kABBank, 0.0f);
+    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 1.0f);
+}
