@@ -363,3 +363,62 @@ bool PlugEd::loadPreset(const std::string& path) {
     presetIndex = effect->getProgram();
     return true;
 }
+
+// ---------------------------------------------------------------------------
+// Edits of linked bands
+
+namespace {
+
+// Fields whose gesture moves the linked bands along.
+bool followsLinkedEdit(int32_t field) {
+    return field == kFieldState || field == kFieldGain || field == kFieldFrequency || field == kFieldQ ||
+           field == kFieldShift || field == kFieldPhase;
+}
+
+bool bandIsOn(Plug& fx, int32_t band) {
+    return fx.getRealValue(bandParam(band, kFieldState)) != 0.0f;
+}
+
+}  // namespace
+
+float PlugEd::getStartValue(int32_t band, int32_t field) const {
+    if (band < 0 || band >= kNumBands || field < 0 || field >= kNumStartFields) return 0.0f;
+    return startValues[field][band];
+}
+
+void PlugEd::beginLinkedEdit(int32_t tag) {
+    if (tag < 0 || tag >= kNumParams) return;
+    const int32_t field = bandFieldOf(tag);
+    const int32_t band = bandIndexOf(tag);
+    if (band < 0) {
+        effect->beginEdit(tag);
+        return;
+    }
+    if (field == kFieldState || field == kFieldSubtype) effect->undoBeginGroup();
+    if (bandIsOn(*effect, band) && followsLinkedEdit(field)) {
+        if (!graphDragging) effect->undoBeginGroup();
+        const bool normalised = field == kFieldFrequency || field == kFieldQ || field == kFieldShift;
+        for (int32_t b = 0; b < kNumBands; ++b) {
+            const int32_t row = bandParam(b, field);
+            startValues[field][b] = normalised ? effect->getParameter(row) : effect->getRealValue(row);
+        }
+        for (int32_t b = 0; b < kNumBands; ++b)
+            if (b != band && linkingOn && ((selectedBands >> b) & 1u) != 0) effect->beginEdit(bandParam(b, field));
+    }
+    effect->beginEdit(tag);
+}
+
+void PlugEd::endLinkedEdit(int32_t tag) {
+    if (tag < 0 || tag >= kNumParams) return;
+    const int32_t field = bandFieldOf(tag);
+    const int32_t band = bandIndexOf(tag);
+    effect->endEdit(tag);
+    if (band < 0) return;
+    if (bandIsOn(*effect, band) && followsLinkedEdit(field) && field != kFieldState) {
+        for (int32_t b = 0; b < kNumBands; ++b)
+            if (b != band && linkingOn && ((selectedBands >> b) & 1u) != 0) effect->endEdit(bandParam(b, field));
+        if (!graphDragging) effect->undoEndGroup();
+        return;
+    }
+    if (field == kFieldState || field == kFieldSubtype) effect->undoEndGroup();
+}

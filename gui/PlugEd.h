@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "core/ParamTable.h"
 #include "state/PresetScan.h"
 #include "state/UISettingsTree.h"
 
@@ -62,6 +63,21 @@ public:
     uint32_t getVisitedSlots() const { return visitedSlots; }
     // 0 "Last 2", 1 "Visited", 2 "Nonempty".
     void setToggleMode(int32_t mode) { toggleMode = mode; }
+
+    // ---- Edits of linked bands ----
+    // Bands chosen in the graph (bit b for band b); with "Band Linking" on,
+    // an edit of one selected band drives the others, and the whole gesture
+    // is one undo step.
+    void setSelectedBands(uint64_t bands) { selectedBands = bands; }
+    uint64_t getSelectedBands() const { return selectedBands; }
+    void setLinkingOn(bool on) { linkingOn = on; }
+    // Brackets a gesture on a control; for band rows they also bracket the
+    // selected bands' edits and an undo group.
+    void beginLinkedEdit(int32_t tag);
+    void endLinkedEdit(int32_t tag);
+    // A band row's value when the gesture began (Frequency, Q, Shift
+    // normalised; Gain, Phase and State as shown).
+    float getStartValue(int32_t band, int32_t field) const;
 
     // ---- Presets ----
     // The loading flags as the user's store holds them; each read refreshes the effect's.
@@ -127,6 +143,11 @@ private:
     std::string analyserSourceName[2];
     cJSON* subgraphs = nullptr;  // the graphs' own settings, as last stored
 
+    static constexpr int32_t kNumStartFields = 10;
+    uint64_t selectedBands = 0;
+    bool linkingOn = true;
+    bool graphDragging = false;  // the graph brackets its own drags
+    float startValues[kNumStartFields][kNumBands] = {};
     uint32_t visitedSlots = 1;
     int32_t toggleMode = 1;
     bool settingsPageStale = false;

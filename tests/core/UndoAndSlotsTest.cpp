@@ -204,3 +204,24 @@ TEST(ABSlots, AutomationOfTheSlotParameterSwitchesSlots) {
     fx->setParameter(kABBank, 0.0f);
     EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 1.0f);
 }
+
+TEST(Undo, AGestureOnLinkedBandsIsOneStep) {
+    auto fx = makePlug(2);
+    for (int32_t b = 0; b < 4; ++b) bandOn(*fx, b);
+    std::vector<float> before(kNumBands);
+    for (int32_t b = 0; b < 4; ++b) before[size_t(b)] = fx->getParameter(bandParam(b, kFieldGain));
+    PlugEd& ed = *fx->getEditorObject();
+    ed.setSelectedBands(0b1011);  // bands 1, 2 and 4
+    const int32_t tag = bandParam(0, kFieldGain);
+    ed.beginLinkedEdit(tag);
+    EXPECT_EQ(ed.getStartValue(3, kFieldGain), fx->getRealValue(bandParam(3, kFieldGain)));
+    for (const double shown : {1.0, 2.0, 3.0})
+        for (const int32_t b : {0, 1, 3}) fx->setParameterAutomated(bandParam(b, kFieldGain), norm(*fx, tag, shown));
+    ed.endLinkedEdit(tag);
+    EXPECT_NE(fx->getParameter(bandParam(3, kFieldGain)), before[3]);
+    fx->undo();
+    for (int32_t b = 0; b < 4; ++b) EXPECT_EQ(fx->getParameter(bandParam(b, kFieldGain)), before[size_t(b)]) << b;
+    EXPECT_EQ(fx->undoDepth(), 4u);  // only the four band switches remain
+    fx->redo();
+    EXPECT_NEAR(fx->normToDisplay(tag, fx->getParameter(bandParam(3, kFieldGain))), 3.0, 1e-4);
+}
