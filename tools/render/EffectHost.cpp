@@ -81,6 +81,13 @@ std::vector<uint8_t> readDocumentFile(const std::string& path, const char* what)
     return bytes;
 }
 
+// An alert's lines joined into one, for an error stream.
+std::string oneLine(std::string text) {
+    for (char& c : text)
+        if (c == '\n') c = ' ';
+    return text;
+}
+
 }  // namespace
 
 void EffectHost::restoreState(const std::string& path) {
@@ -102,7 +109,11 @@ void EffectHost::loadPreset(const std::string& path) {
 }
 
 void EffectHost::savePreset(const std::string& path) {
-    if (!fx->getEditorObject()->savePreset(path)) throw writeError("cannot write preset '" + path + "'");
+    if (fx->getEditorObject()->savePreset(path)) return;
+    // The effect has told the user why, as an alert: that is the message.
+    std::string why;
+    for (const Alerts::Alert& alert : Alerts::instance().takeAll()) why.append(" ").append(oneLine(alert.text));
+    throw writeError(std::string("cannot write preset '").append(path).append("':").append(why));
 }
 
 std::string EffectHost::presetListing() {
@@ -112,12 +123,8 @@ std::string EffectHost::presetListing() {
 }
 
 void EffectHost::reportAlerts(Diagnostics& diagnostics) {
-    for (const Alerts::Alert& alert : Alerts::instance().takeAll()) {
-        std::string text = alert.text;
-        for (char& c : text)
-            if (c == '\n') c = ' ';
-        diagnostics.warning(alert.title + ": " + text);
-    }
+    for (const Alerts::Alert& alert : Alerts::instance().takeAll())
+        diagnostics.warning(alert.title + ": " + oneLine(alert.text));
 }
 
 void EffectHost::prepare(const RenderOptions& options, Diagnostics& diagnostics) {
