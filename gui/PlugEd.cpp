@@ -5,10 +5,14 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <filesystem>
 
+#include "core/InstanceRegistry.h"
 #include "core/Plug.h"
 #include "resources/ResourceTable.h"
 #include "state/Alerts.h"
+#include "state/ChunkCodec.h"
+#include "state/JsonPrinter.h"
 #include "state/GlobalSettings.h"
 #include "state/PresetFiles.h"
 
@@ -421,4 +425,104 @@ void PlugEd::endLinkedEdit(int32_t tag) {
         return;
     }
     if (field == kFieldState || field == kFieldSubtype) effect->undoEndGroup();
+}
+
+// ---------------------------------------------------------------------------
+// UI settings kept as defaults and shared
+
+cJSON* PlugEd::openDefaultBank(std::string* path) {
+    *path = defaultBankPath(nullptr);
+    std::vector<uint8_t> bytes;
+    if (!readWholeFile(*path, bytes, kMaxPresetFileBytes)) {
+        // No default bank yet: this instance's state starts one.
+        std::error_code ignored;
+        std::filesystem::create_directories(std::filesystem::path(*path).parent_path(), ignored);
+        void* data = nullptr;
+        const int32_t size = effect->getChunk(&data, false);
+        if (size > 0) writeWholeFile(*path, data, size_t(size));
+        if (!readWholeFile(*path, bytes, kMaxPresetFileBytes)) {
+            fileAccessAlert(*path, "rb", false);
+            return nullptr;
+        }
+    }
+    const std::vector<uint8_t> text = decodeChunk(bytes.data(), int32_t(bytes.size()));
+    return cJSON_Parse(PlugBaseJSON::documentStart(reinterpret_cast<const char*>(text.data())));
+}
+
+void PlugEd::mergeUISettings(const cJSON* uiprefs, const char* category) {
+    if (category == nullptr) {
+        settingsTree.mergeFrom(uiprefs);
+        return;
+    }
+    // One category: merged as a tree that holds only it.
+    cJSON* only = cJSON_CreateObject();
+    const cJSON* part = cJSON_IsObject(uiprefs) ? cJSON_GetObjectItemCaseSensitive(uiprefs, category) : nullptr;
+    if (only != nullptr && part != nullptr) cJSON_AddItemReferenceToObject(only, category, const_cast<cJSON*>(part));
+    settingsTree.mergeFrom(only);
+    cJSON_Delete(only);
+}
+
+bool PlugEd::saveUIDefaults(const char* category) {
+    std::string path;
+    cJSON* bank = openDefaultBank(&path);
+    if (!cJSON_IsObject(bank)) {
+        cJSON_Delete(bank);
+        return false;
+    }
+    cJSON* ours = settingsTree.root();
+    if (category == nullptr) {
+        cJSON_DeleteItemFromObject(bank, "uiprefs");
+        cJSON_AddItemReferenceToObject(bank, "uiprefs", ours);
+    } else {
+        cJSON* part = cJSON_GetObjectItemCaseSensitive(ours, category);
+        cJSON* saved = cJSON_GetObjectItem(bank, "uiprefs");
+        if (!cJSON_IsObject(saved)) {
+            cJSON_DeleteItemFromObject(bank, "uiprefs");
+            saved = cJSON_AddObjectToObject(bank, "uiprefs");
+        }
+        if (part != nullptr && saved != nullptr) {
+            cJSON_DeleteItemFromObjectCaseSensitive(saved, category);
+            cJSON_AddItemReferenceToObject(saved, category, part);
+        }
+    }
+    const std::string text = printJson(bank, true);
+    cJSON_Delete(bank);
+    if (!writeWholeFile(path, text.c_str(), text.size() + 1)) {
+        fileAccessAlert(path, "wb", false);
+        return false;
+    }
+    return true;
+}
+
+bool PlugEd::restoreUIDefaults(const char* category) {
+    std::string path;
+    cJSON* bank = openDefaultBank(&path);
+    if (bank == nullptr) return false;
+    mergeUISettings(cJSON_GetObjectItem(bank, "uiprefs"), category);
+    cJSON_Delete(bank);
+    effect->reloadUISettings();
+    return true;
+}
+
+bool PlugEd::saveStateAsDefault() {
+    const std::string path = defaultBankPath(nullptr);
+    std::error_code ignored;
+    std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
+    void* data = nullptr;
+    const int32_t size = effect->getChunk(&data, false);
+    if (size <= 0 || !writeWholeFile(path, data, size_t(size))) {
+        fileAccessAlert(path, "wb", true);
+        return false;
+    }
+    return true;
+}
+
+void PlugEd::propagateUISettings(const char* category) {
+    for (Plug* other : InstanceRegistry::instance().snapshot()) {
+        PlugEd* editor = other == effect ? nullptr : other->getEditorObject();
+        if (editor == nullptr) continue;
+        editor->mergeUISettings(settingsTree.root(), category);
+        other->reloadUISettings();
+        editor->markSettingsPageStale();
+    }
 }

@@ -107,6 +107,16 @@ public:
     bool loadBank(const std::string& path);
     bool loadPreset(const std::string& path);
 
+    // ---- UI settings kept as defaults and shared ----
+    // The default bank doubles as the store of UI defaults. `category` names
+    // one category of the UI settings; null means all of them.
+    bool saveUIDefaults(const char* category);
+    bool restoreUIDefaults(const char* category);
+    // "Save current state as default": the full state becomes the default bank.
+    bool saveStateAsDefault();
+    // Gives every other instance these UI settings.
+    void propagateUISettings(const char* category);
+
     // Asks for the settings page to be drawn anew (another instance changed them).
     void markSettingsPageStale() { settingsPageStale = true; }
     bool isSettingsPageStale() const { return settingsPageStale; }
@@ -130,6 +140,9 @@ private:
     void applySource(const cJSON* settings, int32_t s);
     bool readPresetFile(const std::string& path, std::vector<uint8_t>& bytes);
     bool writeChunkFile(const std::string& path, bool preset);
+    cJSON* openDefaultBank(std::string* path);
+    // Merges the "value" numbers of `uiprefs` (one category, or all) into this tree.
+    void mergeUISettings(const cJSON* uiprefs, const char* category);
 
     Plug* effect;
     UISettingsTree settingsTree;
