@@ -7,12 +7,15 @@
 #   make fuzz    the state chunk fuzzer for FUZZ_SECONDS (default 60), clang + ASan/UBSan
 #   make bench   benchmarks (release)
 #   make demo    render a generated test signal through a few settings
+#   make install    release build; fenwoldrine-render to $(PREFIX)/bin, the factory bank to the installation folder
+#   make uninstall  removes the renderer, Factory Bank.fwi and Presets/Factory/ again
 
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
+PREFIX ?= $(HOME)/.local
 CMAKE_GEN := -G Ninja
 
-.PHONY: all release debug tsan deps test check bench demo fuzz clean
+.PHONY: all release debug tsan deps test check bench demo fuzz clean install uninstall
 
 all: release
 
@@ -66,6 +69,35 @@ bench: deps
 demo: deps
 	$(MAKE) release
 	bash scripts/demo.sh build/release
+
+# The installation folder the effect reads its banks and presets from: the
+# stored value "Path" when the user has one, else $XDG_DATA_HOME (when
+# absolute) or ~/.local/share, plus Kestrawn/Fenwoldrine.
+FW_INSTALL_FOLDER = case "$$XDG_CONFIG_HOME" in /*) config="$$XDG_CONFIG_HOME" ;; *) config="$$HOME/.config" ;; esac; \
+	case "$$XDG_DATA_HOME" in /*) base="$$XDG_DATA_HOME" ;; *) base="$$HOME/.local/share" ;; esac; \
+	[ "$$base" != "/.local/share" ] || { echo "no home folder to install into" >&2; exit 1; }; \
+	dest="$$base/Kestrawn/Fenwoldrine"; \
+	if [ "$$(wc -c < "$$config/Kestrawn/Fenwoldrine/Path" 2>/dev/null || echo 0)" -ge 2 ]; then \
+		dest="$$(cat "$$config/Kestrawn/Fenwoldrine/Path")"; dest="$${dest%/}"; fi
+
+# A file the user already has (an edited preset, say) is left as it is.
+install:
+	$(MAKE) release
+	install -d "$(PREFIX)/bin"
+	install -m 755 build/release/tools/fenwoldrine-render "$(PREFIX)/bin/fenwoldrine-render"
+	@$(FW_INSTALL_FOLDER); \
+	mkdir -p "$$dest/Presets/Factory" || exit 1; \
+	for f in "build/release/factory/Factory Bank.fwi" build/release/factory/Presets/Factory/*.fwi; do \
+		to="$$dest/$${f#build/release/factory/}"; \
+		if [ -e "$$to" ]; then echo "kept $$to"; else cp "$$f" "$$to" || exit 1; echo "installed $$to"; fi; \
+	done
+
+# Only what install put there: the user's Default Bank.fwi and own presets stay.
+uninstall:
+	rm -f "$(PREFIX)/bin/fenwoldrine-render"
+	@$(FW_INSTALL_FOLDER); \
+	rm -f "$$dest/Factory Bank.fwi" && rm -rf "$$dest/Presets/Factory" && \
+	echo "removed $$dest/Factory Bank.fwi and $$dest/Presets/Factory/"
 
 clean:
 	rm -rf build
