@@ -12,8 +12,8 @@
 #include "resources/ResourceTable.h"
 #include "state/Alerts.h"
 #include "state/ChunkCodec.h"
-#include "state/JsonPrinter.h"
 #include "state/GlobalSettings.h"
+#include "state/JsonPrinter.h"
 #include "state/PresetFiles.h"
 
 namespace {
@@ -156,10 +156,22 @@ void PlugEd::applySource(const cJSON* settings, int32_t s) {
     const int32_t code = number != nullptr ? number->valueint : analyserSource[s];
     int32_t source = code;
     if (code > channels || code < -1) source = (s == 0 || channels == 1) ? 0 : 1;
-    // A named source is another instance; until one of that name is found
-    // the source stays on this instance's own channels.
-    analyserSource[s] = source;
     analyserSourceName[s].clear();
+    const char* wanted = cJSON_IsString(name) ? name->valuestring : "";
+    if (wanted != nullptr && wanted[0] != 0) {
+        // Another instance, by name. Its position among the others counts
+        // from 0 here, one lower than the source numbering counts them, so
+        // the first other instance reads back as this one under its name:
+        // kept so.
+        const std::vector<std::string> others = InstanceRegistry::instance().instanceNames(effect);
+        for (size_t k = 0; k < others.size(); ++k) {
+            if (others[k] != wanted) continue;
+            source = (code & 0xFF) | int32_t(k << 8);
+            analyserSourceName[s] = wanted;
+            break;
+        }
+    }
+    analyserSource[s] = source;
 }
 
 void PlugEd::programChanged() {
@@ -193,7 +205,8 @@ void PlugEd::toggleABSlot() {
         for (target = (current + 1) % kNumABSlots; target != current; target = (target + 1) % kNumABSlots) {
             effect->switchABSlot(target);
             bool anyBand = false;
-            for (int32_t b = 0; b < kNumBands && !anyBand; ++b) anyBand = effect->getRealValue(bandParam(b, kFieldState)) != 0.0f;
+            for (int32_t b = 0; b < kNumBands && !anyBand; ++b)
+                anyBand = effect->getRealValue(bandParam(b, kFieldState)) != 0.0f;
             if (anyBand) break;
         }
     }

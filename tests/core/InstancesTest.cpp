@@ -108,3 +108,20 @@ TEST(Alerts, FileAccessMessagesSayWhatFailedAndUnforcedOnesComeOnce) {
               "Your data has not been saved");
     EXPECT_TRUE(Alerts::instance().empty());
 }
+
+TEST(Instances, AnAnalyserSourceNamedInAStateIsFoundAmongTheOthers) {
+    auto a = makePlug(2), b = makePlug(2), c = makePlug(2);
+    c->setInstanceName("Drum bus", true);
+    const std::string document = R"({"settings": {"analyserSourceChn1": 1, "analyserSourceInst1": "Drum bus",
+                                     "analyserSourceChn2": 9, "analyserSourceInst2": "Nobody"}})";
+    std::vector<char> text(document.begin(), document.end());
+    text.push_back(0);
+    a->setChunk(text.data(), int32_t(text.size()), false);
+    PlugEd& ed = *a->getEditorObject();
+    // "Drum bus" is the second of a's others: position 1, shifted into the second byte.
+    EXPECT_EQ(ed.getAnalyserSource(0), 1 | (1 << 8));
+    EXPECT_EQ(ed.getAnalyserSourceName(0), "Drum bus");
+    // No such instance and a channel past the count: the fallback, no name.
+    EXPECT_EQ(ed.getAnalyserSource(1), 1);
+    EXPECT_EQ(ed.getAnalyserSourceName(1), "");
+}
