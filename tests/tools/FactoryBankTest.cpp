@@ -2,9 +2,7 @@
 // its programs and names, the preset files beside it, what each program does
 // to a signal, and how fenwoldrine-bankgen fails and repeats itself.
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -89,31 +87,9 @@ std::map<std::string, std::string> treeOf(const std::string& root) {
 // Runs the built generator with args; env holds variables set for it alone.
 RunResult runGenerator(const std::vector<std::string>& args,
                        const std::vector<std::pair<std::string, std::string>>& env = {}) {
-    ScratchDir capture;
-    const std::string outPath = capture / "stdout", errPath = capture / "stderr";
-    std::vector<std::string> argvStore = {FW_BANKGEN_PATH};
-    argvStore.insert(argvStore.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (std::string& a : argvStore) argv.push_back(a.data());
-    argv.push_back(nullptr);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        if (out < 0 || err < 0) _exit(127);
-        dup2(out, STDOUT_FILENO);
-        dup2(err, STDERR_FILENO);
-        for (const auto& [name, value] : env) setenv(name.c_str(), value.c_str(), 1);
-        execv(argv[0], argv.data());
-        _exit(127);
-    }
-    RunResult result;
-    int status = 0;
-    if (pid < 0 || waitpid(pid, &status, 0) != pid) return result;
-    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    result.out = slurp(outPath);
-    result.err = slurp(errPath);
-    return result;
+    RunLimits limits;
+    limits.environment = env;
+    return runProgram(FW_BANKGEN_PATH, args, limits);
 }
 
 }  // namespace

@@ -135,10 +135,10 @@ Audio sineAudio(int32_t channels, int32_t rate, int64_t frames, double peak, dou
     return a;
 }
 
-RunResult runRenderer(const std::vector<std::string>& args, const RunLimits& limits) {
+RunResult runProgram(const std::string& program, const std::vector<std::string>& args, const RunLimits& limits) {
     ScratchDir capture;
     const std::string outPath = capture / "stdout", errPath = capture / "stderr";
-    std::vector<std::string> argvStore = {FW_RENDER_PATH};
+    std::vector<std::string> argvStore = {program};
     argvStore.insert(argvStore.end(), args.begin(), args.end());
     std::vector<char*> argv;
     for (std::string& a : argvStore) argv.push_back(a.data());
@@ -160,6 +160,7 @@ RunResult runRenderer(const std::vector<std::string>& args, const RunLimits& lim
         if (limits.userId >= 0 && (setgroups(0, nullptr) != 0 || setgid(gid_t(limits.userId)) != 0 ||
                                    setuid(uid_t(limits.userId)) != 0))
             _exit(126);
+        for (const auto& [name, value] : limits.environment) setenv(name.c_str(), value.c_str(), 1);
         execv(argv[0], argv.data());
         _exit(127);
     }
@@ -170,6 +171,10 @@ RunResult runRenderer(const std::vector<std::string>& args, const RunLimits& lim
     result.out = slurp(outPath);
     result.err = slurp(errPath);
     return result;
+}
+
+RunResult runRenderer(const std::vector<std::string>& args, const RunLimits& limits) {
+    return runProgram(FW_RENDER_PATH, args, limits);
 }
 
 bool fileExists(const std::string& path) {
