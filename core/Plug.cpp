@@ -396,8 +396,8 @@ void Plug::reapplyFrequencyLimits() {
 double Plug::normToDisplay(int32_t index, double norm) {
     if (!isParamIndex(index)) return 0.0;
     double x = curveToReal(table[index], norm);
-    if (isBandGain(index)) x *= table[kScale].value;
-    if (isBandFrequency(index)) x *= table[kFShift].value * 0.01 * pitchFactor;
+    if (isBandGain(index)) x *= rowValue(kScale);
+    if (isBandFrequency(index)) x *= rowValue(kFShift) * 0.01 * pitchFactor;
     return x;
 }
 
@@ -405,11 +405,11 @@ double Plug::displayToNorm(int32_t index, double x) {
     if (!isParamIndex(index)) return 0.0;
     const ParamRow& row = table[index];
     if (isBandGain(index)) {
-        const double scale = table[kScale].value;
+        const double scale = rowValue(kScale);
         if (scale == 0.0) return curveToNorm(row, 0.0);
         x /= scale;
     }
-    if (isBandFrequency(index)) x /= table[kFShift].value * 0.01 * pitchFactor;
+    if (isBandFrequency(index)) x /= rowValue(kFShift) * 0.01 * pitchFactor;
     return curveToNorm(row, x);
 }
 
@@ -500,8 +500,8 @@ int32_t Plug::msMaskFromState() const {
 
 BandMappingContext Plug::bandMappingContext() const {
     BandMappingContext context;
-    context.scale = table[kScale].value;
-    context.frequencyShift = table[kFShift].value;
+    context.scale = rowValue(kScale);
+    context.frequencyShift = rowValue(kFShift);
     context.pitchFactor = pitchFactor;
     context.minFrequency = minFrequency;
     context.maxFrequency = maxFrequency;
