@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <complex>
 #include <cstring>
+#include <numbers>
 #include <thread>
 
 #include "dsp/BrenmoorEQ.h"
@@ -429,4 +431,85 @@ void EQBank::runConvolvers(double* const* buffers, int32_t samples, int32_t chan
             if (keep) x[s] = y1;
         }
     }
+}
+
+// ---------------------------------------------------------------------------
+// Auto gain
+
+namespace {
+
+constexpr int32_t kAutoGainPoints = 128;
+constexpr double kAutoGainLowest = 20.0;     // Hz
+constexpr double kAutoGainSpan = 1100.0;     // the grid spans 20 Hz * 1100
+constexpr double kPinkReference = 1000.0;    // pink weights are f / 1 kHz
+constexpr double kAutoGainMin = 0.0625;
+constexpr double kAutoGainMax = 16.0;
+// The two filters of the loudness weighting, by their analogue constants.
+constexpr double kHighPassRadians = 239.6122302908756;   // times 1/rate
+constexpr double kHighPassQScale = 1.00065407464886;
+constexpr double kShelfRadians = 5284.078578647593;      // tan(x / rate)
+constexpr double kShelfVbExponent = 0.09999609634933361;
+constexpr double kShelfVhExponent = 0.19999219269866722;
+constexpr double kShelfDenominatorK = 1.4140766640886306;
+constexpr double kShelfNumeratorK = 1.4138596904142389;
+
+// |b(z) / a(z)| of a biquad at z = e^(j w).
+double biquadMagnitude(const double b[3], const double a[3], double w) {
+    const std::complex<double> z1 = std::polar(1.0, -w), z2 = std::polar(1.0, -2.0 * w);
+    return std::abs((b[0] + b[1] * z1 + b[2] * z2) / (a[0] + a[1] * z1 + a[2] * z2));
+}
+
+// The loudness weighting's magnitude at f: its high pass times its shelf.
+double loudnessWeight(double f, double rate) {
+    const double x = kHighPassRadians / rate;
+    const double q = std::sin(x) / kHighPassQScale;
+    const double hpB[3] = {1.0, -2.0, 1.0};
+    const double hpA[3] = {1.0, -2.0 * std::cos(x) / (1.0 + q), (1.0 - q) / (1.0 + q)};
+    const double k = std::tan(kShelfRadians / rate);
+    const double vb = std::pow(10.0, kShelfVbExponent), vh = std::pow(10.0, kShelfVhExponent);
+    const double a = 1.0 / (k * k + kShelfDenominatorK * k + 1.0);
+    const double shB[3] = {(vh + kShelfNumeratorK * vb * k + k * k) * a, 2.0 * (k * k - vh) * a,
+                           (vh - kShelfNumeratorK * vb * k + k * k) * a};
+    const double shA[3] = {1.0, 2.0 * (k * k - 1.0) * a, (k * k - kShelfDenominatorK * k + 1.0) * a};
+    const double w = 2.0 * std::numbers::pi * f / rate;
+    return biquadMagnitude(hpB, hpA, w) * biquadMagnitude(shB, shA, w);
+}
+
+double clampGain(double level) {
+    if (level == 0.0) return 0.0;
+    return std::clamp(1.0 / level, kAutoGainMin, kAutoGainMax);
+}
+
+}  // namespace
+
+void EQBank::autoGainAmount(double* g1, double* g2, bool separate, int32_t weighting, double sampleRate) const {
+    std::vector<double> hz(kAutoGainPoints), weight(kAutoGainPoints, 1.0);
+    for (int32_t i = 0; i < kAutoGainPoints; ++i)
+        hz[size_t(i)] = kAutoGainLowest * std::exp(i * std::log(kAutoGainSpan) / kAutoGainPoints);
+    for (int32_t i = 0; i < kAutoGainPoints; ++i) {
+        if (weighting & 1) weight[size_t(i)] *= hz[size_t(i)] / kPinkReference;
+        if (weighting & 2) weight[size_t(i)] *= loudnessWeight(hz[size_t(i)], sampleRate);
+    }
+    double total = 0.0;
+    for (const double w : weight) total += w;
+    for (double& w : weight) w /= total;
+
+    std::vector<std::complex<double>> curve(kAutoGainPoints);
+    std::vector<double> level(size_t(std::max(channelCount, 1)), 1.0);
+    for (int32_t c = 0; c < channelCount; ++c) {
+        channelResponse(c, hz.data(), kAutoGainPoints, curve.data(), nullptr);
+        double sum = 0.0;
+        for (int32_t i = 0; i < kAutoGainPoints; ++i) sum += weight[size_t(i)] * std::abs(curve[size_t(i)]);
+        level[size_t(c)] = sum;
+    }
+    double a = 0.0, b = 1.0;
+    if (!separate) {
+        for (int32_t c = 0; c < channelCount; ++c) a += level[size_t(c)];
+        a = channelCount > 0 ? a / channelCount : 1.0;
+    } else {
+        a = level[0];
+        b = channelCount > 1 ? level[1] : 1.0;
+    }
+    if (g1 != nullptr) *g1 = clampGain(a);
+    if (g2 != nullptr) *g2 = clampGain(b);
 }

@@ -112,6 +112,13 @@ public:
     // and the parallel bands summed as 1 + sum of (H - 1).
     void channelResponse(int32_t channel, const double* hz, int32_t count, std::complex<double>* analogue,
                          std::complex<double>* digital) const;
+    // Auto gain: the reciprocal of the weighted average level of the
+    // analogue curve over 128 log-spaced points from 20 Hz up, per channel.
+    // weighting bit 0: pink (weights grow with frequency); bit 1: the
+    // loudness weighting filters at sampleRate. Without `separate` g1 takes
+    // the mean over the channels and g2 is 1; with it g1 is channel 0's and
+    // g2 channel 1's. Each is kept within 1/16..16; a zero level gives 0.
+    void autoGainAmount(double* g1, double* g2, bool separate, int32_t weighting, double sampleRate) const;
     virtual double analogueMagnitude(int32_t channel, double hz) const;
     virtual double analoguePhase(int32_t channel, double hz) const;
     virtual double digitalMagnitude(int32_t channel, double hz) const;

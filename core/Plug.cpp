@@ -173,7 +173,7 @@ void Plug::resume() {
         rebuilding = true;
         bank.setChannels(getChannelCount());
         rebuilding = false;
-        autoListenBand = -1;  // AutoListen is never armed across a resume
+        if (autoListenArmed.load() == 0 || !autoListenAllowed) autoListenBand = -1;
         bank.setSampleRate(sampleRate);
         computeMeterCoefficients();
         clearAudioState();
@@ -295,6 +295,11 @@ void Plug::reloadGlobalSettings() {
     soloSelect.store(!mute, std::memory_order_relaxed);
     gesturesToHost = settings->globalValue("VST Gestures") != 0;
     automateAll = settings->globalValue("A/B Automation") != 0;
+    listenEnableMode = settings->globalValue("AutoListen Enable");
+    listenGainMode = settings->globalValue("AutoListen Gain");
+    listenQMode = settings->globalValue("AutoListen Q");
+    listenIgnoresQ = settings->globalValue("AutoListen Ignores Q");
+    autoListenAllowed = settings->globalValue("AutoListen Disabled") == 0;
     constexpr int32_t kCompressionLevels[4] = {0, 1, 5, 9};  // "Off", "Fastest", "Med", "Smallest"
     setCompressionLevel(kCompressionLevels[settings->globalValue("Save Compression") & 3]);
     const int32_t throttle = settings->globalValue("FFT Update throttle");
@@ -505,9 +510,9 @@ BandMappingContext Plug::bandMappingContext() const {
     context.pitchFactor = pitchFactor;
     context.minFrequency = minFrequency;
     context.maxFrequency = maxFrequency;
-    context.listenBand = autoListenBand;
-    context.listenGainMode = std::max(0, settings->globalValue("AutoListen Gain"));
-    context.listenQMode = std::max(0, settings->globalValue("AutoListen Q"));
+    context.listenBand = autoListenBand.load();
+    context.listenGainMode = std::max(0, listenGainMode);
+    context.listenQMode = std::max(0, listenQMode);
     return context;
 }
 
@@ -537,7 +542,7 @@ void Plug::refreshEngine(bool force) {
     }
     force = force || offline.load();
     const int32_t c = std::min(bank.getChannelCount(), int32_t(kMaxChannels));
-    const int32_t listen = autoListenBand;
+    const int32_t listen = autoListenBand.load();
 
     // Bands: each band's settings go to the objects of the channels its
     // groups reach; the objects of the other channels are bypassed.
@@ -565,7 +570,7 @@ void Plug::refreshEngine(bool force) {
     composeChannelGains(c);
     currentMsMask();
     bank.setParallelMode(listen == -1 ? int32_t(rowValue(kParallel)) : kParallelOff);
-    if (listen == -1) applyAutoGain();
+    if (listen == -1) applyAutoGain(c);
 
     const int32_t mode = chooseEngineMode();
     bank.setKeepLatencyPeak(legacyAlignment && mode == kModeZeroLatency);

@@ -173,6 +173,19 @@ public:
     void setBandOrder(int32_t program, const int32_t* order, int32_t count);
     int32_t getAutoGain(int32_t program) const;
     void setAutoGain(int32_t program, int32_t state);
+    // Multiplies the channel levels by the auto gain now in force, so the
+    // switch can go off without a jump in level.
+    void bakeAutoGain();
+    // The gains auto gain computes for the live curve (g2 for the second
+    // channel of a stereo instance whose mid and side are weighed apart).
+    void autoGainNow(double* g1, double* g2, bool* separate);
+
+    // ---- AutoListen (message thread) ----
+    // The editor arms AutoListen; it only takes when "AutoListen Disabled" is "No".
+    void setAutoListenArmed(bool on);
+    bool isAutoListening() const { return autoListenBand.load() != -1; }
+    int32_t getAutoListenBand() const { return autoListenBand.load(); }
+    int32_t getAutoListenGainMode() const { return listenGainMode; }
     uint32_t getLockWord(int32_t program, int32_t word) const;
     // The instance's name. A host's name (byUser false) shows unless the
     // user has named the instance; a user's empty name gives the host's
@@ -242,7 +255,14 @@ private:
     void rebuildGroupNames(int32_t channelCount);
     int32_t chooseEngineMode();
     void composeChannelGains(int32_t channels);
-    void applyAutoGain() {}  // seam: auto gain scales the channel gain targets
+    // Scales the channel gain targets by the auto gain of the current curve
+    // when the current program's switch is on (under engineLock).
+    void applyAutoGain(int32_t channels);
+    // The AutoListen rules at the start and the end of a gesture.
+    void listenOnBeginEdit(int32_t index);
+    void listenOnEndEdit(int32_t index);
+    // The auto gain switch of the current program, for the engine update.
+    void publishAutoGain() { autoGainLive.store(programAutoGain[curProgram], std::memory_order_relaxed); }
     void notifyEditor(int32_t tag, float value) override;
     // Pieces of the state document.
     void writeBandOrder(cJSON* object, const int32_t* order);
@@ -308,7 +328,15 @@ private:
     bool midiInput = false;
     int32_t autoGainMidSide = 0;   // "Autogain MS": 0 together, 1 separately
     int32_t autoGainWeighting = 0; // "Autogain Weighting": white, pink, and each with the 1770 filter
-    int32_t autoListenBand = -1;
+    // Written by beginEdit and endEdit on the message thread, read by updates.
+    std::atomic<int32_t> autoListenBand{-1};
+    std::atomic<int32_t> autoListenArmed{0};
+    bool autoListenAllowed = true;
+    int32_t listenEnableMode = 0;   // "AutoListen Enable": 0 "Hold", 1 "Toggle"
+    int32_t listenGainMode = 0;     // "AutoListen Gain"
+    int32_t listenQMode = 0;        // "AutoListen Q"
+    int32_t listenIgnoresQ = 0;     // "AutoListen Ignores Q"
+    std::atomic<int32_t> autoGainLive{0};
     std::atomic<bool> offline{false};
     uint32_t lockMask[kNumPrograms][kLockWordsPerProgram] = {};
     int32_t programBandOrder[kNumPrograms][kNumBands];

@@ -68,7 +68,9 @@ void Plug::setAutoGain(int32_t program, int32_t state) {
     if (program < 0 || program >= kNumPrograms) return;
     programAutoGain[program] = state;
     if (program == curProgram) slotAutoGain[currentABSlot] = state;
+    publishAutoGain();
     markChunkStale();
+    refreshEngine(true);
 }
 
 uint32_t Plug::getLockWord(int32_t program, int32_t word) const {
@@ -86,7 +88,9 @@ void Plug::createEditor() {
 }
 
 void Plug::setProgramIndex(int32_t program) {
-    if (program >= 0 && program < kNumPrograms) curProgram = program;
+    if (program < 0 || program >= kNumPrograms) return;
+    curProgram = program;
+    publishAutoGain();
 }
 
 void Plug::setProgram(int32_t program) {
@@ -100,6 +104,7 @@ void Plug::setProgram(int32_t program) {
         notifyEditor(i, table[i].norm);
     }
     loadInProgress = wasLoading;
+    publishAutoGain();
     clearUndo();
     markChunkStale();
     if (editorObject) editorObject->programChanged();
@@ -123,6 +128,7 @@ void Plug::recallABSlot(int32_t slot) {
     loadABValues(slot);
     std::copy_n(slotBandOrder[slot], kNumBands, programBandOrder[curProgram]);
     programAutoGain[curProgram] = slotAutoGain[slot];
+    publishAutoGain();
     refreshEngine(true);
 }
 
@@ -351,6 +357,7 @@ cJSON* Plug::applyStateDocument(const char* text, bool presetOnly) {
 }
 
 void Plug::applyCommonState(const cJSON* root, bool presetOnly) {
+    publishAutoGain();
     clearUndo();
     std::fill(std::begin(editing), std::end(editing), false);
     if ((loadingFlags & kLoadUI) != 0 && editorObject) {

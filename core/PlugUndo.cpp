@@ -7,6 +7,7 @@
 #include "core/Plug.h"
 
 void Plug::beginEdit(int32_t index) {
+    listenOnBeginEdit(index);
     if (index < 0 || index >= kNumParams || editing[index]) return;  // one gesture, one step
     editing[index] = true;
     undoStack.push_back({index, undoValueOf(index)});
@@ -14,21 +15,30 @@ void Plug::beginEdit(int32_t index) {
 }
 
 void Plug::endEdit(int32_t index) {
-    if (index < 0 || index >= kNumParams || !editing[index]) return;
-    editing[index] = false;
-    // A gesture that ended where it began leaves no trace, and keeps the redo steps.
-    const float present = getParameter(index);
-    const auto last = std::find_if(undoStack.rbegin(), undoStack.rend(),
-                                   [index](const UndoEntry& e) { return e.id == index; });
-    if (last != undoStack.rend() && last->value == present)
-        undoStack.erase(std::next(last).base());
-    else if (!inUndo)
-        redoStack.clear();
-    refreshEngine(true);  // the end of a gesture is never left waiting
-    if (gesturesToHost) callHost(audioMasterEndEdit, index);
+    listenOnEndEdit(index);
+    const bool wasEditing = index >= 0 && index < kNumParams && editing[index];
+    if (wasEditing) {
+        editing[index] = false;
+        // A gesture that ended where it began leaves no trace, and keeps the redo steps.
+        const float present = getParameter(index);
+        const auto last = std::find_if(undoStack.rbegin(), undoStack.rend(),
+                                       [index](const UndoEntry& e) { return e.id == index; });
+        if (last != undoStack.rend() && last->value == present)
+            undoStack.erase(std::next(last).base());
+        else if (!inUndo)
+            redoStack.clear();
+    }
+    refreshEngine(true);  // the end of a gesture is never left to the rate limit
+    if (wasEditing && gesturesToHost) callHost(audioMasterEndEdit, index);
 }
 
 void Plug::setParameterAutomated(int32_t index, float norm) {
+    // Any write of the listened band's state ends AutoListen.
+    if (autoListenArmed.load() != 0 && bandFieldOf(index) == kFieldState && bandIndexOf(index) != -1 &&
+        bandIndexOf(index) == autoListenBand.load() && norm < 2.0f) {
+        autoListenBand = -1;
+        refreshEngine(false);
+    }
     if (index < 0 || index >= kNumParams) {
         setParameter(index, norm);
         return;

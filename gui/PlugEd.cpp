@@ -539,3 +539,12 @@ void PlugEd::propagateUISettings(const char* category) {
         editor->markSettingsPageStale();
     }
 }
+
+// ---------------------------------------------------------------------------
+// Auto gain
+
+void PlugEd::setAutoGain(bool on, bool learn) {
+    if (learn) effect->bakeAutoGain();
+    effect->setAutoGain(effect->getProgram(), on ? 1 : 0);
+    setParameter(kGUIAutoGain, on ? 1.0f : 0.0f);
+}

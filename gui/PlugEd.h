@@ -64,6 +64,12 @@ public:
     // 0 "Last 2", 1 "Visited", 2 "Nonempty".
     void setToggleMode(int32_t mode) { toggleMode = mode; }
 
+    // ---- Auto gain ----
+    // The auto gain button: switches the current program's auto gain; from
+    // its alternate (learn) state the gain in force is first baked into the
+    // channel levels.
+    void setAutoGain(bool on, bool learn);
+
     // ---- Edits of linked bands ----
     // Bands chosen in the graph (bit b for band b); with "Band Linking" on,
     // an edit of one selected band drives the others, and the whole gesture
