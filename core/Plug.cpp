@@ -402,7 +402,7 @@ double Plug::normToDisplay(int32_t index, double norm) {
     if (!isParamIndex(index)) return 0.0;
     double x = curveToReal(table[index], norm);
     if (isBandGain(index)) x *= rowValue(kScale);
-    if (isBandFrequency(index)) x *= rowValue(kFShift) * 0.01 * pitchFactor;
+    if (isBandFrequency(index)) x *= rowValue(kFShift) * 0.01 * getPitchFactor();
     return x;
 }
 
@@ -414,7 +414,7 @@ double Plug::displayToNorm(int32_t index, double x) {
         if (scale == 0.0) return curveToNorm(row, 0.0);
         x /= scale;
     }
-    if (isBandFrequency(index)) x /= rowValue(kFShift) * 0.01 * pitchFactor;
+    if (isBandFrequency(index)) x /= rowValue(kFShift) * 0.01 * getPitchFactor();
     return curveToNorm(row, x);
 }
 
@@ -507,7 +507,7 @@ BandMappingContext Plug::bandMappingContext() const {
     BandMappingContext context;
     context.scale = rowValue(kScale);
     context.frequencyShift = rowValue(kFShift);
-    context.pitchFactor = pitchFactor;
+    context.pitchFactor = getPitchFactor();
     context.minFrequency = minFrequency;
     context.maxFrequency = maxFrequency;
     context.listenBand = autoListenBand.load();

@@ -180,6 +180,12 @@ public:
     // channel of a stereo instance whose mid and side are weighed apart).
     void autoGainNow(double* g1, double* g2, bool* separate);
 
+    // ---- MIDI ----
+    // Host's event thread (which may be the audio thread): notes and pitch
+    // bends move every band's frequency by pitchFactor; returns 1. With
+    // "MIDI Input" off the events are dropped unread.
+    int32_t processEvents(VstEvents* events) override;
+
     // ---- AutoListen (message thread) ----
     // The editor arms AutoListen; it only takes when "AutoListen Disabled" is "No".
     void setAutoListenArmed(bool on);
@@ -216,7 +222,7 @@ public:
     float getMinFrequency() const { return minFrequency; }
     float getMaxFrequency() const { return maxFrequency; }
     bool isOffline() const { return offline.load(); }
-    double getPitchFactor() const { return pitchFactor; }
+    double getPitchFactor() const { return pitchFactor.load(std::memory_order_relaxed); }
     double getMidiBendRange() const { return midiBendRange; }
     bool isMidiInputEnabled() const { return midiInput; }
     EQBank& getBank() { return bank; }
@@ -323,8 +329,10 @@ private:
     bool extendedFrequencies = false;
     float pendingMaxFrequency = -1.0f;  // a bound left by a restored state
     bool sampleRateGiven = false;
-    double pitchFactor = 1.0;
+    std::atomic<double> pitchFactor{1.0};  // written by MIDI events, read by updates
     double midiBendRange = 0.25;  // octaves a full pitch bend moves the bands
+    double noteFactor = 1.0;      // 2^((key - 60) / 12) of the last note
+    double bendFactor = 1.0;      // of the last pitch bend
     bool midiInput = false;
     int32_t autoGainMidSide = 0;   // "Autogain MS": 0 together, 1 separately
     int32_t autoGainWeighting = 0; // "Autogain Weighting": white, pink, and each with the 1770 filter

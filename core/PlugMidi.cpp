@@ -1,0 +1,48 @@
+// MIDI moves the curve: a note or a pitch bend multiplies the frequency of
+// every band, so a set of resonances can follow a melody.
+
+#include <cmath>
+
+#include "core/Plug.h"
+
+namespace {
+
+constexpr int32_t kMiddleC = 60;  // the key that shifts nothing
+constexpr int32_t kLowestKey = 12;
+constexpr int32_t kHighestKey = 108;
+constexpr int32_t kBendCentre = 8192;
+
+}  // namespace
+
+int32_t Plug::processEvents(VstEvents* events) {
+    if (!midiInput || events == nullptr) return 1;
+    for (int32_t k = 0; k < events->numEvents; ++k) {
+        const VstEvent* event = events->events[k];
+        if (event == nullptr || event->type != kVstMidiType) continue;
+        const auto* midi = reinterpret_cast<const VstMidiEvent*>(event);
+        const uint8_t status = uint8_t(midi->midiData[0]);
+        const uint8_t d1 = uint8_t(midi->midiData[1]);
+        const uint8_t d2 = uint8_t(midi->midiData[2]);
+        const double before = noteFactor * bendFactor;
+        if (status >= 0x80 && status <= 0x9F) {
+            // Note on with a velocity: the key sets the factor; a note off
+            // leaves the last note in force.
+            if ((status & 0x10) == 0 || d2 == 0 || d1 < kLowestKey || d1 > kHighestKey) continue;
+            noteFactor = std::pow(2.0, (int32_t(d1) - kMiddleC) / 12.0);
+        } else if (status >= 0xE0 && status <= 0xEF) {
+            const int32_t bend = (d2 & 0x7F) * 128 + (d1 & 0x7F);
+            bendFactor = std::pow(2.0, (bend - kBendCentre) * midiBendRange / kBendCentre);
+        } else {
+            continue;
+        }
+        const double total = noteFactor * bendFactor;
+        if (total == before || float(total) == -1.0f) continue;
+        pitchFactor.store(double(float(total)), std::memory_order_relaxed);
+        // The change takes the normal way: a poke of the shift row, whose
+        // end forces the update that multiplies the new factor in.
+        beginEdit(kFShift);
+        setParameterAutomated(kFShift, getParameter(kFShift));
+        endEdit(kFShift);
+    }
+    return 1;
+}
