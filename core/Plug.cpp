@@ -74,6 +74,20 @@ void freeAll(double** buffers, int32_t count) noexcept {
     }
 }
 
+// The analyser rings are read by another thread without a lock. Each sample
+// moves as one relaxed atomic word, a plain move on the targets we build for.
+void storeRelaxed(double* ring, const double* from, int32_t n) noexcept {
+    for (int32_t i = 0; i < n; ++i) std::atomic_ref<double>(ring[i]).store(from[i], std::memory_order_relaxed);
+}
+
+void zeroRelaxed(double* ring, int32_t n) noexcept {
+    for (int32_t i = 0; i < n; ++i) std::atomic_ref<double>(ring[i]).store(0.0, std::memory_order_relaxed);
+}
+
+void loadRelaxed(double* to, double* ring, int32_t n) noexcept {
+    for (int32_t i = 0; i < n; ++i) to[i] = std::atomic_ref<double>(ring[i]).load(std::memory_order_relaxed);
+}
+
 constexpr const char* kNoteNames[12] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
 
 double roundHalfUp(double y) {
@@ -95,6 +109,7 @@ Plug::Plug(EffectHostCallback host)
     msMask.store(0xF);
     channelSlots = standardChannelLayout(2);
     setChannelLayout(channelSlots);
+    tapScratch = std::make_unique<double[]>(size_t(kRingLength));
 
     {
         std::lock_guard<PlugBaseMutex> hold(engineLock);  // no update on a half-built object
@@ -132,6 +147,10 @@ Plug::~Plug() {
     unregisterInstance();
     if (liveInstances.fetch_sub(1) == 1) audioHasRunFlag = false;
     allocateBuffers(0, 0);
+    // Every generation of rings is in exactly one of these two places.
+    freeRingChain(ringMailbox.exchange(nullptr));
+    freeRingChain(readerRings);
+    readerRings = nullptr;
 }
 
 void Plug::assignParameterGroups() {
@@ -192,10 +211,10 @@ void Plug::resume() {
 void Plug::clearAudioState() {
     std::fill(std::begin(codedLevels), std::end(codedLevels), 0.0);
     std::fill(std::begin(plainLevels), std::end(plainLevels), 0.0);
-    ringPosition = 0;
+    ringPosition.store(0, std::memory_order_relaxed);
     for (int32_t c = 0; c < kMaxChannels; ++c) {
-        if (preRing[c]) std::fill_n(preRing[c], kRingLength, 0.0);
-        if (postRing[c]) std::fill_n(postRing[c], kRingLength, 0.0);
+        if (preRing[c]) zeroRelaxed(preRing[c], kRingLength);
+        if (postRing[c]) zeroRelaxed(postRing[c], kRingLength);
         if (dryDelay[c]) std::fill_n(dryDelay[c], delayLength, 0.0);
     }
     delayPosition = 0;
@@ -807,18 +826,98 @@ void Plug::allocateBuffers(int32_t maxBlock, int32_t channels) noexcept {
     }
     freeAll(workBuffer, kMaxChannels);
     for (int32_t c = 0; c < channels; ++c) workBuffer[c] = newZeroed(maxBlock);
-    freeAll(preRing, kMaxChannels);
-    freeAll(postRing, kMaxChannels);
-    for (int32_t c = 0; c < channels; ++c) {
-        preRing[c] = newZeroed(kRingLength);
-        postRing[c] = newZeroed(kRingLength);
+
+    // The analyser may be copying from the old rings right now, so they are
+    // not freed here: the new generation goes to the reader's side, and one
+    // that no reader took in the meantime rides behind it, to be freed there
+    // or at teardown. The loop retries only when a reader took the mailbox
+    // between the load and the exchange.
+    std::fill_n(preRing, kMaxChannels, nullptr);
+    std::fill_n(postRing, kMaxChannels, nullptr);
+    if (RingSet* rings = new (std::nothrow) RingSet) {
+        rings->channels = channels;
+        for (int32_t c = 0; c < channels; ++c) {
+            preRing[c] = rings->pre[c] = newZeroed(kRingLength);
+            postRing[c] = rings->post[c] = newZeroed(kRingLength);
+        }
+        RingSet* untaken = ringMailbox.load(std::memory_order_relaxed);
+        do {
+            rings->older = untaken;
+        } while (!ringMailbox.compare_exchange_weak(untaken, rings, std::memory_order_release,
+                                                    std::memory_order_relaxed));
+        ringsReplaced.store(1, std::memory_order_release);
     }
-    ringPosition = 0;
+    ringPosition.store(0, std::memory_order_relaxed);
     allocatedChannels = channels;
     workLength = maxBlock;
     for (int32_t c = 0; c < channels; ++c)
         if (!workBuffer[c] || !preRing[c] || !postRing[c] || (latency > 0 && !dryDelay[c])) workLength = 0;
-    ringsReplaced.store(1);
+}
+
+void Plug::freeRingChain(RingSet* set) noexcept {
+    while (set) {
+        RingSet* older = set->older;
+        freeAll(set->pre, kMaxChannels);
+        freeAll(set->post, kMaxChannels);
+        delete set;
+        set = older;
+    }
+}
+
+void Plug::getAnalyserTap(double* dest, int32_t count, int32_t tap) {
+    if (!dest || count <= 0) return;
+    std::lock_guard<std::mutex> turn(tapMutex);
+
+    // Before any audio the rings are made here, for the channels the host
+    // gave. The engine lock keeps resume() away; the handshake with the
+    // audio thread (see tapAllocating) keeps the first block away. When the
+    // lock is busy the taps stay as they are until the next read.
+    if (!audioHasRun()) {
+        std::unique_lock<PlugBaseMutex> engine(engineLock, std::try_to_lock);
+        if (engine.owns_lock()) {
+            tapAllocating.store(true);
+            if (!audioStarted.load()) allocateBuffers(kMaxBlock, getChannelCount());
+            tapAllocating.store(false);
+        }
+    }
+
+    // A new generation: the reader lets go of its old one, and of any that
+    // were replaced before a reader took them. The audio thread moved past
+    // all of them before it published the new one.
+    int32_t replaced = 1;
+    if (ringsReplaced.compare_exchange_strong(replaced, 0, std::memory_order_acquire, std::memory_order_relaxed)) {
+        if (RingSet* fresh = ringMailbox.exchange(nullptr, std::memory_order_acquire)) {
+            freeRingChain(fresh->older);
+            fresh->older = nullptr;
+            freeRingChain(readerRings);
+            readerRings = fresh;
+        }
+    }
+
+    double* ring = nullptr;
+    const int32_t channels = readerRings ? readerRings->channels : 0;
+    if (tap >= 0 && tap < channels) {
+        ring = readerRings->post[tap];
+    } else if (tap >= channels && tap < 2 * channels) {
+        preTapWanted.store(true, std::memory_order_relaxed);
+        ring = readerRings->pre[tap - channels];
+    }
+    if (!ring) {
+        std::fill_n(dest, count, 0.0);
+        return;
+    }
+
+    // The audio thread goes on writing while the ring is copied; the copy
+    // is taken in one sweep and unwrapped afterwards.
+    const int32_t position = ringPosition.load(std::memory_order_relaxed);
+    double* scratch = tapScratch.get();
+    loadRelaxed(scratch, ring, kRingLength);
+    const int32_t n = std::min(count, kRingLength);
+    const int32_t start = (position - n + kRingLength) % kRingLength;
+    const int32_t first = std::min(n, kRingLength - start);
+    std::copy_n(scratch + start, first, dest);
+    std::copy_n(scratch, n - first, dest + first);
+    std::fill_n(dest + n, count - n, 0.0);
 }
 
 // ---------------------------------------------------------------------------
@@ -844,6 +943,11 @@ int32_t Plug::hostIndexOf(int32_t slot, int32_t channels) const noexcept {
 template <typename T>
 void Plug::processBlock(T** inputs, T** outputs, int32_t n) noexcept {
     audioHasRunFlag.store(true, std::memory_order_relaxed);
+    // Until the first block an analyser may be making the buffers; a block
+    // that meets it passes untouched. After that the reader never allocates,
+    // and this is one load per block.
+    if (!audioStarted.load(std::memory_order_relaxed)) audioStarted.store(true);
+    if (tapAllocating.load()) return;
     const int32_t channels = cEffect.numInputs;
     if (channels != cEffect.numOutputs || channels < 1 || channels > kMaxChannels || n <= 0) return;
     if (!inputs || !outputs) return;
@@ -872,11 +976,14 @@ void Plug::processBlock(T** inputs, T** outputs, int32_t n) noexcept {
 }
 
 void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
+    const bool meters = metersEnabled.load(std::memory_order_relaxed);
     const bool metersPreBank = meterPreBank.load(std::memory_order_relaxed);
-    if (metersPreBank) runFollowers(plainLevels, m, channels);
+    const bool followBefore = meters && metersPreBank;
+    const bool followAfter = meters && !metersPreBank;
+    if (followBefore) runFollowers(plainLevels, m, channels);
     encodeMidSide(m, channels);
-    if (metersPreBank) runFollowers(codedLevels, m, channels);
-    if (preTapWanted.load(std::memory_order_relaxed)) writeRing(preRing, m, channels);
+    if (followBefore) runFollowers(codedLevels, m, channels);
+    if (meters && preTapWanted.load(std::memory_order_relaxed)) writeRing(preRing, m, channels);
 
     if (rowValue(kBypass) == 0.0f) {
         if (latency > 0) {
@@ -893,9 +1000,12 @@ void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
         bypassWithDelay(m, channels, latency);
     }
 
-    if (!metersPreBank) runFollowers(codedLevels, m, channels);
-    writeRing(postRing, m, channels);
-    ringPosition = (ringPosition + m) % kRingLength;
+    if (followAfter) runFollowers(codedLevels, m, channels);
+    if (meters) {
+        writeRing(postRing, m, channels);
+        ringPosition.store((ringPosition.load(std::memory_order_relaxed) + m) % kRingLength,
+                           std::memory_order_relaxed);
+    }
 
     const int32_t heard = listenMask.load(std::memory_order_relaxed);
     const int32_t solo = heard != 0 ? heard : soloMask.load(std::memory_order_relaxed);
@@ -904,9 +1014,11 @@ void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
     else
         decodeMidSide(m, channels);
 
-    if (!metersPreBank) runFollowers(plainLevels, m, channels);
-    guardFollowers();
-    detectClip(m, channels);
+    if (followAfter) runFollowers(plainLevels, m, channels);
+    if (meters) {
+        guardFollowers();
+        detectClip(m, channels);
+    }
 }
 
 void Plug::encodeMidSide(int32_t m, int32_t channels) noexcept {
@@ -1039,12 +1151,13 @@ void Plug::guardFollowers() noexcept {
 }
 
 void Plug::writeRing(double* const* rings, int32_t m, int32_t channels) noexcept {
-    const int32_t first = std::min(m, kRingLength - ringPosition);
+    const int32_t position = ringPosition.load(std::memory_order_relaxed);
+    const int32_t first = std::min(m, kRingLength - position);
     for (int32_t c = 0; c < channels; ++c) {
         double* ring = rings[c];
         if (!ring) continue;
-        std::copy_n(workBuffer[c], first, ring + ringPosition);
-        std::copy_n(workBuffer[c] + first, m - first, ring);
+        storeRelaxed(ring + position, workBuffer[c], first);
+        storeRelaxed(ring, workBuffer[c] + first, m - first);
     }
 }
 

@@ -10,6 +10,7 @@
 // change. Parameters, state and resume come on the host's control thread;
 // idle() comes from the process-wide timer thread every 10 ms; the worker
 // thread carries out IR length changes and the designs of the FIR modes.
+// An analyser reads the rings through getAnalyserTap on a thread of its own.
 // Lock order: resumeMutex, then engineLock. refreshEngine only tries
 // engineLock and leaves what it could not do to the next idle.
 
@@ -233,6 +234,24 @@ public:
 
     static bool audioHasRun() { return audioHasRunFlag.load(std::memory_order_relaxed); }
 
+    // ---- Analyser ----
+    // The analyser's own thread (any thread but the audio thread; an
+    // analyser may read another instance too; readers take turns). Copies
+    // the last `count` samples of a tap into dest, oldest first; a count
+    // above kRingLength gives the whole ring and zeros after it. Taps
+    // 0..n-1 are the channels after the bank, n..2n-1 the same channels
+    // before it, n being the channels the audio last ran with; a coded pair
+    // shows as mid and side. The first read of a pre-bank tap only switches
+    // its copy on, until then it reads zeros. An unknown tap reads zeros;
+    // count <= 0 writes nothing. Before any audio has run the buffers are
+    // made here, so the taps exist from the start.
+    virtual void getAnalyserTap(double* dest, int32_t count, int32_t tap);
+    // Diagnostic switch, for measuring what the meters cost: off, the loop
+    // skips the followers and their guard, the analyser rings and the clip
+    // latch. On by default. Any thread; the audio thread reads it once per
+    // chunk.
+    void setMetersEnabled(bool on) noexcept { metersEnabled.store(on, std::memory_order_relaxed); }
+
 protected:
     void processFloat(float** inputs, float** outputs, int32_t n) noexcept override;
     void processDouble(double** inputs, double** outputs, int32_t n) noexcept override;
@@ -251,6 +270,18 @@ private:
     void guardFollowers() noexcept;
     void writeRing(double* const* rings, int32_t m, int32_t channels) noexcept;
     void detectClip(int32_t m, int32_t channels) noexcept;
+    // One generation of analyser rings, made by allocateBuffers. The audio
+    // thread writes the newest generation; the reader copies from the one it
+    // took last, and only the reader's side frees a generation (see
+    // getAnalyserTap).
+    struct RingSet {
+        double* pre[kMaxChannels] = {};
+        double* post[kMaxChannels] = {};
+        int32_t channels = 0;
+        RingSet* older = nullptr;  // generations replaced before a reader took them
+    };
+    // Frees a generation and every generation chained behind it.
+    static void freeRingChain(RingSet* set) noexcept;
     void bypassWithDelay(int32_t m, int32_t channels, int32_t latency) noexcept;
     int32_t hostIndexOf(int32_t slot, int32_t channels) const noexcept;
     void computeMeterCoefficients();
@@ -370,7 +401,9 @@ private:
     int32_t workLength = 0;
     int32_t delayLength = 0;
     int32_t delayPosition = 0;
-    int32_t ringPosition = 0;
+    // Where the next sample goes in every ring; written by the audio thread,
+    // read by the analyser without synchronisation.
+    std::atomic<int32_t> ringPosition{0};
     int32_t allocatedChannels = 0;
     std::atomic<double> channelGainTarget[kMaxChannels] = {};
     double channelGainNow[kMaxChannels] = {};
@@ -395,6 +428,26 @@ private:
     double plainLevels[kMaxChannels] = {};
     int32_t ballisticType = 0;
     std::atomic<int32_t> ringsReplaced{0};
+    std::atomic<bool> metersEnabled{true};
+
+    // ---- Analyser handover ----
+    // The newest generation no reader has taken yet, with the untaken ones
+    // before it chained behind (allocateBuffers puts it there, the reader
+    // takes it). Every generation is owned by exactly one of ringMailbox's
+    // chain and readerRings.
+    std::atomic<RingSet*> ringMailbox{nullptr};
+    // The reader's side, under tapMutex: the generation it copies from and
+    // a ring's worth of scratch, made once in the constructor.
+    std::mutex tapMutex;
+    RingSet* readerRings = nullptr;
+    std::unique_ptr<double[]> tapScratch;
+    // Before the first block a reader may make the buffers. The two flags
+    // keep that from meeting the audio thread's own first allocation: the
+    // audio thread raises audioStarted and then passes any block during
+    // which tapAllocating is up; the reader raises tapAllocating and then
+    // allocates only while audioStarted is down.
+    std::atomic<bool> tapAllocating{false};
+    std::atomic<bool> audioStarted{false};
 
     static std::atomic<bool> audioHasRunFlag;
     static std::atomic<int32_t> liveInstances;

@@ -16,17 +16,6 @@ double polynomial(const double (&c)[n], double t) {
     return sum;
 }
 
-// Modified Bessel function of the first kind, order 0, in the handbook's
-// polynomial approximation.
-double besselI0(double x) {
-    static constexpr double kSmall[] = {1.0, 3.5156229, 3.0899424, 1.2067492, 0.2659732, 0.0360768, 0.0045813};
-    static constexpr double kLarge[] = {0.39894228,  0.01328592, 0.00225319,  -0.00157565, 0.00916281,
-                                        -0.02057706, 0.02635537, -0.01647633, 0.00392377};
-    const double ax = std::fabs(x);
-    if (ax < 3.75) return polynomial(kSmall, (x / 3.75) * (x / 3.75));
-    return (std::exp(ax) / std::sqrt(ax)) * polynomial(kLarge, 3.75 / ax);
-}
-
 double sinc(double x) {
     if (x == 0.0) return 1.0;
     return std::sin(kPi * x) / (kPi * x);
@@ -48,6 +37,16 @@ double tukey(double a, int32_t i, int32_t n) {
 }
 
 }  // namespace
+
+double besselI0(double x) {
+    static constexpr double kSmall[] = {1.0, 3.5156229, 3.0899424, 1.2067492, 0.2659732, 0.0360768, 0.0045813};
+    static constexpr double kLarge[] = {0.39894228,  0.01328592, 0.00225319,  -0.00157565, 0.00916281,
+                                        -0.02057706, 0.02635537, -0.01647633, 0.00392377};
+    const double ax = std::fabs(x);
+    if (ax < 3.75) return polynomial(kSmall, (x / 3.75) * (x / 3.75));
+    return (std::exp(ax) / std::sqrt(ax)) * polynomial(kLarge, 3.75 / ax);
+}
+
 
 float mapWindowParameter(int32_t shape, float p) {
     switch (shape) {

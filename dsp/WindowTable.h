@@ -31,6 +31,10 @@ enum WindowShape : int32_t {
 // 12 (2p)^5, the others 0).
 float mapWindowParameter(int32_t shape, float p);
 
+// Modified Bessel function of the first kind, order 0, in the handbook's
+// polynomial approximation (the Kaiser windows use it).
+double besselI0(double x);
+
 // w[i] of the shape with the mapped parameter a, for a table of n entries.
 double windowValue(int32_t shape, double a, int32_t i, int32_t n);
 

@@ -3,6 +3,9 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <algorithm>
+#include <cctype>
+#include <cmath>
 #include <filesystem>
 #include <vector>
 
@@ -10,6 +13,7 @@
 #include "dsp/DF1Cascade.h"
 #include "tools/render/Diagnostics.h"
 #include "tools/render/ParamAssignment.h"
+#include "gui/AnalyserEngine.h"
 #include "gui/PlugEd.h"
 #include "state/Alerts.h"
 #include "state/PresetFiles.h"
@@ -37,9 +41,29 @@ EffectHost::EffectHost(int32_t channels, const std::vector<ChannelSlot>& slots, 
 
 EffectHost::~EffectHost() = default;
 
+namespace {
+
+// "Auto Gain=On|Off": the current program's auto gain switch, which is not a
+// parameter row. True when the assignment was this one.
+bool applyAutoGainSwitch(Plug& fx, const std::string& assignment) {
+    const size_t eq = assignment.find('=');
+    if (eq == std::string::npos) return false;
+    std::string name = assignment.substr(0, eq), value = assignment.substr(eq + 1);
+    for (std::string* text : {&name, &value})
+        for (char& ch : *text) ch = char(std::tolower(static_cast<unsigned char>(ch)));
+    if (name != "auto gain" && name != "autogain") return false;
+    if (value != "on" && value != "off" && value != "1" && value != "0")
+        throw usageError("'" + assignment.substr(eq + 1) + "' is not a value of Auto Gain; choose On or Off");
+    fx.setAutoGain(fx.getProgram(), value == "on" || value == "1" ? 1 : 0);
+    return true;
+}
+
+}  // namespace
+
 void EffectHost::applyAssignments(const std::vector<std::string>& assignments, Diagnostics& diagnostics) {
     ParamAssignment parser(*fx);
     for (const std::string& a : assignments) {
+        if (applyAutoGainSwitch(*fx, a)) continue;
         const std::string warning = parser.apply(a);
         if (!warning.empty()) diagnostics.warning(warning);
     }
@@ -61,7 +85,106 @@ int32_t EffectHost::start() {
 }
 
 void EffectHost::process(double** in, double** out, int32_t frames) {
-    fx->processDoubleReplacing(in, out, frames);
+    int32_t done = 0;
+    while (done < frames) {
+        // Messages due now go first, one list per frame, as a host sends them.
+        VstEvents list;
+        while (nextMessage < midi.size() && midi[nextMessage].frame <= position) {
+            VstMidiEvent event;
+            for (int32_t b = 0; b < 3; ++b) event.midiData[b] = char(midi[nextMessage].bytes[b]);
+            list.numEvents = 1;
+            list.events[0] = reinterpret_cast<VstEvent*>(&event);
+            fx->processEvents(&list);
+            ++nextMessage;
+        }
+        int64_t span = frames - done;
+        if (nextMessage < midi.size()) span = std::min<int64_t>(span, midi[nextMessage].frame - position);
+        if (analyser) span = std::min<int64_t>(span, framesToLook);
+        processSpan(in, out, done, int32_t(span));
+        done += int32_t(span);
+        position += span;
+        if (analyser && (framesToLook -= int32_t(span)) == 0) {
+            analyser->update();
+            framesToLook = framesPerLook;
+        }
+    }
+}
+
+void EffectHost::processSpan(double** in, double** out, int32_t offset, int32_t frames) {
+    const int32_t channels = fx->getChannelCount();
+    double* inAt[Plug::kMaxChannels];
+    double* outAt[Plug::kMaxChannels];
+    for (int32_t c = 0; c < channels; ++c) {
+        inAt[c] = in[c] + offset;
+        outAt[c] = out[c] + offset;
+    }
+    fx->processDoubleReplacing(inAt, outAt, frames);
+    if (peaks.size() != size_t(channels)) peaks.assign(size_t(channels), 0.0);
+    for (int32_t c = 0; c < channels; ++c)
+        for (int32_t s = 0; s < frames; ++s) peaks[size_t(c)] = std::max(peaks[size_t(c)], std::fabs(outAt[c][s]));
+}
+
+void EffectHost::setMidi(std::vector<MidiMessage> messages) {
+    midi = std::move(messages);
+    nextMessage = 0;
+    // A file of notes is fed on purpose: the instance listens to MIDI.
+    fx->getEditorObject()->uiSettings().setValue("Misc", "MIDI Input", 1);
+    fx->reloadUISettings();
+}
+
+void EffectHost::watchSpectrum(int32_t channelCode) {
+    // Frames of the editor's "Refresh Rate": 10, 20, 30, 50, 60 or 120 a second.
+    constexpr int32_t kRefreshRates[6] = {10, 20, 30, 50, 60, 120};
+    constexpr int32_t kReportColumns = 256;
+    constexpr double kLowestHz = 20.0;
+    const UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+    const int32_t refresh = kRefreshRates[std::clamp(ui.value("Misc", "Refresh Rate"), 0, 5)];
+    analyser = std::make_unique<AnalyserEngine>();
+    analyser->applySettings(ui);
+    analyser->setNyquist(fx->getSampleRate() / 2.0f);
+    analyser->setColumns(kReportColumns, kLowestHz, fx->getSampleRate() / 2.0);
+    analyser->setPrimary(fx.get(), channelCode);
+    framesPerLook = std::max(1, int32_t(fx->getSampleRate() / float(refresh)));
+    framesToLook = framesPerLook;
+}
+
+void EffectHost::writeSpectrum(const std::string& path, std::FILE* standardOutput) {
+    if (!analyser) return;
+    std::string text = "hz,db\n";
+    const std::vector<double>& level = analyser->primaryLevels();
+    char line[64];
+    for (int32_t c = 0; c < int32_t(level.size()); ++c) {
+        const double centre = std::sqrt(analyser->columnLow(c) * analyser->columnHigh(c));
+        std::snprintf(line, sizeof line, "%.2f,%.2f\n", centre, analyser->levelToDb(level[size_t(c)]));
+        text.append(line);
+    }
+    if (path == "-") {
+        std::fputs(text.c_str(), standardOutput);
+        std::fflush(standardOutput);
+        return;
+    }
+    if (!writeWholeFile(path, text.data(), text.size())) throw writeError("cannot write spectrum '" + path + "'");
+}
+
+std::string EffectHost::meterReport() {
+    auto db = [](double x) {
+        char text[32];
+        if (x <= 0.0)
+            std::snprintf(text, sizeof text, "-inf");
+        else
+            std::snprintf(text, sizeof text, "%.2f", 20.0 * std::log10(x));
+        return std::string(text);
+    };
+    std::string report = "channel,label,peak_dbfs,meter_dbfs,coded_meter_dbfs\n";
+    for (int32_t c = 0; c < fx->getChannelCount(); ++c) {
+        const std::vector<ChannelSlot>& slots = fx->getChannelSlots();
+        const char* label = c < int32_t(slots.size()) && slots[size_t(c)].label ? slots[size_t(c)].label : "";
+        report.append(std::to_string(c + 1)).append(",").append(label).append(",");
+        report.append(db(c < int32_t(peaks.size()) ? peaks[size_t(c)] : 0.0)).append(",");
+        report.append(db(fx->getLevelMeter(c))).append(",").append(db(fx->getCodedLevelMeter(c))).append("\n");
+    }
+    report.append("clip,").append(fx->getClip() ? "yes" : "no").append("\n");
+    return report;
 }
 
 namespace {

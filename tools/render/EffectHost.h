@@ -4,13 +4,16 @@
 // does, applies the --set assignments and starts processing.
 
 #include <cstdint>
+#include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "core/ChannelLayout.h"
+#include "tools/render/MidiFile.h"
 
+class AnalyserEngine;
 class Plug;
 class Diagnostics;
 struct AEffect;
@@ -58,8 +61,21 @@ public:
     // of those settings finish on silence, and returns the latency in samples.
     int32_t start();
 
-    // One block of non-interleaved channels in file order; in and out are separate buffers.
+    // One block of non-interleaved channels in file order; in and out are
+    // separate buffers. MIDI messages due within the block reach the effect
+    // at their frame (the block is split there), the analyser takes its
+    // frames, and the output peaks are kept.
     void process(double** in, double** out, int32_t frames);
+
+    // MIDI messages by input frame (frame 0 is the first frame processed after start).
+    void setMidi(std::vector<MidiMessage> messages);
+    // Runs the analyser on a channel code (below the channel count after the
+    // bank, from there up before it) at the editor's refresh rate.
+    void watchSpectrum(int32_t channelCode);
+    // The analyser's display at the end as "hz,db" lines (column centres).
+    void writeSpectrum(const std::string& path, std::FILE* standardOutput);
+    // Each channel's output peak and meter readings, and the clip flag.
+    std::string meterReport();
 
     Plug& effect() { return *fx; }
 
@@ -71,5 +87,14 @@ public:
     static constexpr int32_t kSettleFrames = 1024;
 
 private:
+    void processSpan(double** in, double** out, int32_t offset, int32_t frames);
+
     std::unique_ptr<Plug> fx;
+    std::vector<MidiMessage> midi;
+    size_t nextMessage = 0;
+    int64_t position = 0;  // frames processed since start
+    std::unique_ptr<AnalyserEngine> analyser;
+    int32_t framesPerLook = 0;
+    int32_t framesToLook = 0;
+    std::vector<double> peaks;
 };

@@ -73,7 +73,11 @@ int runRenderCommand(const std::vector<std::string>& args, std::FILE* out, std::
         } else if (options.input.empty()) {
             saveOnly(options, diagnostics);
         } else {
-            Renderer(options, diagnostics).run();
+            const RenderSummary summary = Renderer(options, diagnostics).run();
+            if (options.meters) {
+                std::fputs(summary.meters.c_str(), out);
+                std::fflush(out);
+            }
         }
         return int(ExitStatus::kSuccess);
     } catch (const RenderError& e) {

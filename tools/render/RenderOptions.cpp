@@ -22,7 +22,8 @@ constexpr const char* kUsage =
     "length plus --tail, lined up with the input whatever latency the effect has.\n"
     "\n"
     "options:\n"
-    "  --set NAME=VALUE  set a parameter by the name and value the effect shows,\n"
+    "  --set NAME=VALUE  set a parameter by the name and value the effect shows\n"
+    "                    (and \"Auto Gain=On\" for the current program's auto gain),\n"
     "                    e.g. \"Gain=-3 dB\", \"Band1 Frequency=2.5kHz\", \"Mode=FIR\";\n"
     "                    repeatable, applied in order\n"
     "  --format FMT      output container: wav, aiff, flac, w64, caf\n"
@@ -51,6 +52,13 @@ constexpr const char* kUsage =
     "  --preset FILE     load a preset (.fwi) into the current program, under the\n"
     "                    loading flags of the user's settings\n"
     "  --save-preset FILE  write the current program as a preset after the --set list\n"
+    "  --midi FILE       feed a Standard MIDI File's notes and pitch bends to the\n"
+    "                    effect in time with the input (MIDI input is switched on)\n"
+    "  --meters          print each channel's output peak, meter readings and the\n"
+    "                    clip flag at the end (CSV on standard output)\n"
+    "  --spectrum FILE   write the analyser's display at the end as CSV hz,db,\n"
+    "                    of channel C (--channel, default 1)\n"
+    "  --spectrum-source pre|post  before or after the bank (default post)\n"
     "  --list-presets    list the preset menu: the programs, then the preset folder\n"
     "  --list-params     list every parameter: index, name, unit, minimum,\n"
     "                    maximum, default and choices, tab separated\n"
@@ -62,7 +70,7 @@ constexpr const char* kUsage =
 // An option that takes a value.
 enum class Valued {
     kSet, kFormat, kBits, kTail, kBlock, kRate, kResponse, kPoints, kChannel, kChannels, kState, kSaveState,
-    kBank, kProgram, kPreset, kSavePreset
+    kBank, kProgram, kPreset, kSavePreset, kMidi, kSpectrum, kSpectrumSource
 };
 
 struct ValuedOption {
@@ -76,7 +84,8 @@ constexpr ValuedOption kValuedOptions[] = {
     {"--response", Valued::kResponse}, {"--points", Valued::kPoints}, {"--channel", Valued::kChannel},
     {"--channels", Valued::kChannels}, {"--state", Valued::kState}, {"--save-state", Valued::kSaveState},
     {"--bank", Valued::kBank},         {"--program", Valued::kProgram}, {"--preset", Valued::kPreset},
-    {"--save-preset", Valued::kSavePreset},
+    {"--save-preset", Valued::kSavePreset}, {"--midi", Valued::kMidi}, {"--spectrum", Valued::kSpectrum},
+    {"--spectrum-source", Valued::kSpectrumSource},
 };
 
 std::optional<double> parseNumber(const std::string& text) {
@@ -145,6 +154,18 @@ void applyValued(RenderOptions& o, Valued which, const std::string& value) {
             if (value.empty()) throw usageError("--preset needs a file name");
             o.presetIn = value;
             return;
+        case Valued::kMidi:
+            if (value.empty()) throw usageError("--midi needs a file name");
+            o.midi = value;
+            return;
+        case Valued::kSpectrum:
+            if (value.empty()) throw usageError("--spectrum needs a file name");
+            o.spectrum = value;
+            return;
+        case Valued::kSpectrumSource:
+            if (value != "pre" && value != "post") throw usageError("bad --spectrum-source '" + value + "': choose pre or post");
+            o.spectrumPre = value == "pre";
+            return;
         case Valued::kSavePreset:
             if (value.empty()) throw usageError("--save-preset needs a file name");
             o.presetOut = value;
@@ -188,6 +209,7 @@ RenderOptions parseCommandLine(const std::vector<std::string>& args) {
         if (arg == "--quiet" || arg == "-q") { o.quiet = true; continue; }
         if (arg == "--list-params") { o.listParams = true; continue; }
         if (arg == "--list-presets") { o.listPresets = true; continue; }
+        if (arg == "--meters") { o.meters = true; continue; }
 
         const size_t eq = arg.find('=');
         const std::string name = arg.substr(0, eq);

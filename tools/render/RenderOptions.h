@@ -37,6 +37,10 @@ struct RenderOptions {
     std::string presetIn;                 // --preset FILE.fwi
     std::string presetOut;                // --save-preset FILE.fwi
     bool listPresets = false;             // --list-presets
+    std::string midi;                     // --midi FILE.mid
+    std::string spectrum;                 // --spectrum FILE.csv
+    bool spectrumPre = false;             // --spectrum-source pre
+    bool meters = false;                  // --meters
     bool help = false;
 };
 

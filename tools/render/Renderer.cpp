@@ -64,6 +64,18 @@ RenderSummary Renderer::run() {
 
     EffectHost host(channels, fileChannelLayout(channels), double(summary.sampleRate), options.block);
     host.prepare(options, diagnostics);
+    if (!options.midi.empty()) {
+        try {
+            host.setMidi(readMidiFile(options.midi, double(summary.sampleRate)));
+        } catch (const MidiFileError& e) {
+            throw usageError(e.what());
+        }
+    }
+    if (!options.spectrum.empty() && options.responseChannel > channels)
+        throw usageError("--channel " + std::to_string(options.responseChannel) + " is beyond the " +
+                         std::to_string(channels) + " channels of '" + options.input + "'");
+    if (!options.spectrum.empty())
+        host.watchSpectrum(options.spectrumPre ? options.responseChannel - 1 + channels : options.responseChannel - 1);
     summary.latency = host.start();
     host.saveRequested(options);
 
@@ -133,6 +145,8 @@ RenderSummary Renderer::run() {
     }
     bar.finish();
     writer.commit();
+    if (!options.spectrum.empty()) host.writeSpectrum(options.spectrum, stdout);
+    if (options.meters) summary.meters = host.meterReport();
 
     if (quantiser) {
         summary.clipped = quantiser->clippedCount();

@@ -7,6 +7,7 @@
 // output is exactly as long as the input plus the tail.
 
 #include <cstdint>
+#include <string>
 
 #include "tools/render/SoundFormat.h"
 
@@ -22,6 +23,7 @@ struct RenderSummary {
     OutputPlan plan = {};
     int64_t clipped = 0;     // integer samples clamped to the word's limits
     int64_t notNumbers = 0;  // NaN samples from the effect
+    std::string meters;      // with --meters: the report printed at the end
 };
 
 class Renderer {

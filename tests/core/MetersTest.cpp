@@ -1,0 +1,592 @@
+// The level meters, the clip latch and the analyser taps, observed from
+// outside: what a follower reads for a known signal, how fast each
+// ballistic rises and falls, where the meters sit in the chain, when the
+// latch takes, and what the taps hand an analyser, also while the host
+// changes the channel layout under it.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <numbers>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "TestHost.h"
+#include "gui/PlugEd.h"
+#include "state/GlobalSettings.h"
+
+namespace {
+
+// One vector of samples per channel slot (the effect's own channel order).
+using Signal = std::vector<std::vector<double>>;
+
+enum Ballistic : int32_t { kDigital = 0, kPPM = 1, kVU = 2, kBBC = 3 };
+
+constexpr double kGrain = std::numeric_limits<double>::epsilon();  // the spacing of doubles just above 1.0
+
+// Runs per-slot signals through the double path in host blocks of the given
+// sizes, the last size repeating; returns the outputs per slot.
+Signal run(Plug& fx, const Signal& in, std::vector<int32_t> blocks) {
+    const std::vector<ChannelSlot>& slots = fx.getChannelSlots();
+    const size_t channels = in.size();
+    const int32_t frames = int32_t(in[0].size());
+    Signal source = in;
+    Signal out(channels, std::vector<double>(size_t(frames), 0.0));
+    size_t k = 0;
+    for (int32_t at = 0; at < frames; at += blocks[k], k = std::min(k + 1, blocks.size() - 1)) {
+        const int32_t n = std::min(blocks[k], frames - at);
+        std::vector<double*> ip(channels), op(channels);
+        for (size_t c = 0; c < channels; ++c) {
+            const size_t host = size_t(slots[c].hostIndex);
+            ip[host] = source[c].data() + at;
+            op[host] = out[c].data() + at;
+        }
+        fx.processDoubleReplacing(ip.data(), op.data(), n);
+    }
+    return out;
+}
+
+Signal run(Plug& fx, const Signal& in, int32_t block) { return run(fx, in, std::vector<int32_t>{block}); }
+
+// Runs `in` as one host block: the meters are read right after its last sample.
+Signal runWhole(Plug& fx, const Signal& in) { return run(fx, in, int32_t(in[0].size())); }
+
+Signal constant(size_t channels, int32_t frames, double value) {
+    return Signal(channels, std::vector<double>(size_t(frames), value));
+}
+
+// A square wave of 100-sample period: its magnitude is `amplitude` throughout.
+std::vector<double> square(int32_t frames, double amplitude) {
+    std::vector<double> x(static_cast<size_t>(frames));
+    for (int32_t s = 0; s < frames; ++s) x[size_t(s)] = (s / 50) % 2 ? -amplitude : amplitude;
+    return x;
+}
+
+std::vector<double> sine(int32_t frames, double amplitude, double cyclesPerSample, int32_t start = 0) {
+    std::vector<double> x(static_cast<size_t>(frames));
+    for (int32_t s = 0; s < frames; ++s)
+        x[size_t(s)] = amplitude * std::sin(2.0 * std::numbers::pi * cyclesPerSample * (start + s));
+    return x;
+}
+
+// A ramp whose steps are exact in float and double: (s + 1) * step.
+std::vector<double> ramp(int32_t frames, double step, int32_t start = 0) {
+    std::vector<double> x(static_cast<size_t>(frames));
+    for (int32_t s = 0; s < frames; ++s) x[size_t(s)] = (start + s + 1) * step;
+    return x;
+}
+
+std::unique_ptr<Plug> meteredPlug(int32_t channels, Ballistic ballistic, float rate) {
+    auto fx = makePlug(channels);
+    fx->getEditorObject()->uiSettings().setValue("Meters", "Ballistic Type", ballistic);
+    fx->reloadUISettings();
+    fx->setSampleRate(rate);
+    fx->resume();
+    return fx;
+}
+
+// Left/right throughout: every follower and tap then sees its own channel.
+void uncodePairs(Plug& fx) {
+    fx.setParameter(kMsState, 0.0f);
+    settleEngine(fx);
+    ASSERT_EQ(fx.getMsMask(), 0);
+}
+
+void relayout(Plug& fx, int32_t channels) {
+    fx.setNumInputs(channels);
+    fx.setNumOutputs(channels);
+    fx.setChannelLayout(standardChannelLayout(channels));
+    fx.resume();
+}
+
+std::vector<double> readTap(Plug& fx, int32_t tap, int32_t count) {
+    std::vector<double> dest(size_t(count), std::nan(""));
+    fx.getAnalyserTap(dest.data(), count, tap);
+    return dest;
+}
+
+std::vector<double> lastOf(const std::vector<double>& x, size_t n) {
+    return std::vector<double>(x.end() - std::ptrdiff_t(n), x.end());
+}
+
+// Samples [from, from + n) of every channel.
+Signal slice(const Signal& x, int32_t from, int32_t n) {
+    Signal part;
+    for (const auto& ch : x) part.emplace_back(ch.begin() + from, ch.begin() + from + n);
+    return part;
+}
+
+bool allZero(const std::vector<double>& x) {
+    for (double v : x)
+        if (v != 0.0) return false;
+    return true;
+}
+
+// The "Clip threshold" global setting for the life of a test; 0 ("0dB")
+// again afterwards, so no other test inherits it.
+class ClipThresholdSetting {
+public:
+    ClipThresholdSetting(Plug& fx, int32_t value) : fx(fx) { apply(value); }
+    ~ClipThresholdSetting() { apply(0); }
+
+private:
+    void apply(int32_t value) {
+        GlobalSettings::instance().setValue("Clip threshold", value);
+        fx.reloadGlobalSettings();
+    }
+    Plug& fx;
+};
+
+// ---------------------------------------------------------------------------
+// Readings of a steady signal
+
+TEST(Meters, DigitalReadsTheCrestOfASineOnEveryFollower) {
+    // A period of 40 samples puts samples on the crests, 20 samples apart.
+    // Between crests the "Digital" release (20 dB in 0.3 s) lets a reading
+    // sag by at most 0.1^(20 / 14400), 0.3%, whenever it is read. One, three
+    // and eight channels, each at its own level: no follower hears another.
+    for (int32_t channels : {1, 3, 8}) {
+        SCOPED_TRACE(channels);
+        auto fx = meteredPlug(channels, kDigital, 48000.0f);
+        uncodePairs(*fx);
+        Signal in(static_cast<size_t>(channels));
+        for (int32_t c = 0; c < channels; ++c) in[size_t(c)] = sine(2000, 0.1 * (c + 1), 1.0 / 40.0, 3 * c);
+        constexpr int32_t kStep = 37;
+        for (int32_t at = 0; at + kStep <= 2000; at += kStep) {
+            runWhole(*fx, slice(in, at, kStep));
+            if (at + kStep < 80) continue;  // two cycles first
+            for (int32_t c = 0; c < channels; ++c) {
+                const double peak = 0.1 * (c + 1);
+                ASSERT_LE(fx->getLevelMeter(c), peak * (1.0 + 1e-12)) << c << " at " << at;
+                ASSERT_GE(fx->getLevelMeter(c), peak * 0.995) << c << " at " << at;
+                ASSERT_LE(fx->getCodedLevelMeter(c), peak * (1.0 + 1e-12)) << c << " at " << at;
+                ASSERT_GE(fx->getCodedLevelMeter(c), peak * 0.995) << c << " at " << at;
+            }
+        }
+        for (int32_t c = channels; c < Plug::kMaxChannels; ++c) {
+            EXPECT_EQ(fx->getLevelMeter(c), 0.0) << c;
+            EXPECT_EQ(fx->getCodedLevelMeter(c), 0.0) << c;
+        }
+    }
+}
+
+TEST(Meters, VuSettlesOnTheMeanOfTheRectifiedSine) {
+    // With equal attack and release the "VU" follower is a one-pole lowpass
+    // of |x|, time constant 0.3 s / ln(100) = 65 ms, so it settles on the
+    // mean of |sin|, 2/pi of the peak. What is left of the rectified sine's
+    // ripple is its 2 kHz component, 4/(3 pi) of the peak, divided by
+    // 2 pi * 2 kHz * 65 ms = 820: +-0.08% of the reading. 0.25% leaves room
+    // for that and nothing else; a peak reading would be 57% off.
+    auto fx = meteredPlug(2, kVU, 44100.0f);
+    uncodePairs(*fx);
+    const int32_t frames = 44100 * 2;
+    const Signal in = {sine(frames, 0.5, 1000.0 / 44100.0), sine(frames, 0.25, 1000.0 / 44100.0, 7)};
+    int32_t at = 44100 * 3 / 2;  // 23 time constants to settle
+    runWhole(*fx, slice(in, 0, at));
+    // Read at twenty points over the next half second, at all phases.
+    for (const int32_t step : std::vector<int32_t>(20, 1097)) {
+        runWhole(*fx, slice(in, at, step));
+        at += step;
+        for (int32_t c = 0; c < 2; ++c) {
+            const double mean = (c == 0 ? 0.5 : 0.25) * 2.0 / std::numbers::pi;
+            EXPECT_NEAR(fx->getLevelMeter(c), mean, mean * 0.0025) << c << " at " << at;
+            EXPECT_NEAR(fx->getCodedLevelMeter(c), mean, mean * 0.0025) << c << " at " << at;
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Where the meters sit
+
+TEST(Meters, CodedMetersShowMidAndSidePlainMetersLeftAndRight) {
+    // The default codes the stereo pair; the coded followers see the pair as
+    // the bank does, mid = L + R and side = L - R, the plain ones as the host
+    // does.
+    {
+        auto fx = meteredPlug(2, kDigital, 44100.0f);
+        ASSERT_EQ(fx->getMsMask() & 1, 1);
+        const std::vector<double> x = square(2000, 0.25);
+        runWhole(*fx, {x, x});
+        EXPECT_EQ(fx->getLevelMeter(0), 0.25);
+        EXPECT_EQ(fx->getLevelMeter(1), 0.25);
+        EXPECT_EQ(fx->getCodedLevelMeter(0), 0.5);
+        EXPECT_EQ(fx->getCodedLevelMeter(1), 0.0);
+    }
+    {
+        auto fx = meteredPlug(2, kDigital, 44100.0f);
+        std::vector<double> x = square(2000, 0.25), y = x;
+        for (double& v : y) v = -v;
+        runWhole(*fx, {x, y});
+        EXPECT_EQ(fx->getLevelMeter(0), 0.25);
+        EXPECT_EQ(fx->getLevelMeter(1), 0.25);
+        EXPECT_EQ(fx->getCodedLevelMeter(0), 0.0);
+        EXPECT_EQ(fx->getCodedLevelMeter(1), 0.5);
+    }
+}
+
+TEST(Meters, BeforeTheBankTheyReadTheInputAfterItTheOutput) {
+    auto fx = meteredPlug(2, kDigital, 44100.0f);
+    setShown(*fx, kGain, -20.0);
+    settleEngine(*fx);
+    fx->resume();  // the gain starts at its target, without a fade
+    // The gain is -20 dB as the parameter's float value gives it: 1e-6 room.
+    const std::vector<double> x = square(4410, 0.25);
+    runWhole(*fx, {x, x});
+    EXPECT_NEAR(fx->getLevelMeter(0), 0.025, 0.025e-6);
+    EXPECT_NEAR(fx->getCodedLevelMeter(0), 0.05, 0.05e-6);
+    EXPECT_EQ(fx->getCodedLevelMeter(1), 0.0);
+
+    fx->setMeterPreBank(true);
+    runWhole(*fx, {x, x});
+    EXPECT_EQ(fx->getLevelMeter(0), 0.25);
+    EXPECT_EQ(fx->getLevelMeter(1), 0.25);
+    EXPECT_EQ(fx->getCodedLevelMeter(0), 0.5);
+    EXPECT_EQ(fx->getCodedLevelMeter(1), 0.0);
+
+    // Back after the bank, the readings fall to the output's level at the
+    // release rate, 20 dB in 0.3 s: after a second they are 1e-4 above it,
+    // after three 1e-11.
+    fx->setMeterPreBank(false);
+    for (int32_t i = 0; i < 10; ++i) runWhole(*fx, {x, x});
+    EXPECT_GT(fx->getLevelMeter(0), 0.025 + 0.5e-4);
+    for (int32_t i = 0; i < 20; ++i) runWhole(*fx, {x, x});
+    EXPECT_NEAR(fx->getLevelMeter(0), 0.025, 0.025e-6);
+    EXPECT_NEAR(fx->getCodedLevelMeter(0), 0.05, 0.05e-6);
+}
+
+// ---------------------------------------------------------------------------
+// Ballistics, timed from a step
+
+TEST(MeterBallistics, DigitalShowsOneSampleAtOnceAndFalls20dBIn300ms) {
+    auto fx = meteredPlug(2, kDigital, 44100.0f);
+    Signal in = constant(2, 100, 0.0);
+    in[0].back() = 1.0;
+    runWhole(*fx, in);
+    EXPECT_EQ(fx->getLevelMeter(0), 1.0);
+    EXPECT_EQ(fx->getLevelMeter(1), 0.0);
+    // One sample of release at 44100 Hz keeps 0.1^(1/13230) of the reading,
+    // the coefficient being 1 - 0.1^(1/13230) (48 kHz would keep 1.4e-5 more).
+    runWhole(*fx, constant(2, 1, 0.0));
+    EXPECT_NEAR(fx->getLevelMeter(0), std::pow(0.1, 1.0 / 13230.0), 1e-15);
+    // 0.3 s after the sample, 20 dB down.
+    runWhole(*fx, constant(2, 13229, 0.0));
+    EXPECT_NEAR(fx->getLevelMeter(0), 0.1, 1e-9);
+}
+
+TEST(MeterBallistics, VuReachesAndLeavesAStepWithinOnePercentIn300ms) {
+    auto fx = meteredPlug(2, kVU, 44100.0f);
+    runWhole(*fx, constant(2, 12789, 1.0));  // 0.29 s: not there yet
+    EXPECT_LT(fx->getLevelMeter(0), 0.99);
+    runWhole(*fx, constant(2, 441, 1.0));  // 0.3 s
+    EXPECT_NEAR(fx->getLevelMeter(0), 0.99, 1e-9);
+    runWhole(*fx, constant(2, 12789, 0.0));
+    EXPECT_GT(fx->getLevelMeter(0), 0.01);
+    runWhole(*fx, constant(2, 441, 0.0));
+    EXPECT_LE(fx->getLevelMeter(0), 0.01);
+    EXPECT_NEAR(fx->getLevelMeter(0), 0.99 * 0.01, 1e-9);
+}
+
+TEST(MeterBallistics, PpmRisesTo80PercentIn5ms) {
+    auto fx = meteredPlug(2, kPPM, 48000.0f);
+    runWhole(*fx, constant(2, 239, 1.0));
+    EXPECT_LT(fx->getLevelMeter(0), 0.8);
+    runWhole(*fx, constant(2, 1, 1.0));  // 240 samples: 5 ms
+    EXPECT_NEAR(fx->getLevelMeter(0), 0.8, 1e-9);
+}
+
+TEST(MeterBallistics, BbcFallsTo6Point31PercentIn2Point8s) {
+    auto fx = meteredPlug(2, kBBC, 48000.0f);
+    // 50 attack times: full scale, short only by where a step of the attack
+    // becomes too small to move the sum (c * (1 - e) under half an ulp).
+    runWhole(*fx, constant(2, 24000, 1.0));
+    EXPECT_NEAR(fx->getLevelMeter(0), 1.0, 1e-13);
+    run(*fx, constant(2, 134400, 0.0), 4096);
+    EXPECT_NEAR(fx->getLevelMeter(0), 0.0631, 1e-9);
+}
+
+TEST(MeterBallistics, SilenceLeavesEveryBallisticOnAWholeNumberOfGrains) {
+    // After each chunk the guard, (e + 1) - 1, puts a reading on the grid of
+    // doubles next to 1.0. In silence the release multiplies a reading by f
+    // per 1024-sample chunk; on the grid it stops where that moves it by
+    // less than half a grain, at most 0.5 / (1 - f) grains above zero. It
+    // never goes subnormal.
+    struct Release {
+        Ballistic type;
+        double base, seconds;
+    };
+    for (const Release& r : {Release{kDigital, 0.1, 0.3}, Release{kPPM, 0.1, 1.7}, Release{kVU, 0.01, 0.3},
+                             Release{kBBC, 0.0631, 2.8}}) {
+        SCOPED_TRACE(r.type);
+        auto fx = meteredPlug(2, r.type, 44100.0f);
+        runWhole(*fx, {square(4410, 1.0), square(4410, 1.0)});
+        ASSERT_GT(fx->getLevelMeter(0), 0.5);
+        // Long enough to fall by 1e-17.
+        const int32_t frames = int32_t(44100.0 * r.seconds * 17.0 / -std::log10(r.base)) + 44100;
+        run(*fx, constant(2, frames, 0.0), 1024);
+        const double f = std::pow(r.base, 1024.0 / (44100.0 * r.seconds));
+        for (double level : {fx->getLevelMeter(0), fx->getCodedLevelMeter(0), fx->getCodedLevelMeter(1)}) {
+            const double grains = level / kGrain;
+            EXPECT_EQ(grains, std::floor(grains));
+            EXPECT_LE(grains, 0.5 / (1.0 - f));
+            EXPECT_NE(std::fpclassify(level), FP_SUBNORMAL);
+        }
+    }
+}
+
+TEST(MeterBallistics, ALevelBelowHalfAGrainReadsExactlyZero) {
+    // Without the guard an instant attack would show 1e-17 as it is.
+    auto fx = meteredPlug(2, kDigital, 44100.0f);
+    runWhole(*fx, constant(2, 64, 1e-17));
+    EXPECT_EQ(fx->getLevelMeter(0), 0.0);
+    EXPECT_EQ(fx->getCodedLevelMeter(0), 0.0);
+    // Above half a grain it shows, rounded to whole grains.
+    runWhole(*fx, constant(2, 64, 1e-15));
+    EXPECT_EQ(fx->getLevelMeter(0), std::round(1e-15 / kGrain) * kGrain);
+}
+
+// ---------------------------------------------------------------------------
+// The clip latch
+
+TEST(ClipLatch, FullScaleLatchesOnlyAtTheLowerThreshold) {
+    // Stereo coded as mid and side: the mid of a full-scale pair is 2.0, but
+    // the latch judges what leaves the effect.
+    const std::vector<double> full = square(1000, 1.0), over = square(1000, 1.01), under = square(1000, 0.988);
+    {
+        auto fx = makePlug(2);
+        runWhole(*fx, {full, full});
+        EXPECT_FALSE(fx->getClip()) << "exactly full scale is no clip at 0 dB";
+        runWhole(*fx, {over, full});
+        EXPECT_TRUE(fx->getClip());
+    }
+    {
+        auto fx = makePlug(2);
+        ClipThresholdSetting minus01dB(*fx, 1);
+        runWhole(*fx, {under, under});
+        EXPECT_FALSE(fx->getClip());
+        runWhole(*fx, {full, full});
+        EXPECT_TRUE(fx->getClip());
+        fx->setClip(false);
+        runWhole(*fx, {under, over});
+        EXPECT_TRUE(fx->getClip());
+    }
+}
+
+TEST(ClipLatch, StaysUntilCleared) {
+    auto fx = makePlug(2);
+    Signal in = constant(2, 500, 0.5);
+    in[1][250] = -1.01;
+    runWhole(*fx, in);
+    EXPECT_TRUE(fx->getClip());
+    for (int32_t i = 0; i < 20; ++i) runWhole(*fx, constant(2, 4410, 0.0));
+    EXPECT_TRUE(fx->getClip());
+    fx->setClip(false);
+    EXPECT_FALSE(fx->getClip());
+    runWhole(*fx, constant(2, 500, 0.5));
+    EXPECT_FALSE(fx->getClip());
+}
+
+// ---------------------------------------------------------------------------
+// The analyser taps
+
+TEST(AnalyserTap, BeforeAnyAudioEveryTapReadsZeros) {
+    auto fx = makePlug(4);  // built for stereo, told four channels
+    ASSERT_FALSE(Plug::audioHasRun());
+    for (int32_t tap = 0; tap < 8; ++tap) EXPECT_TRUE(allZero(readTap(*fx, tap, 8192))) << tap;
+    // The rings made for the reader are the ones the audio then fills.
+    uncodePairs(*fx);
+    Signal in;
+    for (int32_t c = 0; c < 4; ++c) in.push_back(ramp(3000, 1.0 / 65536.0, 1000 * c));
+    run(*fx, in, 512);
+    for (int32_t c = 0; c < 4; ++c) EXPECT_EQ(readTap(*fx, c, 3000), in[size_t(c)]) << c;
+}
+
+TEST(AnalyserTap, AReaderAtTheFirstBlockDoesNotMeetTheAudio) {
+    // An analyser already reading when the host starts: its making of the
+    // buffers and the first block's must not overlap (the thread sanitizer
+    // build checks), and what it reads is always zeros or the signal.
+    for (int32_t attempt = 0; attempt < 20; ++attempt) {
+        auto fx = makePlug(4);
+        uncodePairs(*fx);
+        ASSERT_FALSE(Plug::audioHasRun());
+        std::atomic<bool> stop{false};
+        std::atomic<int64_t> strange{0};
+        std::thread reader([&] {
+            std::vector<double> buffer(256);
+            while (!stop.load()) {
+                for (int32_t tap = 0; tap < 8; ++tap) {
+                    fx->getAnalyserTap(buffer.data(), 256, tap);
+                    for (double v : buffer) strange.fetch_add(v != 0.0 && v != 0.5);
+                }
+            }
+        });
+        const Signal in = constant(4, 256, 0.5);
+        for (int32_t block = 0; block < 50; ++block) run(*fx, in, 256);
+        stop.store(true);
+        reader.join();
+        EXPECT_EQ(strange.load(), 0);
+        run(*fx, in, 256);
+        EXPECT_EQ(readTap(*fx, 3, 256), in[3]);
+    }
+}
+
+TEST(AnalyserTap, PostTapsGiveTheLatestOutputOldestFirst) {
+    auto fx = makePlug(2);
+    uncodePairs(*fx);
+    const int32_t frames = 10000;  // more than a ring: the copy wraps
+    const Signal in = {ramp(frames, 1.0 / 16384.0), ramp(frames, -1.0 / 32768.0)};
+    const Signal out = run(*fx, in, {700, 13, 1024, 3000});
+    ASSERT_EQ(out, in);
+    for (int32_t c = 0; c < 2; ++c) {
+        EXPECT_EQ(readTap(*fx, c, 3000), lastOf(out[size_t(c)], 3000)) << c;
+        EXPECT_EQ(readTap(*fx, c, 1), lastOf(out[size_t(c)], 1)) << c;
+        EXPECT_EQ(readTap(*fx, c, Plug::kRingLength), lastOf(out[size_t(c)], Plug::kRingLength)) << c;
+    }
+    // More than a ring holds: the whole ring, then zeros.
+    const std::vector<double> more = readTap(*fx, 0, 9000);
+    EXPECT_EQ(std::vector<double>(more.begin(), more.begin() + Plug::kRingLength),
+              lastOf(out[0], Plug::kRingLength));
+    EXPECT_TRUE(allZero(std::vector<double>(more.begin() + Plug::kRingLength, more.end())));
+}
+
+TEST(AnalyserTap, ACodedPairShowsAsMidAndSide) {
+    auto fx = makePlug(2);
+    const Signal in = {ramp(4000, 1.0 / 16384.0), ramp(4000, 1.0 / 65536.0)};
+    EXPECT_EQ(run(*fx, in, 512), in);
+    const std::vector<double> mid = readTap(*fx, 0, 2000), side = readTap(*fx, 1, 2000);
+    for (size_t i = 0; i < 2000; ++i) {
+        EXPECT_EQ(mid[i], in[0][2000 + i] + in[1][2000 + i]) << i;
+        EXPECT_EQ(side[i], in[0][2000 + i] - in[1][2000 + i]) << i;
+    }
+}
+
+TEST(AnalyserTap, APreTapIsCopiedOnceReadAndGivesTheInput) {
+    auto fx = makePlug(2);
+    uncodePairs(*fx);
+    setShown(*fx, kGain, -20.0);
+    settleEngine(*fx);
+    fx->resume();
+    run(*fx, {ramp(2000, 1.0 / 16384.0), ramp(2000, 1.0 / 16384.0)}, 512);
+    // Nothing was copied before the bank until now: this read switches it on.
+    EXPECT_TRUE(allZero(readTap(*fx, 2, 2000)));
+    const Signal in = {ramp(5000, 1.0 / 16384.0, 2000), ramp(5000, -1.0 / 65536.0)};
+    const Signal out = run(*fx, in, 512);
+    EXPECT_EQ(readTap(*fx, 2, 5000), in[0]);
+    EXPECT_EQ(readTap(*fx, 3, 5000), in[1]);
+    const std::vector<double> post = readTap(*fx, 0, 5000);
+    EXPECT_EQ(post, out[0]);
+    for (size_t i = 0; i < 5000; ++i) ASSERT_NEAR(post[i], 0.1 * in[0][i], 1e-6) << i;
+}
+
+TEST(AnalyserTap, UnknownTapsReadZerosAndEmptyReadsWriteNothing) {
+    auto fx = makePlug(2);
+    run(*fx, {square(3000, 0.5), square(3000, 0.25)}, 512);
+    ASSERT_FALSE(allZero(readTap(*fx, 0, 100)));
+    for (int32_t tap : {-1, 4, 5, 1000, std::numeric_limits<int32_t>::min()})
+        EXPECT_TRUE(allZero(readTap(*fx, tap, 100))) << tap;
+    std::vector<double> dest(4, 7.0);
+    fx->getAnalyserTap(dest.data(), 0, 0);
+    fx->getAnalyserTap(dest.data(), -3, 0);
+    EXPECT_EQ(dest, std::vector<double>(4, 7.0));
+    fx->getAnalyserTap(nullptr, 100, 0);
+}
+
+TEST(AnalyserTap, FollowsTheRingsThroughLayoutChanges) {
+    auto fx = makePlug(2);
+    uncodePairs(*fx);
+    auto levels = [](int32_t channels) {
+        Signal in;
+        for (int32_t c = 0; c < channels; ++c) in.push_back(std::vector<double>(2000, (c + 1) / 16.0));
+        return in;
+    };
+    run(*fx, levels(2), 512);
+    EXPECT_EQ(readTap(*fx, 1, 100), std::vector<double>(100, 2.0 / 16.0));
+    // New rings while the reader holds the old ones.
+    relayout(*fx, 4);
+    run(*fx, levels(4), 512);
+    EXPECT_EQ(readTap(*fx, 3, 100), std::vector<double>(100, 4.0 / 16.0));
+    EXPECT_TRUE(allZero(readTap(*fx, 8, 100)));
+    // Two generations the reader never saw, then one channel.
+    relayout(*fx, 6);
+    run(*fx, levels(6), 512);
+    relayout(*fx, 1);
+    run(*fx, levels(1), 512);
+    EXPECT_EQ(readTap(*fx, 0, 100), std::vector<double>(100, 1.0 / 16.0));
+    EXPECT_TRUE(allZero(readTap(*fx, 2, 100)));
+    // A block size change keeps the rings and their contents.
+    const Signal in = {ramp(3000, 1.0 / 16384.0)};
+    run(*fx, in, {64, 4096, 100});
+    EXPECT_EQ(readTap(*fx, 0, 3000), in[0]);
+    // An instance whose rings were replaced with no reader at all frees them
+    // when it goes (the address sanitizer build checks).
+    auto unread = makePlug(2);
+    for (int32_t channels : {3, 8, 2}) {
+        relayout(*unread, channels);
+        run(*unread, levels(channels), 512);
+    }
+}
+
+TEST(AnalyserTap, AReaderThreadSurvivesLayoutChanges) {
+    // The host's threads change the layout and process while an analyser
+    // reads every tap as fast as it can. Every value the reader sees must be
+    // one the effect carried, or a ring's zeros.
+    auto fx = makePlug(2);
+    uncodePairs(*fx);
+    auto levels = [](int32_t channels) {
+        Signal in;
+        for (int32_t c = 0; c < channels; ++c) in.push_back(std::vector<double>(3000, (c + 1) / 16.0));
+        return in;
+    };
+    run(*fx, levels(2), 512);
+    std::atomic<bool> stop{false};
+    std::atomic<int64_t> reads{0}, strange{0};
+    std::thread reader([&] {
+        std::vector<double> buffer(size_t(Plug::kRingLength));
+        while (!stop.load()) {
+            for (int32_t tap = 0; tap < 2 * Plug::kMaxChannels; ++tap) {
+                fx->getAnalyserTap(buffer.data(), Plug::kRingLength, tap);
+                for (double v : buffer) {
+                    const double k = v * 16.0;
+                    if (!(v == 0.0 || (k == std::floor(k) && k >= 1.0 && k <= 8.0))) strange.fetch_add(1);
+                }
+            }
+            reads.fetch_add(1);
+        }
+    });
+    for (int32_t round = 0; round < 6; ++round) {
+        for (int32_t channels : {4, 1, 8, 3, 2}) {
+            relayout(*fx, channels);
+            const int64_t before = reads.load();
+            run(*fx, levels(channels), 256);
+            // Let the reader take this generation before the next.
+            while (reads.load() < before + 2) std::this_thread::yield();
+        }
+    }
+    stop.store(true);
+    reader.join();
+    EXPECT_GT(reads.load(), 30);
+    EXPECT_EQ(strange.load(), 0);
+}
+
+TEST(MetersSwitch, OffStopsFollowersTapsAndLatchButNotTheSound) {
+    auto fx = makePlug(2);
+    const std::vector<double> loud = square(3000, 1.5);
+    fx->setMetersEnabled(false);
+    const Signal quiet = runWhole(*fx, {loud, loud});
+    EXPECT_EQ(fx->getLevelMeter(0), 0.0);
+    EXPECT_EQ(fx->getCodedLevelMeter(0), 0.0);
+    EXPECT_FALSE(fx->getClip());
+    EXPECT_TRUE(allZero(readTap(*fx, 0, 3000)));
+    fx->setMetersEnabled(true);
+    const Signal metered = runWhole(*fx, {loud, loud});
+    EXPECT_EQ(metered, quiet);
+    EXPECT_EQ(fx->getLevelMeter(0), 1.5);
+    EXPECT_EQ(fx->getCodedLevelMeter(0), 3.0);
+    EXPECT_TRUE(fx->getClip());
+    EXPECT_EQ(std::fabs(readTap(*fx, 0, 1)[0]), 3.0);
+}
+
+}  // namespace
