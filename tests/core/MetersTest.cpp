@@ -11,7 +11,6 @@
 #include <limits>
 #include <memory>
 #include <numbers>
-#include <random>
 #include <thread>
 #include <vector>
 
