@@ -193,6 +193,13 @@ public:
     bool isAutoListening() const { return autoListenBand.load() != -1; }
     int32_t getAutoListenBand() const { return autoListenBand.load(); }
     int32_t getAutoListenGainMode() const { return listenGainMode; }
+    // Editor thread: the live controls of a band (BandControl bits: gain,
+    // frequency, Q, the extra control, slope) for its type and subtype; the
+    // extra control's name goes to label (kParamTextSize bytes) when it has
+    // one. With `listening` and AutoListen on, the listened band keeps
+    // frequency, and gain and Q where the AutoListen settings leave them to
+    // the user; every other band keeps frequency alone.
+    int32_t bandControls(int32_t band, char* label, bool listening);
     uint32_t getLockWord(int32_t program, int32_t word) const;
     // The instance's name. A host's name (byUser false) shows unless the
     // user has named the instance; a user's empty name gives the host's

@@ -3,6 +3,7 @@
 // works on while its frequency is dragged.
 
 #include <algorithm>
+#include <cstdio>
 
 #include "core/Plug.h"
 
@@ -85,4 +86,30 @@ void Plug::listenOnEndEdit(int32_t index) {
             notifyEditor(index, table[index].norm);
         }
     }
+}
+
+int32_t Plug::bandControls(int32_t band, char* label, bool listening) {
+    if (label != nullptr) label[0] = 0;
+    if (band < 0 || band >= kNumBands) return 0;
+    const int32_t listened = autoListenBand.load();
+    int32_t flags = 0;
+    {
+        std::lock_guard<PlugBaseMutex> held(engineLock);
+        const EQ* object = bank.getBandAt(band, 0);
+        if (object == nullptr) return 0;
+        // Under AutoListen the object runs a listening type; its controls
+        // are those of the type it had.
+        flags = object->controlMask(listened != -1);
+        if ((flags & kControlShift) != 0 && label != nullptr)
+            std::snprintf(label, kParamTextSize, "%s", object->shiftLabel(listened != -1));
+    }
+    if (listened == -1 || !listening) return flags;
+    if (band == listened) {
+        if (listenGainMode != 0) flags &= ~kControlGain;
+        if (listenQMode != 0 || listenIgnoresQ != 0) flags &= ~kControlQ;
+        flags &= ~kControlShift;
+    } else {
+        flags &= ~(kControlGain | kControlQ | kControlShift | kControlSlope);
+    }
+    return flags;
 }

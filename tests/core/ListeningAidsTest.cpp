@@ -235,3 +235,29 @@ TEST(AutoListen, SwitchingTheBandOffEndsItAndDisabledMeansNever) {
     fx->endEdit(bandParam(0, kFieldFrequency));
     useGlobal(*fx, "AutoListen Disabled", 0);
 }
+
+TEST(AutoListen, TheEditorKeepsOnlyTheControlsThatStillMeanSomething) {
+    auto fx = makePlug(2);
+    useGlobal(*fx, "AutoListen Enable", 0);
+    useGlobal(*fx, "AutoListen Gain", 1);  // "+12dB": the gain knob does nothing while listening
+    useGlobal(*fx, "AutoListen Q", 0);
+    useGlobal(*fx, "AutoListen Ignores Q", 0);
+    band(*fx, 0, kTypePeak, 3.0, 500.0);
+    band(*fx, 1, kTypeHPF, 0.0, 40.0);
+    settleEngine(*fx);
+    char label[kParamTextSize];
+    const int32_t peak = fx->bandControls(0, label, true);
+    EXPECT_EQ(peak & (kControlGain | kControlFrequency | kControlQ), kControlGain | kControlFrequency | kControlQ);
+    EXPECT_NE(fx->bandControls(1, label, true) & kControlSlope, 0);
+
+    fx->setAutoListenArmed(true);
+    fx->beginEdit(bandParam(0, kFieldFrequency));
+    settleEngine(*fx);
+    // The peak's own controls, from the type it had, less the gain.
+    EXPECT_EQ(fx->bandControls(0, label, true), peak & ~(kControlGain | kControlShift));
+    EXPECT_EQ(fx->bandControls(1, label, true), kControlFrequency);
+    EXPECT_NE(fx->bandControls(1, label, false) & kControlSlope, 0);  // not asked for the listening view
+    fx->setAutoListenArmed(false);
+    fx->endEdit(bandParam(0, kFieldFrequency));
+    useGlobal(*fx, "AutoListen Gain", 0);
+}
