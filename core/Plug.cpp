@@ -944,13 +944,17 @@ template <typename T>
 void Plug::processBlock(T** inputs, T** outputs, int32_t n) noexcept {
     audioHasRunFlag.store(true, std::memory_order_relaxed);
     // Until the first block an analyser may be making the buffers; a block
-    // that meets it passes untouched. After that the reader never allocates,
-    // and this is one load per block.
+    // that meets it is silent. After that the reader never allocates, and
+    // this is one load per block.
     if (!audioStarted.load(std::memory_order_relaxed)) audioStarted.store(true);
-    if (tapAllocating.load()) return;
     const int32_t channels = cEffect.numInputs;
     if (channels != cEffect.numOutputs || channels < 1 || channels > kMaxChannels || n <= 0) return;
     if (!inputs || !outputs) return;
+    if (tapAllocating.load()) {
+        for (int32_t c = 0; c < channels; ++c)
+            if (outputs[c]) std::fill_n(outputs[c], n, T(0));
+        return;
+    }
     for (int32_t c = 0; c < channels; ++c)
         if (!inputs[c] || !outputs[c]) return;
 
