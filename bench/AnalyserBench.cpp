@@ -10,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include "BenchInstance.h"
 #include "core/Plug.h"
 #include "gui/AnalyserEngine.h"
 #include "gui/PlugEd.h"
@@ -17,12 +18,7 @@
 namespace {
 
 void BM_AnalyserFrame(benchmark::State& state) {
-    auto fx = std::make_unique<Plug>(nullptr);
-    fx->setNumInputs(2);
-    fx->setNumOutputs(2);
-    fx->setChannelLayout(standardChannelLayout(2));
-    fx->setSampleRate(48000.0f);
-    fx->resume();
+    auto fx = benchInstance(2);
     // Fill the rings with noise, as a running session has them.
     std::mt19937 gen(1);
     std::uniform_real_distribution<float> white(-0.3f, 0.3f);

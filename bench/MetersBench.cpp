@@ -12,6 +12,7 @@
 #include <random>
 #include <vector>
 
+#include "BenchInstance.h"
 #include "core/Plug.h"
 
 namespace {
@@ -19,12 +20,7 @@ namespace {
 constexpr int32_t kBlock = 512;
 
 std::unique_ptr<Plug> instanceWithBandsOn(int32_t channels) {
-    auto fx = std::make_unique<Plug>(nullptr);
-    fx->setNumInputs(channels);
-    fx->setNumOutputs(channels);
-    fx->setChannelLayout(standardChannelLayout(channels));
-    fx->setSampleRate(48000.0f);
-    fx->resume();
+    auto fx = benchInstance(channels);
     for (int32_t b = 0; b < kNumBands; ++b) {
         fx->setParameter(bandParam(b, kFieldState), 1.0f);  // on
         fx->setParameter(bandParam(b, kFieldFrequency), (b + 0.5f) / kNumBands);

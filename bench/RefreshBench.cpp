@@ -6,17 +6,13 @@
 
 #include <memory>
 
+#include "BenchInstance.h"
 #include "core/Plug.h"
 
 namespace {
 
 std::unique_ptr<Plug> stereoWithBandsOn() {
-    auto fx = std::make_unique<Plug>(nullptr);
-    fx->setNumInputs(2);
-    fx->setNumOutputs(2);
-    fx->setChannelLayout(standardChannelLayout(2));
-    fx->setSampleRate(48000.0f);
-    fx->resume();
+    auto fx = benchInstance(2);
     for (int32_t b = 0; b < kNumBands; ++b) {
         fx->setParameter(bandParam(b, kFieldState), 1.0f);
         fx->setParameter(bandParam(b, kFieldFrequency), float(b) / kNumBands);

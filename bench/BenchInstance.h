@@ -1,0 +1,17 @@
+#pragma once
+// An instance as the benchmarks use it: a host's set-up of channels,
+// standard layout and 48 kHz, resumed and ready for blocks.
+
+#include <memory>
+
+#include "core/Plug.h"
+
+inline std::unique_ptr<Plug> benchInstance(int32_t channels) {
+    auto fx = std::make_unique<Plug>(nullptr);
+    fx->setNumInputs(channels);
+    fx->setNumOutputs(channels);
+    fx->setChannelLayout(standardChannelLayout(channels));
+    fx->setSampleRate(48000.0f);
+    fx->resume();
+    return fx;
+}
