@@ -1,19 +1,25 @@
 #!/usr/bin/env bash
-# Installs the Debian packages the project builds and tests with.
+# Installs the Debian packages the project builds and tests with, or, with
+# arguments, those packages instead (scripts/bench-deps.sh does that).
 # Idempotent: asks apt only for what dpkg says is missing, and refreshes
 # the package lists only when something has to be installed.
 set -euo pipefail
 
+label="deps"
 packages=(
   build-essential cmake ninja-build pkg-config git
   clang libclang-rt-14-dev
   libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev
   zlib1g-dev libpng-dev libcjson-dev libstb-dev
   libsndfile1-dev
-  lv2-dev liblilv-dev lilv-utils
-  libx11-dev libxext-dev xvfb
+  lv2-dev liblilv-dev lilv-utils sordi
+  libx11-dev libxext-dev libxtst-dev xvfb xauth
   fonts-league-spartan fonts-open-sans
 )
+if [ "$#" -gt 0 ]; then
+  label="${DEPS_LABEL:-deps}"
+  packages=("$@")
+fi
 
 missing=()
 for p in "${packages[@]}"; do
@@ -23,11 +29,11 @@ for p in "${packages[@]}"; do
 done
 
 if [ "${#missing[@]}" -eq 0 ]; then
-  echo "deps: all ${#packages[@]} packages present"
+  echo "$label: all ${#packages[@]} packages present"
   exit 0
 fi
 
-echo "deps: installing ${missing[*]}"
+echo "$label: installing ${missing[*]}"
 sudo_cmd=()
 if [ "$(id -u)" -ne 0 ]; then
   sudo_cmd=(sudo)

@@ -92,11 +92,14 @@ inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host 
 // engine lock, so until one gets through) and waits for the worker (at most
 // a second).
 inline void settleEngine(Plug& fx) {
-    for (int i = 0; i < 500; ++i) {
+    // FIR designs on the worker can take seconds on a loaded machine (CI
+    // compiling beside the tests): wait by the clock, generously.
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    do {
         fx.refreshEngine(true);
         if (!fx.isRefreshPending() && !fx.isWorkerPending()) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
+    } while (std::chrono::steady_clock::now() < deadline);
     fx.updateLatency();
 }
 

@@ -1,0 +1,344 @@
+// The standard controls driven through a headless frame: presses, drags
+// and the wheel go to the frame in frame coordinates, and a recording
+// listener sees the values and the edit brackets.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "gui/toolkit/Buttons.h"
+#include "gui/toolkit/CFrame.h"
+#include "gui/toolkit/Knobs.h"
+#include "gui/toolkit/Sliders.h"
+#include "gui/toolkit/Switches.h"
+
+using namespace VSTGUI;
+
+namespace {
+
+struct Event {
+    std::string what;  // "begin", "value" or "end"
+    float value;
+};
+
+class Recorder : public CControlListener {
+public:
+    void valueChanged(CControl* c) override { events.push_back({"value", c->getValue()}); }
+    void controlBeginEdit(CControl* c) override { events.push_back({"begin", c->getValue()}); }
+    void controlEndEdit(CControl* c) override { events.push_back({"end", c->getValue()}); }
+
+    std::vector<float> values() const {
+        std::vector<float> out;
+        for (const Event& e : events)
+            if (e.what == "value") out.push_back(e.value);
+        return out;
+    }
+    // True when the events are one begin, then only values, then one end.
+    bool oneBracketAroundValues() const {
+        if (events.size() < 2 || events.front().what != "begin" || events.back().what != "end") return false;
+        for (size_t i = 1; i + 1 < events.size(); ++i)
+            if (events[i].what != "value") return false;
+        return true;
+    }
+
+    std::vector<Event> events;
+};
+
+class Controls : public ::testing::Test {
+protected:
+    void SetUp() override { frame = new CFrame(CRect(0, 0, 300, 300), nullptr); }
+    void TearDown() override { frame->forget(); }
+
+    template <class T>
+    T* add(T* control) {
+        frame->addView(control);
+        return control;
+    }
+    CMouseEventResult press(CCoord x, CCoord y, int32_t buttons = kLButton) {
+        CPoint p(x, y);
+        return frame->onMouseDown(p, buttons);
+    }
+    void move(CCoord x, CCoord y, int32_t buttons = kLButton) {
+        CPoint p(x, y);
+        frame->onMouseMoved(p, buttons);
+    }
+    void release(CCoord x, CCoord y, int32_t buttons = 0) {
+        CPoint p(x, y);
+        frame->onMouseUp(p, buttons);
+    }
+    void drag(CPoint from, CPoint to, int32_t buttons = kLButton) {
+        press(from.x, from.y, buttons);
+        move(to.x, to.y, buttons);
+        release(to.x, to.y);
+    }
+
+    CFrame* frame = nullptr;
+    Recorder recorder;
+};
+
+// ---- Knobs ----
+
+TEST_F(Controls, KnobDragsByHalfItsRangePerHundredPixelsAndFineByATenthOfThat) {
+    auto* coarse = add(new CKnob(CRect(10, 150, 50, 190), &recorder, 1));
+    coarse->setValue(0.2f);
+    drag({30, 170}, {30, 70});
+    EXPECT_NEAR(coarse->getValue(), 0.7f, 1e-4f);
+
+    auto* fine = add(new CKnob(CRect(60, 150, 100, 190), nullptr, 2));
+    fine->setValue(0.2f);
+    const int32_t fineBits = kLButton | modifierRoles().fine;
+    drag({80, 170}, {80, 70}, fineBits);
+    EXPECT_NEAR(fine->getValue(), 0.25f, 1e-4f);
+
+    // Dragging down lowers the value; a wider range scales the step.
+    auto* wide = add(new CKnob(CRect(110, 150, 150, 190), nullptr, 3));
+    wide->setMin(-12);
+    wide->setMax(12);
+    wide->setValue(0);
+    drag({130, 170}, {130, 220});
+    EXPECT_NEAR(wide->getValue(), -6.0f, 1e-3f);
+}
+
+TEST_F(Controls, KnobFineModifierMidDragSlowsOnlyTheRestOfTheDrag) {
+    auto* knob = add(new CKnob(CRect(10, 150, 50, 190), nullptr, 1));
+    knob->setValue(0);
+    press(30, 170);
+    move(30, 120);                                     // +0.25
+    move(30, 70, kLButton | modifierRoles().fine);     // +0.025
+    EXPECT_NEAR(knob->getValue(), 0.275f, 1e-4f);
+    release(30, 70);
+}
+
+TEST_F(Controls, KnobClampsAtItsEndsAndBracketsTheDragOnce) {
+    auto* knob = add(new CKnob(CRect(10, 150, 50, 190), &recorder, 1));
+    knob->setValue(0.9f);
+    press(30, 170);
+    move(30, 140);   // 0.9 + 30 / 200, held at the top
+    EXPECT_FLOAT_EQ(knob->getValue(), 1.0f);
+    move(30, -200);  // still at the top: nothing to report
+    move(30, 400);   // 600 px down: held at the bottom
+    EXPECT_FLOAT_EQ(knob->getValue(), 0.0f);
+    release(30, 400);
+
+    EXPECT_TRUE(recorder.oneBracketAroundValues());
+    EXPECT_EQ(recorder.values(), (std::vector<float>{1, 0}));
+    EXPECT_FALSE(knob->isEditing());
+}
+
+TEST_F(Controls, DoubleClickResetsKnobsAndSlidersToTheirDefault) {
+    auto* knob = add(new CKnob(CRect(10, 10, 50, 50), &recorder, 1));
+    knob->setDefaultValue(0.5f);
+    knob->setValue(0.9f);
+    auto* slider = add(new CVerticalSlider(CRect(100, 10, 120, 130), nullptr, 2));
+    slider->setDefaultValue(0.25f);
+    slider->setValue(0.75f);
+
+    const CRect handle = slider->getHandleRect();
+    const CCoord handleX = (handle.left + handle.right) / 2;
+    const CCoord handleY = (handle.top + handle.bottom) / 2;
+    press(30, 30);
+    release(30, 30);
+    press(handleX, handleY);
+    release(handleX, handleY);
+    EXPECT_FLOAT_EQ(knob->getValue(), 0.9f);  // single presses change nothing
+    EXPECT_FLOAT_EQ(slider->getValue(), 0.75f);
+
+    recorder.events.clear();
+    EXPECT_EQ(press(30, 30), kMouseDownEventHandledButDontNeedMovedOrUpEvents);
+    EXPECT_FLOAT_EQ(knob->getValue(), 0.5f);
+    EXPECT_TRUE(recorder.oneBracketAroundValues());
+    press(handleX, handleY);
+    EXPECT_FLOAT_EQ(slider->getValue(), 0.25f);
+}
+
+TEST_F(Controls, WheelStepsByTheIncrementAndFineByATenth) {
+    auto* knob = add(new CKnob(CRect(10, 10, 50, 50), &recorder, 1));
+    knob->setValue(0.5f);
+    EXPECT_TRUE(frame->onWheel(CPoint(30, 30), 1.0f, 0));
+    EXPECT_NEAR(knob->getValue(), 0.6f, 1e-5f);
+    EXPECT_TRUE(frame->onWheel(CPoint(30, 30), -1.0f, modifierRoles().fine));
+    EXPECT_NEAR(knob->getValue(), 0.59f, 1e-5f);
+
+    auto* slider = add(new CHorizontalSlider(CRect(60, 10, 180, 30), nullptr, 2));
+    slider->setValue(0.95f);
+    frame->onWheel(CPoint(100, 20), 1.0f, 0);
+    EXPECT_FLOAT_EQ(slider->getValue(), 1.0f);
+
+    // Buttons ignore the wheel.
+    auto* button = add(new COnOffButton(CRect(200, 10, 240, 30), nullptr, 3));
+    EXPECT_FALSE(frame->onWheel(CPoint(220, 20), 1.0f, 0));
+    EXPECT_FLOAT_EQ(button->getValue(), 0.0f);
+}
+
+TEST_F(Controls, OnlyTheLeftButtonEdits) {
+    auto* knob = add(new CKnob(CRect(10, 10, 50, 50), &recorder, 1));
+    knob->setValue(0.5f);
+    EXPECT_EQ(press(30, 30, kRButton), kMouseEventNotHandled);
+    move(30, 0, kRButton);
+    release(30, 0);
+    EXPECT_FLOAT_EQ(knob->getValue(), 0.5f);
+    EXPECT_TRUE(recorder.events.empty());
+}
+
+// ---- Sliders ----
+
+TEST_F(Controls, VerticalSliderHandleFollowsThePointerFromWhereItWasGrabbed) {
+    // 20 px wide: a 12 px handle travelling 108 px, minimum at the bottom.
+    auto* slider = add(new CVerticalSlider(CRect(100, 20, 120, 140), &recorder, 1));
+    slider->setValue(0);
+    EXPECT_EQ(slider->getHandleRect(), CRect(101, 128, 119, 140));
+
+    // Grabbed 2 px below the handle's top: moving up 54 px is half the travel.
+    press(110, 130);
+    move(110, 76);
+    EXPECT_NEAR(slider->getValue(), 0.5f, 1e-4f);
+    move(110, -50);
+    EXPECT_FLOAT_EQ(slider->getValue(), 1.0f);
+    release(110, -50);
+    EXPECT_TRUE(recorder.oneBracketAroundValues());
+}
+
+TEST_F(Controls, SliderClickBesideTheHandleCentresItThere) {
+    auto* slider = add(new CVerticalSlider(CRect(100, 20, 120, 140), nullptr, 1));
+    slider->setValue(0);
+    press(110, 80);  // handle centre at local 60: its top at 54 of 108
+    EXPECT_NEAR(slider->getValue(), 0.5f, 1e-4f);
+    release(110, 80);
+
+    // Minimum on the right: the value grows leftwards.
+    auto* reversed = add(new CHorizontalSlider(CRect(10, 200, 130, 220), nullptr, 2, nullptr, nullptr, kRight));
+    reversed->setValue(0);
+    EXPECT_EQ(reversed->getHandleRect().right, 130);
+    press(70, 210);
+    EXPECT_NEAR(reversed->getValue(), 0.5f, 1e-4f);
+    release(70, 210);
+}
+
+TEST_F(Controls, SliderFineModifierMovesTenTimesSlowerFromTheStartPoint) {
+    auto* slider = add(new CHorizontalSlider(CRect(10, 10, 130, 30), nullptr, 1));
+    slider->setValue(0.5f);
+    const int32_t fine = kLButton | modifierRoles().fine;
+    press(20, 20, fine);  // off the handle: with fine held nothing jumps
+    EXPECT_FLOAT_EQ(slider->getValue(), 0.5f);
+    move(128, 20, fine);  // the whole travel, 108 px
+    EXPECT_NEAR(slider->getValue(), 0.6f, 1e-4f);
+    // Letting go of the modifier keeps the handle where it is.
+    const CRect before = slider->getHandleRect();
+    move(128, 20);
+    EXPECT_EQ(slider->getHandleRect(), before);
+    move(138.8f, 20);
+    EXPECT_NEAR(slider->getValue(), 0.7f, 1e-4f);
+    release(138.8f, 20);
+}
+
+TEST_F(Controls, SliderTravelLimitsPlaceTheHandle) {
+    auto* slider = add(new CSlider(CRect(100, 20, 120, 140), nullptr, 1, kVertical | kTop));
+    slider->setMinPos(10);
+    slider->setMaxPos(50);
+    slider->setValue(0);
+    EXPECT_EQ(slider->getHandleRect().top, 30);
+    slider->setValue(1);
+    EXPECT_EQ(slider->getHandleRect().top, 70);
+}
+
+// ---- Buttons ----
+
+TEST_F(Controls, OnOffButtonTogglesAtEachPressInsideOneBracket) {
+    auto* button = add(new COnOffButton(CRect(10, 10, 50, 30), &recorder, 1));
+    press(20, 20);
+    release(20, 20);
+    EXPECT_FLOAT_EQ(button->getValue(), 1.0f);
+    EXPECT_TRUE(recorder.oneBracketAroundValues());
+    recorder.events.clear();
+    press(20, 20);
+    release(20, 20);
+    EXPECT_FLOAT_EQ(button->getValue(), 0.0f);
+    EXPECT_EQ(recorder.values(), std::vector<float>{0.0f});
+}
+
+TEST_F(Controls, KickButtonIsOnOnlyWhilePressedInside) {
+    auto* kick = add(new CKickButton(CRect(10, 10, 50, 30), &recorder, 1));
+    press(20, 20);
+    EXPECT_FLOAT_EQ(kick->getValue(), 1.0f);
+    release(20, 20);
+    EXPECT_TRUE(recorder.oneBracketAroundValues());
+    EXPECT_EQ(recorder.values(), (std::vector<float>{1, 0}));
+
+    recorder.events.clear();
+    press(20, 20);
+    move(80, 20);  // out: off
+    move(30, 20);  // back in: on
+    move(80, 20);
+    release(80, 20);  // released outside: already off
+    EXPECT_EQ(recorder.values(), (std::vector<float>{1, 0, 1, 0}));
+}
+
+TEST_F(Controls, MovieButtonTogglesOnlyWhenReleasedInside) {
+    auto* button = add(new CMovieButton(CRect(10, 10, 50, 30), &recorder, 1));
+    press(20, 20);
+    EXPECT_TRUE(recorder.values().empty());
+    release(25, 25);
+    EXPECT_FLOAT_EQ(button->getValue(), 1.0f);
+    press(20, 20);
+    release(90, 90);
+    EXPECT_FLOAT_EQ(button->getValue(), 1.0f);
+    EXPECT_EQ(recorder.values(), std::vector<float>{1.0f});
+}
+
+// ---- Switches ----
+
+TEST_F(Controls, SwitchesChooseThePositionUnderThePointer) {
+    auto* vertical = add(new CVerticalSwitch(CRect(10, 10, 30, 110), &recorder, 1, 5));
+    press(20, 15);
+    EXPECT_FLOAT_EQ(vertical->getValue(), 0.0f);
+    move(20, 60);
+    EXPECT_FLOAT_EQ(vertical->getValue(), 0.5f);
+    EXPECT_EQ(vertical->getPosition(), 2);
+    move(20, 400);
+    EXPECT_FLOAT_EQ(vertical->getValue(), 1.0f);
+    release(20, 400);
+    EXPECT_TRUE(recorder.oneBracketAroundValues());
+
+    auto* horizontal = add(new CHorizontalSwitch(CRect(50, 10, 110, 30), nullptr, 2, 3));
+    horizontal->setMax(2);
+    press(95, 20);
+    release(95, 20);
+    EXPECT_FLOAT_EQ(horizontal->getValue(), 2.0f);
+    press(75, 20);
+    release(75, 20);
+    EXPECT_FLOAT_EQ(horizontal->getValue(), 1.0f);
+}
+
+TEST_F(Controls, RockerHoldsItsEndWhilePressedAndReturnsToTheMiddle) {
+    auto* rocker = add(new CRockerSwitch(CRect(10, 10, 30, 50), &recorder, 1));
+    EXPECT_FLOAT_EQ(rocker->getValue(), 0.0f);
+    press(20, 15);  // upper half
+    EXPECT_FLOAT_EQ(rocker->getValue(), 1.0f);
+    move(20, 45);   // lower half
+    EXPECT_FLOAT_EQ(rocker->getValue(), -1.0f);
+    release(20, 45);
+    EXPECT_FLOAT_EQ(rocker->getValue(), 0.0f);
+    EXPECT_EQ(recorder.values(), (std::vector<float>{1, -1, 0}));
+    EXPECT_TRUE(recorder.oneBracketAroundValues());
+
+    auto* across = add(new CRockerSwitch(CRect(50, 10, 90, 30), nullptr, 2, nullptr, kHorizontal));
+    press(55, 20);
+    EXPECT_FLOAT_EQ(across->getValue(), -1.0f);
+    release(55, 20);
+}
+
+// ---- Identity ----
+
+TEST_F(Controls, ClassNamesChainToTheirBases) {
+    auto* knob = add(new CAnimKnob(CRect(0, 0, 10, 10), nullptr, 1));
+    EXPECT_STREQ(knob->getClassName(), "CAnimKnob");
+    EXPECT_TRUE(knob->isTypeOf("CKnob"));
+    EXPECT_TRUE(knob->isTypeOf("CControl"));
+    EXPECT_FALSE(knob->isTypeOf("CSlider"));
+    auto* slider = add(new CHorizontalSlider(CRect(0, 20, 50, 30), nullptr, 2));
+    EXPECT_TRUE(slider->isTypeOf("CSlider"));
+    EXPECT_FALSE(slider->isTypeOf("CVerticalSlider"));
+}
+
+}  // namespace

@@ -1,0 +1,359 @@
+// Software drawing: exact pixels of fills, lines, clipping and blits, and
+// PNG reading and writing. Expected bytes are worked out by hand from the
+// blending rule in CDrawContext.h.
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "gui/toolkit/CDrawContext.h"
+
+using namespace VSTGUI;
+
+namespace {
+
+constexpr CColor kBackground{10, 20, 30, 255};
+
+// A bitmap filled with one colour and a context drawing into it; both are
+// released at the end of the test.
+struct Canvas {
+    CDIB* dib;
+    CDrawContext* context;
+    explicit Canvas(int w = 40, int h = 40, CColor bg = kBackground) : dib(new CDIB(w, h)), context(new CDrawContext(dib)) {
+        dib->fill(bg);
+    }
+    ~Canvas() {
+        context->forget();
+        dib->forget();
+    }
+    // Pixels outside [x0, x1) x [y0, y1) that are not the background.
+    int changedOutside(int x0, int y0, int x1, int y1) const {
+        int n = 0;
+        for (int y = 0; y < dib->height(); ++y)
+            for (int x = 0; x < dib->width(); ++x)
+                if ((x < x0 || x >= x1 || y < y0 || y >= y1) && dib->getPixel(x, y) != kBackground) ++n;
+        return n;
+    }
+};
+
+}  // namespace
+
+TEST(SoftwareDrawing, IntegerRectangleFillsExactlyItsPixelsInBothModes) {
+    for (CDrawMode mode : {kAliasing, kAntiAliasing}) {
+        Canvas c;
+        c.context->setDrawMode(mode);
+        c.context->setFillColor(CColor{200, 100, 50, 255});
+        c.context->fillRect(CRect(3, 4, 9, 11));
+        for (int y = 4; y < 11; ++y)
+            for (int x = 3; x < 9; ++x) ASSERT_EQ(c.dib->getPixel(x, y), (CColor{200, 100, 50, 255})) << x << "," << y;
+        EXPECT_EQ(c.changedOutside(3, 4, 9, 11), 0) << "mode " << mode;
+    }
+}
+
+TEST(SoftwareDrawing, FrameIsInsideTheRectangleAndEven) {
+    Canvas c;
+    c.context->setLineWidth(2);
+    c.context->setFrameColor(CColor{255, 255, 255, 128});  // translucent: overlaps would show
+    c.context->drawRect(CRect(5, 5, 15, 13));
+    // a = 128/255 over (10, 20, 30): round(255a + d(1-a)) = 133, 138, 143.
+    const CColor frame{133, 138, 143, 255};
+    for (int x = 5; x < 15; ++x) {
+        EXPECT_EQ(c.dib->getPixel(x, 5), frame);
+        EXPECT_EQ(c.dib->getPixel(x, 12), frame);
+    }
+    for (int y = 7; y < 11; ++y) {
+        EXPECT_EQ(c.dib->getPixel(6, y), frame);
+        EXPECT_EQ(c.dib->getPixel(13, y), frame);
+        EXPECT_EQ(c.dib->getPixel(8, y), kBackground);
+    }
+    EXPECT_EQ(c.changedOutside(5, 5, 15, 13), 0);
+}
+
+TEST(SoftwareDrawing, LinesBetweenWholePointsCoverPixelsInclusively) {
+    Canvas c;
+    c.context->setFrameColor(kWhiteCColor);
+    c.context->drawLine(CPoint(2, 10), CPoint(12, 10));
+    for (int x = 2; x <= 12; ++x) EXPECT_EQ(c.dib->getPixel(x, 10), kWhiteCColor) << x;
+    c.context->drawLine(CPoint(20, 3), CPoint(20, 8));
+    for (int y = 3; y <= 8; ++y) EXPECT_EQ(c.dib->getPixel(20, y), kWhiteCColor) << y;
+    EXPECT_EQ(c.changedOutside(0, 0, 0, 0), 11 + 6);  // nothing else
+
+    // Half way between two rows: both get coverage 1/2, weight 128:
+    // round(255 * 128/255 + 10 * 127/255) = 133 (and 138, 143).
+    Canvas h;
+    h.context->setFrameColor(kWhiteCColor);
+    h.context->drawLine(CPoint(2, 10.5f), CPoint(12, 10.5f));
+    EXPECT_EQ(h.dib->getPixel(6, 10), (CColor{133, 138, 143, 255}));
+    EXPECT_EQ(h.dib->getPixel(6, 11), (CColor{133, 138, 143, 255}));
+    EXPECT_EQ(h.dib->getPixel(6, 9), kBackground);
+}
+
+TEST(SoftwareDrawing, DashesAndTranslucentJoints) {
+    Canvas c;
+    c.context->setFrameColor(kWhiteCColor);
+    c.context->setLineStyle(kLineOnOffDash);
+    c.context->drawLine(CPoint(0, 5), CPoint(15, 5));  // 16 pixels: on 2, off 2
+    for (int x = 0; x < 16; ++x) EXPECT_EQ(c.dib->getPixel(x, 5) == kWhiteCColor, x % 4 < 2) << x;
+
+    // A translucent corner is no darker than the straight parts beside it.
+    Canvas j;
+    j.context->setFrameColor(CColor{255, 255, 255, 100});
+    const CPoint corner[3] = {CPoint(5, 5), CPoint(25, 5), CPoint(25, 25)};
+    j.context->drawPolyline(corner, 3);
+    const CColor straight = j.dib->getPixel(15, 5);
+    EXPECT_NE(straight, kBackground);
+    EXPECT_EQ(j.dib->getPixel(25, 5), straight);
+    EXPECT_EQ(j.dib->getPixel(25, 15), straight);
+}
+
+TEST(SoftwareDrawing, PolygonsFillByCoverageAndTheNonZeroRule) {
+    Canvas c;
+    c.context->setFillColor(kWhiteCColor);
+    const CPoint square[4] = {CPoint(2, 2), CPoint(12, 2), CPoint(12, 12), CPoint(2, 12)};
+    c.context->drawPolygon(square, 4, kDrawFilled);
+    for (int y = 2; y < 12; ++y)
+        for (int x = 2; x < 12; ++x) ASSERT_EQ(c.dib->getPixel(x, y), kWhiteCColor);
+    EXPECT_EQ(c.changedOutside(2, 2, 12, 12), 0);
+
+    // The diagonal of a right triangle halves the pixels it crosses.
+    Canvas t(40, 40, kBlackCColor);
+    t.context->setFillColor(kWhiteCColor);
+    const CPoint tri[3] = {CPoint(0, 0), CPoint(20, 0), CPoint(0, 20)};
+    t.context->drawPolygon(tri, 3, kDrawFilled);
+    EXPECT_NEAR(t.dib->getPixel(7, 12).red, 128, 1);
+    EXPECT_EQ(t.dib->getPixel(6, 12).red, 255);
+    EXPECT_EQ(t.dib->getPixel(8, 12).red, 0);
+
+    // A pentagram's centre winds twice and is filled.
+    Canvas s;
+    s.context->setFillColor(kWhiteCColor);
+    const CPoint star[5] = {CPoint(20, 2), CPoint(31, 36), CPoint(2, 15), CPoint(38, 15), CPoint(9, 36)};
+    s.context->drawPolygon(star, 5, kDrawFilled);
+    EXPECT_EQ(s.dib->getPixel(20, 20), kWhiteCColor);
+}
+
+TEST(SoftwareDrawing, EllipsesStayInsideTheirRectangle) {
+    Canvas c;
+    c.context->setFillColor(kWhiteCColor);
+    c.context->drawEllipse(CRect(5, 8, 25, 20), kDrawFilled);
+    EXPECT_EQ(c.dib->getPixel(15, 14), kWhiteCColor);
+    EXPECT_EQ(c.dib->getPixel(5, 8), kBackground);  // corner
+    EXPECT_EQ(c.changedOutside(5, 8, 25, 20), 0);
+
+    Canvas r;
+    r.context->setFrameColor(kWhiteCColor);
+    r.context->setLineWidth(3);
+    r.context->drawEllipse(CRect(5, 5, 35, 35));
+    EXPECT_EQ(r.dib->getPixel(20, 20), kBackground);
+    EXPECT_EQ(r.dib->getPixel(6, 20), kWhiteCColor);
+    EXPECT_EQ(r.dib->getPixel(20, 33), kWhiteCColor);
+    EXPECT_EQ(r.changedOutside(5, 5, 35, 35), 0);
+}
+
+TEST(SoftwareDrawing, ClipAndOffsetWorkTogether) {
+    Canvas c;
+    c.context->setOffset(CPoint(5, 5));
+    c.context->setClipRect(CRect(0, 0, 10, 10));  // device (5, 5) - (15, 15)
+    EXPECT_EQ(c.context->getClipRect(), CRect(0, 0, 10, 10));
+    c.context->setOffset(CPoint(0, 0));
+    EXPECT_EQ(c.context->getClipRect(), CRect(5, 5, 15, 15));  // the clip stays put on the device
+
+    c.context->setFrameColor(kWhiteCColor);
+    c.context->setFillColor(kWhiteCColor);
+    c.context->setLineWidth(4);
+    c.context->drawLine(CPoint(-20, -3), CPoint(50, 44));
+    const CPoint tri[3] = {CPoint(-100, 12), CPoint(100, 12), CPoint(10, -100)};
+    c.context->drawPolygon(tri, 3, kDrawFilledAndStroked);
+    c.context->drawEllipse(CRect(0, 0, 40, 40), kDrawFilled);
+    EXPECT_EQ(c.changedOutside(5, 5, 15, 15), 0);
+    EXPECT_EQ(c.dib->getPixel(10, 10), kWhiteCColor);
+
+    // A clip is cut to the target.
+    c.context->setClipRect(CRect(-10, 30, 100, 100));
+    EXPECT_EQ(c.context->getClipRect(), CRect(0, 30, 40, 40));
+}
+
+TEST(Blits, AlphaDrawAndBlendFollowTheStatedArithmetic) {
+    auto* src = new CDIB(2, 1);
+    src->setPixel(0, 0, CColor{200, 100, 50, 255});
+    src->setPixel(1, 0, CColor{255, 255, 255, 64});
+    Canvas c(4, 4, CColor{10, 20, 30, 255});
+    c.dib->setPixel(3, 0, kBlackCColor);
+    c.context->setOffset(CPoint(1, 0));
+    src->alphaDraw(c.context, CRect(1, 0, 3, 1), CPoint(), 128);
+    // Pixel 0: a = 255*128/65025; round(200a + 10(1-a)) = 105, round(100a + 20(1-a)) = 60,
+    // round(50a + 30(1-a)) = 40.
+    EXPECT_EQ(c.dib->getPixel(2, 0), (CColor{105, 60, 40, 255}));
+    // Pixel 1, over black: a = 64*128/65025 = 0.12598; round(255a) = 32.
+    EXPECT_EQ(c.dib->getPixel(3, 0), (CColor{32, 32, 32, 255}));
+    EXPECT_EQ(c.dib->getPixel(1, 0), (CColor{10, 20, 30, 255}));
+
+    // One pixel through blendDevicePixel with coverage 128/255: the same as pixel 0.
+    c.context->blendDevicePixel(0, 1, CColor{200, 100, 50, 255}, 128.0f / 255.0f);
+    EXPECT_EQ(c.dib->getPixel(0, 1), (CColor{105, 60, 40, 255}));
+
+    // Under a translucent destination (0, 0, 255, 128), source (255, 0, 0, 128):
+    // a = 128/255, alpha = round(128 + 128(1-a)) = 192,
+    // red = round(255*128 / 191.75) = 170, blue = round(255*128(1-a) / 191.75) = 85.
+    c.dib->setPixel(1, 2, CColor{0, 0, 255, 128});
+    c.context->blendDevicePixel(1, 2, CColor{255, 0, 0, 128});
+    EXPECT_EQ(c.dib->getPixel(1, 2), (CColor{170, 0, 85, 192}));
+    src->forget();
+}
+
+TEST(Blits, CopyAndTransparentDrawRespectClipAndKey) {
+    auto* src = new CDIB(3, 2);
+    const CColor key{255, 0, 255, 255};
+    for (int x = 0; x < 3; ++x) {
+        src->setPixel(x, 0, x == 1 ? kRedCColor : key);
+        src->setPixel(x, 1, CColor{1, 2, 3, 4});
+    }
+    Canvas c(8, 8, kGreenCColor);
+    src->transparentDraw(c.context, CRect(2, 2, 5, 3));
+    EXPECT_EQ(c.dib->getPixel(2, 2), kGreenCColor);
+    EXPECT_EQ(c.dib->getPixel(3, 2), kRedCColor);
+    EXPECT_EQ(c.dib->getPixel(4, 2), kGreenCColor);
+
+    // draw copies alpha too, from a source offset, cut by the clip.
+    c.context->setClipRect(CRect(0, 0, 6, 8));
+    src->draw(c.context, CRect(5, 5, 8, 6), CPoint(0, 1));
+    EXPECT_EQ(c.dib->getPixel(5, 5), (CColor{1, 2, 3, 4}));
+    EXPECT_EQ(c.dib->getPixel(6, 5), kGreenCColor);
+
+    // An off-screen context copies its picture out the same way.
+    auto* off = new COffscreenContext(2, 2, kBlueCColor);
+    off->copyTo(c.context, CRect(0, 6, 2, 8));
+    EXPECT_EQ(c.dib->getPixel(1, 7), kBlueCColor);
+    off->forget();
+    src->forget();
+}
+
+namespace {
+
+// A minimal PNG encoder for test pictures: stored (uncompressed) deflate
+// blocks, so any colour type and depth can be written byte by byte.
+uint32_t crc32Of(const std::vector<uint8_t>& bytes, size_t from) {
+    uint32_t crc = 0xFFFFFFFFu;
+    for (size_t i = from; i < bytes.size(); ++i) {
+        crc ^= bytes[i];
+        for (int k = 0; k < 8; ++k) crc = (crc >> 1) ^ (0xEDB88320u & (0u - (crc & 1u)));
+    }
+    return ~crc;
+}
+
+void put32(std::vector<uint8_t>& out, uint32_t v) {
+    for (int s = 24; s >= 0; s -= 8) out.push_back(static_cast<uint8_t>(v >> s));
+}
+
+void chunk(std::vector<uint8_t>& png, const char* type, const std::vector<uint8_t>& data) {
+    put32(png, static_cast<uint32_t>(data.size()));
+    const size_t start = png.size();
+    png.insert(png.end(), type, type + 4);
+    png.insert(png.end(), data.begin(), data.end());
+    put32(png, crc32Of(png, start));
+}
+
+// `rows` are the raw scanlines without filter bytes.
+std::vector<uint8_t> makePNG(int w, int h, int depth, int colorType, const std::vector<std::vector<uint8_t>>& rows,
+                             const std::vector<uint8_t>& plte = {}, const std::vector<uint8_t>& trns = {}) {
+    std::vector<uint8_t> png = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    std::vector<uint8_t> ihdr;
+    put32(ihdr, static_cast<uint32_t>(w));
+    put32(ihdr, static_cast<uint32_t>(h));
+    ihdr.insert(ihdr.end(), {static_cast<uint8_t>(depth), static_cast<uint8_t>(colorType), 0, 0, 0});
+    chunk(png, "IHDR", ihdr);
+    if (!plte.empty()) chunk(png, "PLTE", plte);
+    if (!trns.empty()) chunk(png, "tRNS", trns);
+    std::vector<uint8_t> raw;
+    for (const auto& r : rows) {
+        raw.push_back(0);  // filter: none
+        raw.insert(raw.end(), r.begin(), r.end());
+    }
+    std::vector<uint8_t> z = {0x78, 0x01, 0x01, static_cast<uint8_t>(raw.size()), static_cast<uint8_t>(raw.size() >> 8),
+                              static_cast<uint8_t>(~raw.size()), static_cast<uint8_t>(~raw.size() >> 8)};
+    // A loop rather than insert(): GCC 12 at -O2 warns falsely on the latter.
+    for (uint8_t v : raw) z.push_back(v);
+    uint32_t a = 1, b = 0;
+    for (uint8_t v : raw) {
+        a = (a + v) % 65521;
+        b = (b + a) % 65521;
+    }
+    put32(z, (b << 16) | a);
+    chunk(png, "IDAT", z);
+    chunk(png, "IEND", {});
+    return png;
+}
+
+CColor decodedPixel(const std::vector<uint8_t>& png, int x) {
+    std::string error;
+    CDIB* dib = CDIB::fromPNG(png.data(), png.size(), &error);
+    EXPECT_NE(dib, nullptr) << error;
+    if (!dib) return {};
+    const CColor c = dib->getPixel(x, 0);
+    dib->forget();
+    return c;
+}
+
+}  // namespace
+
+TEST(PNG, EveryColourTypeBecomesStraightBGRA) {
+    // 8-bit grey; grey with a tRNS key; 16-bit grey + alpha (scaled to 8 bits).
+    EXPECT_EQ(decodedPixel(makePNG(2, 1, 8, 0, {{7, 200}}), 1), (CColor{200, 200, 200, 255}));
+    EXPECT_EQ(decodedPixel(makePNG(2, 1, 8, 0, {{7, 200}}, {}, {0, 7}), 0), (CColor{7, 7, 7, 0}));
+    EXPECT_EQ(decodedPixel(makePNG(1, 1, 16, 4, {{0x80, 0x80, 0xFF, 0xFF}}), 0), (CColor{128, 128, 128, 255}));
+    // A 2-bit palette with a tRNS entry for index 1.
+    const std::vector<uint8_t> plte = {255, 0, 0, 0, 0, 255, 9, 8, 7};
+    const auto pal = makePNG(3, 1, 2, 3, {{0b00011000}}, plte, {255, 40});
+    EXPECT_EQ(decodedPixel(pal, 0), (CColor{255, 0, 0, 255}));
+    EXPECT_EQ(decodedPixel(pal, 1), (CColor{0, 0, 255, 40}));
+    EXPECT_EQ(decodedPixel(pal, 2), (CColor{9, 8, 7, 255}));
+    // 16-bit RGB.
+    EXPECT_EQ(decodedPixel(makePNG(1, 1, 16, 2, {{0x12, 0x34, 0xAB, 0xCD, 0xFF, 0xFF}}), 0), (CColor{0x12, 0xAB, 0xFF, 255}));
+}
+
+TEST(PNG, RoundTripKeepsEveryByteAndDamageIsReported) {
+    auto* dib = new CDIB(7, 5);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 7; ++x)
+            dib->setPixel(x, y, CColor{static_cast<uint8_t>(x * 37), static_cast<uint8_t>(y * 51), static_cast<uint8_t>(x * y * 9),
+                                       static_cast<uint8_t>((x + y) * 23)});
+    const std::filesystem::path dir = std::filesystem::path(::testing::TempDir()) / "fw-png-test";
+    std::filesystem::create_directories(dir);
+    const std::string path = (dir / "round.png").string();
+    std::string error;
+    ASSERT_TRUE(dib->writePNG(path.c_str(), &error)) << error;
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir), std::filesystem::directory_iterator()), 1)
+        << "no temporary file is left behind";
+
+    std::ifstream in(path, std::ios::binary);
+    std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    CDIB* back = CDIB::fromPNG(bytes.data(), bytes.size(), &error);
+    ASSERT_NE(back, nullptr) << error;
+    ASSERT_EQ(back->width(), 7);
+    ASSERT_EQ(back->height(), 5);
+    for (int y = 0; y < 5; ++y)
+        for (int x = 0; x < 7; ++x) ASSERT_EQ(back->getPixel(x, y), dib->getPixel(x, y)) << x << "," << y;
+    back->forget();
+
+    // Damage: a flipped byte inside the image data, a cut-off file, no PNG at all.
+    std::vector<uint8_t> flipped = bytes;
+    flipped[bytes.size() - 20] ^= 0x5A;
+    const std::vector<uint8_t> truncated(bytes.begin(), bytes.begin() + static_cast<long>(bytes.size() / 2));
+    const std::vector<uint8_t> garbage = {'n', 'o', 't', ' ', 'a', ' ', 'p', 'n', 'g', '!'};
+    const std::vector<uint8_t>* damagedInputs[] = {&flipped, &truncated, &garbage};
+    for (const auto* damaged : damagedInputs) {
+        error.clear();
+        EXPECT_EQ(CDIB::fromPNG(damaged->data(), damaged->size(), &error), nullptr);
+        EXPECT_FALSE(error.empty());
+    }
+    EXPECT_FALSE(dib->writePNG((dir / "missing-dir" / "x.png").string().c_str(), &error));
+    EXPECT_FALSE(error.empty());
+    dib->forget();
+    std::filesystem::remove_all(dir);
+}
