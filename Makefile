@@ -6,16 +6,20 @@
 #   make tsan    the tests under ThreadSanitizer
 #   make fuzz    the state chunk fuzzer for FUZZ_SECONDS (default 60), clang + ASan/UBSan
 #   make bench   benchmarks (release)
+#   make bench-deps   install the peer LV2 equalisers the LV2 benchmark measures against
+#   make bench-peers  our LV2 plug-in against those peers (release)
 #   make demo    render a generated test signal through a few settings
-#   make install    release build; fenwoldrine-render to $(PREFIX)/bin, the factory bank to the installation folder
-#   make uninstall  removes the renderer, Factory Bank.fwi and Presets/Factory/ again
+#   make install    release build; fenwoldrine-render to $(PREFIX)/bin, the LV2 bundle to $(LV2_DIR),
+#                   the factory bank to the installation folder
+#   make uninstall  removes the renderer, the LV2 bundle, Factory Bank.fwi and Presets/Factory/ again
 
 JOBS ?= $(shell nproc)
 FUZZ_SECONDS ?= 60
 PREFIX ?= $(HOME)/.local
+LV2_DIR ?= $(HOME)/.lv2
 CMAKE_GEN := -G Ninja
 
-.PHONY: all release debug tsan deps test check bench demo fuzz clean install uninstall
+.PHONY: all release debug tsan deps test check bench bench-deps bench-peers demo fuzz clean install uninstall
 
 all: release
 
@@ -66,6 +70,13 @@ bench: deps
 	$(MAKE) release
 	./build/release/bench/fenwoldrine-bench
 
+bench-deps:
+	@bash scripts/bench-deps.sh
+
+bench-peers: deps
+	$(MAKE) release
+	./build/release/bench/lv2-peers/fenwoldrine-lv2-peers
+
 demo: deps
 	$(MAKE) release
 	bash scripts/demo.sh build/release
@@ -85,6 +96,9 @@ install:
 	$(MAKE) release
 	install -d "$(PREFIX)/bin"
 	install -m 755 build/release/tools/fenwoldrine-render "$(PREFIX)/bin/fenwoldrine-render"
+	install -d "$(LV2_DIR)"
+	rm -rf "$(LV2_DIR)/fenwoldrine.lv2"
+	cp -r build/release/lv2/fenwoldrine.lv2 "$(LV2_DIR)/fenwoldrine.lv2"
 	@$(FW_INSTALL_FOLDER); \
 	mkdir -p "$$dest/Presets/Factory" || exit 1; \
 	for f in "build/release/factory/Factory Bank.fwi" build/release/factory/Presets/Factory/*.fwi; do \
@@ -95,6 +109,7 @@ install:
 # Only what install put there: the user's Default Bank.fwi and own presets stay.
 uninstall:
 	rm -f "$(PREFIX)/bin/fenwoldrine-render"
+	rm -rf "$(LV2_DIR)/fenwoldrine.lv2"
 	@$(FW_INSTALL_FOLDER); \
 	rm -f "$$dest/Factory Bank.fwi" && rm -rf "$$dest/Presets/Factory" && \
 	echo "removed $$dest/Factory Bank.fwi and $$dest/Presets/Factory/"

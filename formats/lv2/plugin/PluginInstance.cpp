@@ -1,0 +1,516 @@
+#include "formats/lv2/plugin/PluginInstance.h"
+
+#include <lv2/atom/util.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <climits>
+#include <cmath>
+#include <exception>
+#include <stdexcept>
+
+#include "core/ChannelLayout.h"
+#include "dsp/DF1Cascade.h"
+
+namespace fwlv2 {
+
+static_assert(PluginInstance::kSettleFrames > DF1Cascade::kRampSamples);
+static_assert(PluginInstance::kQueueCapacity > size_t(kNumParams), "one change of every parameter fits");
+
+namespace {
+
+// While free-wheeling, an engine update another thread holds up is waited
+// for in steps of this, up to this many steps.
+constexpr auto kEngineRetryPause = std::chrono::microseconds(100);
+constexpr int32_t kEngineRetries = 20000;  // two seconds
+// Attempts at making the effect take up a new process level.
+constexpr auto kLevelRetryPause = std::chrono::microseconds(200);
+constexpr int32_t kLevelRetries = 50;
+
+PluginInstance* instanceOf(AEffect* effect) {
+    if (!effect) return nullptr;
+    return static_cast<PluginInstance*>(std::atomic_ref<void*>(effect->user).load(std::memory_order_acquire));
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// Creation and teardown (instantiation thread)
+
+PluginInstance* PluginInstance::create(const char* uri, double sampleRate, const LV2_Feature* const* hostFeatures) {
+    const Logger early;
+    const int32_t channels = lv2ports::channelsOfUri(uri);
+    if (channels == 0) {
+        early.error("'%s' names none of the plug-ins of this bundle", uri ? uri : "(null)");
+        return nullptr;
+    }
+    HostFeatures found = HostFeatures::scan(hostFeatures);
+    if (!found.map) found.map = privateUridMap();
+    const Urids urids = Urids::mapAll(*found.map);
+    const Logger logger(found.log, urids.logError, urids.logWarning);
+    const BlockOptions block = readBlockOptions(found.options, urids, sampleRate);
+    if (!(block.sampleRate > 0.0) || !std::isfinite(block.sampleRate) || block.sampleRate > 1.0e7) {
+        logger.error("cannot run at a sample rate of %g Hz; not instantiated", block.sampleRate);
+        return nullptr;
+    }
+    try {
+        return new PluginInstance(channels, found, urids, block);
+    } catch (const std::exception& e) {
+        logger.error("the effect could not be created: %s", e.what());
+    } catch (...) {
+        logger.error("the effect could not be created");
+    }
+    return nullptr;
+}
+
+PluginInstance::PluginInstance(int32_t channelCount, const HostFeatures& hostFeatures, const Urids& ids,
+                               const BlockOptions& blockOptions)
+    : ports{channelCount},
+      features(hostFeatures),
+      urids(ids),
+      logger(hostFeatures.log, ids.logError, ids.logWarning),
+      block(blockOptions) {
+    const ParamRow* rows = staticParamTable();
+    for (int32_t i = 0; i < kNumParams; ++i) {
+        lastSeen[i] = rows[i].value;
+        rowMin[i] = rows[i].min;
+        rowMax[i] = rows[i].max;
+    }
+    bypassPortValue = rows[kBypass].value;
+
+    // The set-up a host makes, in the renderer's order. Until it is done
+    // the callback finds no instance and answers "offline", as the
+    // renderer's does.
+    fx = std::make_unique<Plug>(&PluginInstance::hostCallback);
+    fx->setNumInputs(channelCount);
+    fx->setNumOutputs(channelCount);
+    const std::vector<ChannelSlot> slots = standardChannelLayout(channelCount);
+    fx->setChannelLayout(slots);
+    fx->setSampleRate(float(block.sampleRate));
+    fx->setBlockSize(block.maxBlock);
+    for (int32_t c = 0; c < Plug::kMaxChannels; ++c) slotOfChannel[c] = c;
+    for (size_t s = 0; s < slots.size(); ++s) {
+        const int32_t host = slots[s].hostIndex;
+        if (host >= 0 && host < channelCount) slotOfChannel[host] = int32_t(s);
+    }
+
+    bufferFrames = std::max(block.maxBlock, kSettleFrames);
+    inStorage.assign(size_t(channelCount) * size_t(bufferFrames), 0.0);
+    outStorage.assign(size_t(channelCount) * size_t(bufferFrames), 0.0);
+    for (int32_t c = 0; c < channelCount; ++c) {
+        inBuffer[c] = inStorage.data() + size_t(c) * size_t(bufferFrames);
+        outBuffer[c] = outStorage.data() + size_t(c) * size_t(bufferFrames);
+    }
+
+    if (!features.schedule) {
+        if (sem_init(&applierWake, 0, 0) != 0) throw std::runtime_error("no semaphore for the applier thread");
+        applierWakeMade = true;
+        applier = std::thread([this] { applierLoop(); });
+    }
+    std::atomic_ref<void*>(fx->getAeffect()->user).store(this, std::memory_order_release);
+}
+
+PluginInstance::~PluginInstance() {
+    // The effect's own threads may call back until it is gone; from here on
+    // they find no instance.
+    if (fx) std::atomic_ref<void*>(fx->getAeffect()->user).store(nullptr, std::memory_order_release);
+    if (applier.joinable()) {
+        applierStop.store(true);
+        sem_post(&applierWake);
+        applier.join();
+    }
+    if (applierWakeMade) sem_destroy(&applierWake);
+    fx.reset();
+}
+
+// Any thread of the effect's. Automation and gestures go nowhere: the control
+// ports belong to the host. There is no transport to report.
+intptr_t PluginInstance::hostCallback(AEffect* effect, int32_t opcode, int32_t, intptr_t, void*, float) {
+    PluginInstance* self = instanceOf(effect);
+    switch (opcode) {
+        case audioMasterGetCurrentProcessLevel:
+            if (!self) return kProcessLevelOffline;
+            if (self->levelHeldBy.load(std::memory_order_relaxed) == std::this_thread::get_id())
+                return self->fx->isOffline() ? kProcessLevelOffline : kProcessLevelRealtime;
+            return self->hostLevel.load(std::memory_order_relaxed);
+        case audioMasterIOChanged:
+            if (self)
+                self->latencyFrames.store(std::atomic_ref<int32_t>(effect->initialDelay).load(),
+                                          std::memory_order_relaxed);
+            return 1;
+        default:
+            return 0;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Ports
+
+void PluginInstance::connectPort(uint32_t port, void* data) noexcept {
+    if (port >= uint32_t(ports.count())) return;
+    const int32_t p = int32_t(port);
+    const int32_t n = ports.channels;
+    if (p < n) {
+        audioIn[p] = static_cast<const float*>(data);
+    } else if (p < 2 * n) {
+        audioOut[p - n] = static_cast<float*>(data);
+    } else if (const int32_t index = ports.paramOf(p); index >= 0) {
+        paramPort[index] = static_cast<const float*>(data);
+    } else if (p == ports.enabled()) {
+        enabledPort = static_cast<const float*>(data);
+    } else if (p == ports.freeWheel()) {
+        freeWheelPort = static_cast<const float*>(data);
+    } else if (p == ports.latency()) {
+        latencyPort = static_cast<float*>(data);
+    } else if (p == ports.midiIn()) {
+        midiPort = static_cast<const LV2_Atom_Sequence*>(data);
+    } else if (p >= ports.meter(0) && p < ports.meter(n)) {
+        meterPort[p - ports.meter(0)] = static_cast<float*>(data);
+    } else if (p == ports.clip()) {
+        clipPort = static_cast<float*>(data);
+    }
+}
+
+// Audio thread (or the instantiation thread in activate). A NaN keeps the
+// last value; anything else is clamped to the row's range.
+void PluginInstance::readControlPorts() noexcept {
+    for (int32_t i = 0; i < kNumParams; ++i) {
+        const float* port = paramPort[i];
+        if (!port || i == kBypass) continue;
+        const float x = *port;
+        if (std::isnan(x)) continue;
+        const float v = std::clamp(x, rowMin[i], rowMax[i]);
+        if (v != lastSeen[i]) {
+            lastSeen[i] = v;
+            dirty[size_t(i)] = true;
+        }
+    }
+    // The host's enabled port bypasses as well as the row's own port.
+    if (const float* port = paramPort[kBypass]; port && !std::isnan(*port))
+        bypassPortValue = std::clamp(*port, rowMin[kBypass], rowMax[kBypass]);
+    if (enabledPort && !std::isnan(*enabledPort)) hostEnabled = *enabledPort > 0.0f;
+    const float bypass = hostEnabled ? bypassPortValue : rowMax[kBypass];
+    if (bypass != lastSeen[kBypass]) {
+        lastSeen[kBypass] = bypass;
+        dirty[size_t(kBypass)] = true;
+    }
+}
+
+// Audio thread. Every dirty parameter the queue takes leaves the dirty set;
+// the rest stay for the next run.
+void PluginInstance::sendDirtyChanges() noexcept {
+    if (dirty.none()) return;
+    int64_t heldBack = 0;
+    for (int32_t i = 0; i < kNumParams; ++i) {
+        if (!dirty[size_t(i)]) continue;
+        if (heldBack == 0 && changes.push(ParamChange{i, lastSeen[i]}))
+            dirty[size_t(i)] = false;
+        else
+            ++heldBack;
+    }
+    if (heldBack > 0) dropped.fetch_add(heldBack, std::memory_order_relaxed);
+}
+
+// Audio thread. Asks for the applier once; it clears the request before it
+// drains, so nothing queued meanwhile waits unseen.
+void PluginInstance::wakeApplier() noexcept {
+    if (wakeRequested.exchange(true, std::memory_order_acq_rel)) return;
+    if (features.schedule) {
+        const uint8_t token = 1;
+        if (features.schedule->schedule_work(features.schedule->handle, sizeof token, &token) != LV2_WORKER_SUCCESS)
+            wakeRequested.store(false, std::memory_order_release);  // asked again next run
+    } else {
+        sem_post(&applierWake);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Activation (instantiation thread)
+
+void PluginInstance::activate() {
+    std::lock_guard<std::mutex> hold(applyMutex);
+    // Set up as the renderer does: offline, the settings, resume, silence.
+    // Values the ports held before activation are then in force from the
+    // first sample, without a ramp.
+    hostLevel.store(kProcessLevelOffline);
+    applyProcessLevel();
+    readControlPorts();
+    applyEverythingHeld();
+    fx->resume();
+    finishEngineUpdate();
+    for (int32_t c = 0; c < ports.channels; ++c) std::fill_n(inBuffer[c], kSettleFrames, 0.0);
+    fx->processDoubleReplacing(inBuffer, outBuffer, kSettleFrames);
+
+    const bool freeWheeling = freeWheelPort && *freeWheelPort > 0.5f;
+    hostLevel.store(freeWheeling ? kProcessLevelOffline : kProcessLevelRealtime);
+    applyProcessLevel();
+    levelPending.store(false);
+    latencyFrames.store(std::atomic_ref<int32_t>(fx->getAeffect()->initialDelay).load());
+}
+
+void PluginInstance::deactivate() {
+    fx->suspend();
+}
+
+// Under applyMutex: the queues in their order, then whatever is still dirty.
+void PluginInstance::applyEverythingHeld() {
+    drainQueues();
+    for (int32_t i = 0; i < kNumParams; ++i) {
+        if (!dirty[size_t(i)]) continue;
+        dirty[size_t(i)] = false;
+        applyChange(i, lastSeen[i]);
+    }
+}
+
+// A process call of no frames: the effect reads the process level, updates
+// its engine if the level changed, and does nothing else. Should a real-time
+// block start in the instant the effect's flag changes, that block's own look
+// can put the old level back; the flag is checked and the call repeated.
+void PluginInstance::applyProcessLevel() {
+    for (int32_t tries = 0; tries < kLevelRetries; ++tries) {
+        const bool wantOffline = hostLevel.load() == kProcessLevelOffline;
+        if (tries > 0 && fx->isOffline() == wantOffline) return;
+        if (tries > 0) std::this_thread::sleep_for(kLevelRetryPause);
+        fx->processDoubleReplacing(nullptr, nullptr, 0);
+    }
+}
+
+// Offline only: an update that another thread's hold on the engine pushed
+// back is carried out now, so the block about to run has it.
+void PluginInstance::finishEngineUpdate() {
+    for (int32_t tries = 0; fx->isRefreshPending() && tries < kEngineRetries; ++tries) {
+        fx->refreshEngine(true);
+        if (fx->isRefreshPending()) std::this_thread::sleep_for(kEngineRetryPause);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// The applier (under applyMutex)
+
+void PluginInstance::drainQueues() {
+    if (levelPending.exchange(false, std::memory_order_acq_rel)) applyProcessLevel();
+    ParamChange change;
+    while (changes.pop(change)) applyChange(change.index, change.value);
+    MidiMessage message;
+    while (midiQueue.pop(message)) deliverMidi(message);
+}
+
+void PluginInstance::applyChange(int32_t index, float value) {
+    if (!isParamIndex(index)) return;
+    if (index == kBypass) {
+        fx->setBypass(value >= 0.5f);
+        return;
+    }
+    // The live row: its range may differ from the factory's (extended frequencies).
+    const ParamRow* row = fx->getRow(index);
+    fx->setParameter(index, float(curveToNorm(*row, double(value))));
+}
+
+// One message, one list, as the renderer sends them.
+void PluginInstance::deliverMidi(const MidiMessage& message) {
+    VstMidiEvent event;
+    for (int32_t b = 0; b < 3; ++b) event.midiData[b] = char(message.bytes[b]);
+    VstEvents list;
+    list.numEvents = 1;
+    list.events[0] = reinterpret_cast<VstEvent*>(&event);
+    fx->processEvents(&list);
+}
+
+LV2_Worker_Status PluginInstance::work() {
+    wakeRequested.exchange(false, std::memory_order_acq_rel);
+    try {
+        std::lock_guard<std::mutex> hold(applyMutex);
+        drainQueues();
+    } catch (...) {
+        return LV2_WORKER_ERR_UNKNOWN;
+    }
+    return LV2_WORKER_SUCCESS;
+}
+
+bool PluginInstance::handoverDone() {
+    std::lock_guard<std::mutex> hold(applyMutex);
+    return changes.size() == 0 && midiQueue.size() == 0 && !levelPending.load();
+}
+
+// Our own applier thread, when the host has no worker.
+void PluginInstance::applierLoop() {
+    for (;;) {
+        while (sem_wait(&applierWake) != 0 && errno == EINTR) {
+        }
+        if (applierStop.load()) return;
+        wakeRequested.exchange(false, std::memory_order_acq_rel);
+        try {
+            std::lock_guard<std::mutex> hold(applyMutex);
+            drainQueues();
+        } catch (const std::exception& e) {
+            logger.error("a parameter change failed: %s", e.what());
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Audio
+
+bool PluginInstance::midiEventOf(const LV2_Atom_Event* event, MidiMessage* message) const noexcept {
+    if (event->body.type != urids.midiEvent || event->body.size == 0 || event->body.size > 3) return false;
+    const auto* bytes = reinterpret_cast<const uint8_t*>(event + 1);
+    if (bytes[0] < 0x80) return false;  // running status is not allowed in an event
+    const uint32_t size = event->body.size;
+    *message = MidiMessage{{bytes[0], size > 1 ? bytes[1] : uint8_t(0), size > 2 ? bytes[2] : uint8_t(0)}};
+    return true;
+}
+
+bool PluginInstance::hasMidiInput() const noexcept {
+    return midiPort && midiPort->atom.type == urids.atomSequence &&
+           midiPort->atom.size >= sizeof(LV2_Atom_Sequence_Body);
+}
+
+void PluginInstance::run(uint32_t frames) noexcept {
+    const bool freeWheeling = freeWheelPort && *freeWheelPort > 0.5f;
+    readControlPorts();
+    if (freeWheeling) {
+        runOffline(frames);
+    } else {
+        // Back from free-wheeling: the applier tells the effect, so its
+        // engine update does not land on this thread.
+        if (hostLevel.load(std::memory_order_relaxed) != kProcessLevelRealtime) {
+            hostLevel.store(kProcessLevelRealtime, std::memory_order_relaxed);
+            levelPending.store(true, std::memory_order_release);
+        }
+        sendDirtyChanges();
+        // A MIDI message moves every band (the effect updates its engine on
+        // the calling thread), so in real time it goes to the applier too and
+        // takes effect within a few milliseconds rather than at its frame.
+        if (hasMidiInput()) {
+            LV2_ATOM_SEQUENCE_FOREACH(midiPort, event) {
+                MidiMessage message;
+                if (midiEventOf(event, &message) && !midiQueue.push(message))
+                    droppedMidiCount.fetch_add(1, std::memory_order_relaxed);
+            }
+        }
+        if (changes.size() > 0 || midiQueue.size() > 0 || levelPending.load(std::memory_order_acquire))
+            wakeApplier();
+        levelHeldBy.store(std::this_thread::get_id(), std::memory_order_relaxed);
+        processSpan(0, frames);
+        levelHeldBy.store(std::thread::id(), std::memory_order_relaxed);
+    }
+    writeOutputPorts();
+}
+
+// Audio thread while the host renders offline: waiting is allowed, and the
+// block is processed exactly as the renderer would process it.
+void PluginInstance::runOffline(uint32_t frames) noexcept {
+    try {
+        {
+            std::lock_guard<std::mutex> hold(applyMutex);
+            if (hostLevel.load() != kProcessLevelOffline) {
+                hostLevel.store(kProcessLevelOffline);
+                applyProcessLevel();
+            }
+            applyEverythingHeld();
+            finishEngineUpdate();
+        }
+        // MIDI reaches the effect at its frame: the block is split there.
+        uint32_t done = 0;
+        if (hasMidiInput()) {
+            LV2_ATOM_SEQUENCE_FOREACH(midiPort, event) {
+                MidiMessage message;
+                if (!midiEventOf(event, &message)) continue;
+                const int64_t at = std::clamp<int64_t>(event->time.frames, done, frames);
+                processSpan(done, uint32_t(at) - done);
+                done = uint32_t(at);
+                std::lock_guard<std::mutex> hold(applyMutex);
+                deliverMidi(message);
+                finishEngineUpdate();
+            }
+        }
+        processSpan(done, frames - done);
+    } catch (...) {
+        // A failed lock or change leaves the block as far as it got.
+    }
+}
+
+// Audio thread. The ports' floats go to the effect as doubles and come back
+// rounded to float, as the renderer's float files do.
+void PluginInstance::processSpan(uint32_t offset, uint32_t frames) noexcept {
+    const int32_t n = ports.channels;
+    while (frames > 0) {
+        const uint32_t m = std::min(frames, uint32_t(bufferFrames));
+        for (int32_t c = 0; c < n; ++c) {
+            double* x = inBuffer[c];
+            if (const float* in = audioIn[c]) {
+                for (uint32_t s = 0; s < m; ++s) x[s] = double(in[offset + s]);
+            } else {
+                std::fill_n(x, m, 0.0);
+            }
+        }
+        fx->processDoubleReplacing(inBuffer, outBuffer, int32_t(m));
+        for (int32_t c = 0; c < n; ++c) {
+            if (float* out = audioOut[c]) {
+                const double* y = outBuffer[c];
+                for (uint32_t s = 0; s < m; ++s) out[offset + s] = float(y[s]);
+            }
+        }
+        offset += m;
+        frames -= m;
+    }
+}
+
+void PluginInstance::writeOutputPorts() noexcept {
+    if (latencyPort) *latencyPort = float(latencyFrames.load(std::memory_order_relaxed));
+    for (int32_t c = 0; c < ports.channels; ++c) {
+        float* meter = meterPort[c];
+        if (!meter) continue;
+        const double level = fx->getLevelMeter(slotOfChannel[c]);
+        const double db = level > 0.0 ? 20.0 * std::log10(level) : double(lv2ports::kMeterFloorDb);
+        *meter = std::max(lv2ports::kMeterFloorDb, float(db));
+    }
+    if (clipPort) *clipPort = fx->getClip() ? 1.0f : 0.0f;
+}
+
+// ---------------------------------------------------------------------------
+// State (save beside run(); restore on the instantiation thread)
+
+LV2_State_Status PluginInstance::save(LV2_State_Store_Function store, LV2_State_Handle handle) {
+    if (!store) return LV2_STATE_ERR_UNKNOWN;
+    // The chunk belongs to the effect until its next getChunk; the lock
+    // keeps every other caller away until the host has copied it.
+    std::lock_guard<std::mutex> hold(applyMutex);
+    void* data = nullptr;
+    const int32_t size = fx->getChunk(&data, false);
+    if (size <= 0 || !data) {
+        logger.error("the effect gave no state to save");
+        return LV2_STATE_ERR_UNKNOWN;
+    }
+    return store(handle, urids.chunkKey, data, size_t(size), urids.atomChunk,
+                 LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE);
+}
+
+LV2_State_Status PluginInstance::restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle) {
+    if (!retrieve) return LV2_STATE_ERR_UNKNOWN;
+    size_t size = 0;
+    uint32_t type = 0, flags = 0;
+    const void* data = retrieve(handle, urids.chunkKey, &size, &type, &flags);
+    if (!data) return LV2_STATE_ERR_NO_PROPERTY;
+    if (type != urids.atomChunk) {
+        logger.error("the saved state has a type this plug-in does not read; nothing restored");
+        return LV2_STATE_ERR_BAD_TYPE;
+    }
+    if (size == 0 || size > size_t(INT32_MAX)) {
+        logger.error("the saved state has an impossible size; nothing restored");
+        return LV2_STATE_ERR_UNKNOWN;
+    }
+    // The effect takes a writable chunk; the host's stays untouched.
+    const auto* bytes = static_cast<const uint8_t*>(data);
+    std::vector<uint8_t> chunk(bytes, bytes + size);
+    if (!PlugBaseJSON::holdsStateDocument(chunk.data(), int32_t(size))) {
+        logger.error("the saved state is damaged; nothing restored");
+        return LV2_STATE_ERR_UNKNOWN;
+    }
+    std::lock_guard<std::mutex> hold(applyMutex);
+    fx->setChunk(chunk.data(), int32_t(size), false);
+    return LV2_STATE_SUCCESS;
+}
+
+}  // namespace fwlv2

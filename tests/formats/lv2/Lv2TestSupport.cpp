@@ -1,0 +1,147 @@
+#include "Lv2TestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+lv2host::World& bundleWorld() {
+    static lv2host::World* world = [] {
+        setenv("LV2_PATH", FW_LV2_BUNDLE_PARENT, 1);
+        return new lv2host::World;  // lives as long as the process: instances may outlive a test
+    }();
+    return *world;
+}
+
+const LilvPlugin* ourPlugin(int32_t channels) { return bundleWorld().plugin(lv2ports::pluginUri(channels)); }
+
+std::unique_ptr<lv2host::Instance> makeInstance(int32_t channels, const InstanceOptions& options) {
+    const LilvPlugin* plugin = ourPlugin(channels);
+    if (!plugin) throw std::runtime_error("our plug-in is not in the bundle");
+    lv2host::HostSetup setup;
+    setup.sampleRate = kTestRate;
+    setup.nominalBlock = options.maxBlock;
+    setup.maxBlock = options.maxBlock;
+    setup.work = options.work;
+    setup.offerWorker = options.offerWorker;
+    auto fx = std::make_unique<lv2host::Instance>(bundleWorld(), plugin, setup);
+    if (options.activate) fx->activate();
+    return fx;
+}
+
+lv2ports::Ports portsOf(const lv2host::Instance& fx) { return {int32_t(fx.audioInputs().size())}; }
+
+void setParam(lv2host::Instance& fx, int32_t index, float real) {
+    fx.control(uint32_t(portsOf(fx).param(index))) = real;
+}
+
+float wordValue(int32_t index, const char* word) {
+    int32_t count = 0, first = 0;
+    const char* const* words = choiceWords(index, &count, &first);
+    for (int32_t k = 0; words && k < count; ++k)
+        if (std::strcmp(words[k], word) == 0) return float(first + k);
+    ADD_FAILURE() << "row " << staticParamTable()[index].name << " has no word " << word;
+    return 0.0f;
+}
+
+void setPeakBand(lv2host::Instance& fx, int32_t band, double hz, double db, double q) {
+    const double scale = fx.control(uint32_t(portsOf(fx).param(kScale)));
+    setParam(fx, bandParam(band, kFieldState), float(kBandOn));
+    setParam(fx, bandParam(band, kFieldType), float(kTypePeak));
+    setParam(fx, bandParam(band, kFieldFrequency), float(hz));
+    setParam(fx, bandParam(band, kFieldGain), float(db / scale));
+    setParam(fx, bandParam(band, kFieldQ), float(q));
+}
+
+Channels process(lv2host::Instance& fx, const Channels& input, int32_t block) {
+    const size_t channels = input.size();
+    const size_t frames = channels ? input[0].size() : 0;
+    Channels output(channels, std::vector<float>(frames));
+    std::vector<std::vector<float>> in(channels, std::vector<float>(size_t(block), 0.0f));
+    std::vector<std::vector<float>> out(channels, std::vector<float>(size_t(block), 0.0f));
+    std::vector<float*> inPtr, outPtr;
+    for (size_t c = 0; c < channels; ++c) {
+        inPtr.push_back(in[c].data());
+        outPtr.push_back(out[c].data());
+    }
+    for (size_t at = 0; at < frames; at += size_t(block)) {
+        const size_t n = std::min(frames - at, size_t(block));
+        for (size_t c = 0; c < channels; ++c) std::copy_n(input[c].begin() + long(at), n, in[c].begin());
+        fx.connectAudio(inPtr.data(), outPtr.data());
+        fx.run(uint32_t(n));
+        for (size_t c = 0; c < channels; ++c) std::copy_n(out[c].begin(), n, output[c].begin() + long(at));
+    }
+    return output;
+}
+
+void settle(lv2host::Instance& fx, int64_t frames, int32_t wallMs, int32_t block) {
+    const size_t channels = fx.audioInputs().size();
+    std::vector<float> silence(size_t(block), 0.0f), scrap(channels * size_t(block));
+    std::vector<float*> in(channels, silence.data()), out;
+    for (size_t c = 0; c < channels; ++c) out.push_back(scrap.data() + c * size_t(block));
+    const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(wallMs);
+    for (int64_t done = 0; done < frames || std::chrono::steady_clock::now() < until; done += block) {
+        fx.connectAudio(in.data(), out.data());
+        fx.run(uint32_t(block));
+        if (wallMs > 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+void expectIdentical(const Channels& a, const Channels& b) {
+    ASSERT_EQ(a.size(), b.size());
+    for (size_t c = 0; c < a.size(); ++c) {
+        ASSERT_EQ(a[c].size(), b[c].size());
+        size_t differing = 0, first = 0;
+        for (size_t s = 0; s < a[c].size(); ++s)
+            if (a[c][s] != b[c][s] && differing++ == 0) first = s;
+        EXPECT_EQ(differing, 0u) << "channel " << c << ": first at frame " << first << ", " << a[c][first]
+                                 << " against " << b[c][first];
+    }
+}
+
+Channels noise(int32_t channels, int64_t frames, float peak, uint32_t seed) {
+    std::mt19937 gen(seed);
+    std::uniform_real_distribution<float> uniform(-peak, peak);
+    Channels x(static_cast<size_t>(channels), std::vector<float>(static_cast<size_t>(frames)));
+    for (auto& channel : x)
+        for (float& s : channel) s = uniform(gen);
+    return x;
+}
+
+Channels sine(int32_t channels, int64_t frames, double hz, float peak) { return tones(channels, frames, {hz}, peak); }
+
+Channels tones(int32_t channels, int64_t frames, const std::vector<double>& hz, float peakEach) {
+    std::vector<float> one(static_cast<size_t>(frames));
+    for (int64_t s = 0; s < frames; ++s) {
+        double v = 0.0;
+        for (double f : hz) v += std::sin(2.0 * M_PI * f * double(s) / kTestRate);
+        one[size_t(s)] = float(peakEach * v);
+    }
+    return Channels(size_t(channels), one);
+}
+
+double amplitudeAt(const std::vector<float>& x, double hz, size_t from, size_t to) {
+    double re = 0.0, im = 0.0, weight = 0.0;
+    const double n = double(to - from);
+    for (size_t s = from; s < to; ++s) {
+        const double k = double(s - from);
+        const double w = 0.5 - 0.5 * std::cos(2.0 * M_PI * (k + 0.5) / n);
+        const double phase = 2.0 * M_PI * hz * double(s) / kTestRate;
+        re += w * x[s] * std::cos(phase);
+        im += w * x[s] * std::sin(phase);
+        weight += w;
+    }
+    return 2.0 * std::sqrt(re * re + im * im) / weight;
+}
+
+std::string layoutTestName(const ::testing::TestParamInfo<int32_t>& info) {
+    std::string name = channelLayoutName(info.param);
+    for (char& c : name)
+        if (c == '.') c = '_';
+    return name;
+}

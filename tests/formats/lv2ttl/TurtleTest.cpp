@@ -1,0 +1,304 @@
+// The generated LV2 bundle read back through lilv as a host reads it: the
+// manifest's plug-ins, their ports against the port layout and the table,
+// the factory presets against the effect playing the factory bank; and the
+// literals the generator writes.
+
+#include <gtest/gtest.h>
+#include <lilv/lilv.h>
+#include <lv2/atom/atom.h>
+#include <lv2/urid/urid.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cfloat>
+#include <cmath>
+#include <cstring>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "core/ChannelLayout.h"
+#include "core/Plug.h"
+#include "formats/lv2/PortLayout.h"
+#include "formats/lv2/ttl/BundleTurtle.h"
+#include "formats/lv2/ttl/TurtleText.h"
+
+namespace {
+
+constexpr const char* kLv2 = "http://lv2plug.in/ns/lv2core#";
+constexpr const char* kPortGroups = "http://lv2plug.in/ns/ext/port-groups#";
+
+intptr_t quietHost(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float) {
+    return opcode == audioMasterGetCurrentProcessLevel ? kProcessLevelOffline : 0;
+}
+
+std::string slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// A stereo instance, with the factory bank applied when asked.
+std::unique_ptr<Plug> effect(bool withFactoryBank) {
+    auto fx = std::make_unique<Plug>(&quietHost);
+    if (withFactoryBank) {
+        std::string bank = slurp(std::string(FW_FACTORY_DIR) + "/Factory Bank.fwi");
+        EXPECT_FALSE(bank.empty());
+        fx->setChunk(bank.data(), int32_t(bank.size()), false);
+    }
+    return fx;
+}
+
+bool validSymbol(const std::string& s) {
+    auto word = [](unsigned char c) { return std::isalnum(c) || c == '_'; };
+    return !s.empty() && !std::isdigit(static_cast<unsigned char>(s[0])) && std::all_of(s.begin(), s.end(), word);
+}
+
+// The bundle loaded once for every test; nodes made here live as long.
+class Lv2Turtle : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        world = lilv_world_new();
+        const std::string dir = std::string(FW_LV2_BUNDLE_DIR) + "/";
+        LilvNode* bundle = lilv_new_file_uri(world, nullptr, dir.c_str());
+        lilv_world_load_bundle(world, bundle);
+        lilv_node_free(bundle);
+    }
+    static void TearDownTestSuite() {
+        for (LilvNode* n : nodes) lilv_node_free(n);
+        nodes.clear();
+        lilv_world_free(world);
+    }
+
+    static const LilvNode* uri(const std::string& first, const char* rest = "") {
+        std::string text = first;
+        text.append(rest);
+        nodes.push_back(lilv_new_uri(world, text.c_str()));
+        return nodes.back();
+    }
+    static const LilvPlugin* plugin(int32_t channels) {
+        return lilv_plugins_get_by_uri(lilv_world_get_all_plugins(world), uri(lv2ports::pluginUri(channels)));
+    }
+    static std::string text(const LilvNode* n) { return n ? lilv_node_as_string(n) : ""; }
+    static std::string portText(const LilvPlugin* p, const LilvPort* port, const char* predicate) {
+        LilvNodes* values = lilv_port_get_value(p, port, uri(predicate));
+        const std::string s = values ? text(lilv_nodes_get_first(values)) : "";
+        lilv_nodes_free(values);
+        return s;
+    }
+
+    static LilvWorld* world;
+    static std::vector<LilvNode*> nodes;
+};
+
+LilvWorld* Lv2Turtle::world = nullptr;
+std::vector<LilvNode*> Lv2Turtle::nodes;
+
+TEST_F(Lv2Turtle, ManifestListsExactlyTheEightLayoutsAsEqualisers) {
+    std::set<std::string> listed, wanted;
+    LILV_FOREACH (plugins, it, lilv_world_get_all_plugins(world))
+        listed.insert(text(lilv_plugin_get_uri(lilv_plugins_get(lilv_world_get_all_plugins(world), it))));
+    for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels)
+        wanted.insert(lv2ports::pluginUri(channels));
+    EXPECT_EQ(listed, wanted);
+
+    for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
+        const LilvPlugin* p = plugin(channels);
+        ASSERT_NE(p, nullptr);
+        LilvNode* name = lilv_plugin_get_name(p);
+        EXPECT_EQ(text(name), std::string("Fenwoldrine (") + channelLayoutName(channels) + ")");
+        lilv_node_free(name);
+        LilvNodes* types = lilv_plugin_get_value(p, uri("http://www.w3.org/1999/02/22-rdf-syntax-ns#type"));
+        EXPECT_TRUE(lilv_nodes_contains(types, uri(kLv2, "EQPlugin"))) << channels;
+        lilv_nodes_free(types);
+    }
+}
+
+TEST_F(Lv2Turtle, PortsFollowThePortLayoutWithUniqueValidSymbols) {
+    for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
+        const LilvPlugin* p = plugin(channels);
+        ASSERT_NE(p, nullptr);
+        const lv2ports::Ports ports{channels};
+        ASSERT_EQ(int32_t(lilv_plugin_get_num_ports(p)), ports.count()) << channels;
+
+        std::set<std::string> symbols;
+        for (int32_t i = 0; i < ports.count(); ++i) {
+            const std::string symbol = text(lilv_port_get_symbol(p, lilv_plugin_get_port_by_index(p, uint32_t(i))));
+            EXPECT_TRUE(validSymbol(symbol)) << symbol;
+            EXPECT_TRUE(symbols.insert(symbol).second) << "repeated symbol " << symbol;
+        }
+
+        auto designated = [&](const char* portClass, const char* designation) {
+            const LilvPort* port = lilv_plugin_get_port_by_designation(p, uri(kLv2, portClass), uri(kLv2, designation));
+            return port ? int32_t(lilv_port_get_index(p, port)) : -1;
+        };
+        EXPECT_EQ(designated("InputPort", "enabled"), ports.enabled());
+        EXPECT_EQ(designated("InputPort", "freeWheeling"), ports.freeWheel());
+        EXPECT_EQ(designated("InputPort", "control"), ports.midiIn());
+        EXPECT_EQ(int32_t(lilv_plugin_get_latency_port_index(p)), ports.latency());
+
+        // Each channel has one designation, the same on its input and output,
+        // and both directions sit in the plug-in's main groups.
+        LilvNodes* mainIn = lilv_plugin_get_value(p, uri(kPortGroups, "mainInput"));
+        LilvNodes* mainOut = lilv_plugin_get_value(p, uri(kPortGroups, "mainOutput"));
+        std::set<std::string> designations;
+        for (int32_t c = 0; c < channels; ++c) {
+            const LilvPort* in = lilv_plugin_get_port_by_index(p, uint32_t(ports.audioIn(c)));
+            const LilvPort* out = lilv_plugin_get_port_by_index(p, uint32_t(ports.audioOut(c)));
+            const std::string designation = portText(p, in, "http://lv2plug.in/ns/lv2core#designation");
+            EXPECT_EQ(designation, portText(p, out, "http://lv2plug.in/ns/lv2core#designation"));
+            EXPECT_TRUE(designations.insert(designation).second) << channels << ": " << designation;
+            EXPECT_EQ(portText(p, in, "http://lv2plug.in/ns/ext/port-groups#group"),
+                      text(lilv_nodes_get_first(mainIn)));
+            EXPECT_EQ(portText(p, out, "http://lv2plug.in/ns/ext/port-groups#group"),
+                      text(lilv_nodes_get_first(mainOut)));
+        }
+        EXPECT_FALSE(designations.count(""));
+        lilv_nodes_free(mainIn);
+        lilv_nodes_free(mainOut);
+    }
+}
+
+TEST_F(Lv2Turtle, ParameterPortsCarryTheTableAndItsKindsOfValue) {
+    auto fx = effect(false);
+    for (const int32_t channels : {1, 2, 6, 8}) {
+        const LilvPlugin* p = plugin(channels);
+        ASSERT_NE(p, nullptr);
+        const lv2ports::Ports ports{channels};
+        for (int32_t i = 0; i < kNumParams; ++i) {
+            const ParamRow& row = *fx->getRow(i);
+            const LilvPort* port = lilv_plugin_get_port_by_index(p, uint32_t(ports.param(i)));
+            ASSERT_NE(port, nullptr);
+            EXPECT_EQ(text(lilv_port_get_symbol(p, port)), lv2ports::parameterSymbol(i));
+            LilvNode *def = nullptr, *min = nullptr, *max = nullptr;
+            lilv_port_get_range(p, port, &def, &min, &max);
+            ASSERT_TRUE(def && min && max) << row.name;
+            // A fresh instance holds the default exactly.
+            EXPECT_EQ(lilv_node_as_float(def), fx->getRealValue(i)) << row.name;
+            EXPECT_EQ(lilv_node_as_float(min), row.min) << row.name;
+            EXPECT_EQ(lilv_node_as_float(max), row.max) << row.name;
+            lilv_node_free(def), lilv_node_free(min), lilv_node_free(max);
+
+            // The values the effect can take, over the whole host range.
+            std::set<float> reachable;
+            bool whole = true;
+            for (int k = 0; k <= 2048; ++k) {
+                const double v = curveToReal(row, k / 2048.0);
+                whole = whole && v == std::floor(v);
+                reachable.insert(float(v));
+            }
+            auto has = [&](const char* property) { return lilv_port_has_property(p, port, uri(kLv2, property)); };
+            const bool toggled = fx->isBoolParameter(i);
+            EXPECT_EQ(has("toggled"), toggled) << row.name;
+            EXPECT_EQ(has("integer"), whole && !toggled) << row.name;
+
+            std::map<float, std::string> points;
+            LilvScalePoints* list = lilv_port_get_scale_points(p, port);
+            LILV_FOREACH (scale_points, it, list) {
+                const LilvScalePoint* sp = lilv_scale_points_get(list, it);
+                points[lilv_node_as_float(lilv_scale_point_get_value(sp))] = text(lilv_scale_point_get_label(sp));
+            }
+            lilv_scale_points_free(list);
+            int32_t count = 0, first = 0;
+            const char* const* words = choiceWords(i, &count, &first);
+            ASSERT_EQ(points.size(), size_t(words ? count : 0)) << row.name;
+            for (int32_t k = 0; k < count; ++k) EXPECT_EQ(points[float(first + k)], words[k]) << row.name;
+            // An enumeration names every value the effect can take.
+            bool named = !points.empty();
+            for (const float v : reachable) named = named && points.count(v);
+            EXPECT_EQ(has("enumeration"), named && !toggled) << row.name;
+        }
+    }
+}
+
+// The port values of a preset as lilv hands them to a host: through a URID
+// map, each value an atom float (anything else is counted apart).
+struct PresetValues {
+    std::vector<std::string> uris;
+    LV2_URID_Map map{this, [](LV2_URID_Map_Handle self, const char* uri) {
+                         auto& list = static_cast<PresetValues*>(self)->uris;
+                         if (std::find(list.begin(), list.end(), uri) == list.end()) list.emplace_back(uri);
+                         return LV2_URID(std::find(list.begin(), list.end(), uri) - list.begin() + 1);
+                     }};
+    std::map<std::string, float> values;
+    int32_t others = 0;
+
+    static void take(const char* symbol, void* self, const void* value, uint32_t size, uint32_t type) {
+        auto* out = static_cast<PresetValues*>(self);
+        if (type == out->map.map(out, LV2_ATOM__Float) && size == sizeof(float))
+            out->values[symbol] = *static_cast<const float*>(value);
+        else
+            ++out->others;
+    }
+};
+
+TEST_F(Lv2Turtle, EveryPluginHasEveryNamedFactoryProgramWithTheEffectsValues) {
+    auto fx = effect(true);
+    std::map<std::string, int32_t> programs;
+    for (int32_t p = 0; p < kNumPrograms; ++p)
+        if (std::string(fx->getProgramRecord(p).name) != "-") programs[fx->getProgramRecord(p).name] = p;
+    ASSERT_FALSE(programs.empty());
+
+    for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
+        LilvNodes* presets = lilv_plugin_get_related(plugin(channels), uri("http://lv2plug.in/ns/ext/presets#Preset"));
+        EXPECT_EQ(lilv_nodes_size(presets), programs.size()) << channels;
+        LILV_FOREACH (nodes, it, presets) {
+            const LilvNode* preset = lilv_nodes_get(presets, it);
+            ASSERT_GE(lilv_world_load_resource(world, preset), 0);  // the number of files read
+            PresetValues got;
+            LilvState* state = lilv_state_new_from_world(world, &got.map, preset);
+            ASSERT_NE(state, nullptr) << text(preset);
+            const char* label = lilv_state_get_label(state);
+            ASSERT_TRUE(label && programs.count(label)) << text(preset);
+            const int32_t program = programs[label];
+            EXPECT_EQ(text(preset), lv2ttl::presetUri(channels, program));
+
+            lilv_state_emit_port_values(state, &PresetValues::take, &got);
+            lilv_state_free(state);
+            fx->setProgram(program);
+            EXPECT_EQ(got.others, 0) << label;
+            EXPECT_EQ(got.values.size(), size_t(kNumParams)) << label;
+            for (int32_t i = 0; i < kNumParams; ++i) {
+                const auto found = got.values.find(lv2ports::parameterSymbol(i));
+                ASSERT_NE(found, got.values.end()) << label << ": " << lv2ports::parameterSymbol(i);
+                EXPECT_EQ(found->second, fx->getRealValue(i)) << label << ": " << found->first;
+            }
+        }
+        lilv_nodes_free(presets);
+    }
+}
+
+TEST(TurtleText, DecimalsAreTurtleDecimalsThatReadBackExactly) {
+    EXPECT_EQ(lv2ttl::turtleDecimal(20000.0f), "20000.0");
+    EXPECT_EQ(lv2ttl::turtleDecimal(-36.0f), "-36.0");
+    EXPECT_EQ(lv2ttl::turtleDecimal(0.707f), "0.707");
+    bool replaced = false;
+    EXPECT_EQ(std::strtof(lv2ttl::turtleDecimal(-INFINITY, &replaced).c_str(), nullptr), -FLT_MAX);
+    EXPECT_TRUE(replaced);
+    EXPECT_EQ(lv2ttl::turtleDecimal(NAN, &replaced), "0.0");
+    EXPECT_TRUE(replaced);
+
+    // Random bit patterns: always [-]digits.digits, and the same float back.
+    std::mt19937 gen(5);
+    for (int k = 0; k < 5000; ++k) {
+        const uint32_t b = uint32_t(gen());
+        float x;
+        std::memcpy(&x, &b, sizeof x);
+        if (!std::isfinite(x)) continue;
+        const std::string s = lv2ttl::turtleDecimal(x);
+        const size_t point = s.find('.');
+        ASSERT_TRUE(point != std::string::npos && point > 0 && point + 1 < s.size()) << s;
+        EXPECT_EQ(s.find_first_not_of("-0123456789."), std::string::npos) << s;
+        EXPECT_EQ(std::strtof(s.c_str(), nullptr), x) << s;
+    }
+}
+
+TEST(TurtleText, StringsEscapeQuotesBackslashesAndControlCharacters) {
+    EXPECT_EQ(lv2ttl::turtleString("a \"b\" \\ 1\n2\x01 \xC3\xA9"), "\"a \\\"b\\\" \\\\ 1\\n2\\u0001 \xC3\xA9\"");
+}
+
+}  // namespace
