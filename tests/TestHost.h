@@ -88,18 +88,18 @@ inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host 
 }
 
 // Lets the engine catch up as a host's timer and the worker would: forces
-// the update the timer would carry out (the timer's own may be holding the
-// engine lock, so until one gets through) and waits for the worker (at most
-// a second).
+// the update the timer would carry out (again while the worker holds the
+// engine lock and defers it), then waits for the worker. An update in a FIR
+// mode hands work to the worker each time, so it is forced only while one
+// is still deferred. FIR designs can take seconds on a loaded machine (CI
+// compiling beside the tests): the wait goes by the clock, generously.
 inline void settleEngine(Plug& fx) {
-    // FIR designs on the worker can take seconds on a loaded machine (CI
-    // compiling beside the tests): wait by the clock, generously.
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    do {
-        fx.refreshEngine(true);
-        if (!fx.isRefreshPending() && !fx.isWorkerPending()) break;
+    fx.refreshEngine(true);
+    while ((fx.isRefreshPending() || fx.isWorkerPending()) && std::chrono::steady_clock::now() < deadline) {
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    } while (std::chrono::steady_clock::now() < deadline);
+        if (fx.isRefreshPending()) fx.refreshEngine(true);
+    }
     fx.updateLatency();
 }
 
