@@ -2,8 +2,10 @@
 //
 // Speed: stereo, 48 kHz, 512-sample blocks, 32 bands of one section each
 // (peaks) or 8 bands of four (48 dB/octave pass filters), at rest and with
-// every coefficient ramp running. Counters: ns per section per sample per
-// channel, and the share of one core the bank takes in real time.
+// every coefficient ramp running, and at rest with the two channels run
+// one after the other instead of together. Counters: ns per section per
+// sample per channel, and the share of one core the bank takes in real
+// time.
 //
 // Design time: one band's rebuild, median and worst over settings that
 // change every call.
@@ -76,8 +78,9 @@ void report(benchmark::State& state, const Workload& w) {
                                                       benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
-void run(benchmark::State& state, void (*setUp)(Workload&), bool ramping) {
+void run(benchmark::State& state, void (*setUp)(Workload&), bool ramping, bool pairing = true) {
     Workload w;
+    w.bank.setChannelPairing(pairing);
     setUp(w);
     w.settle();
     DigitalSection a[kMaxSections], b[kMaxSections];
@@ -105,6 +108,10 @@ void run(benchmark::State& state, void (*setUp)(Workload&), bool ramping) {
 
 void BM_Bank32PeaksAtRest(benchmark::State& s) { run(s, peaks, false); }
 void BM_Bank32PeaksRamping(benchmark::State& s) { run(s, peaks, true); }
+// The reference for the two above: each channel on its own, one section
+// after another, as the chain runs while ramping.
+void BM_Bank32PeaksAtRestUnpaired(benchmark::State& s) { run(s, peaks, false, false); }
+void BM_Bank8Pass48AtRestUnpaired(benchmark::State& s) { run(s, passFilters, false, false); }
 void BM_Bank8Pass48AtRest(benchmark::State& s) { run(s, passFilters, false); }
 void BM_Bank8Pass48Ramping(benchmark::State& s) { run(s, passFilters, true); }
 
@@ -142,6 +149,8 @@ void BM_RebuildPass8thOrder(benchmark::State& s) { rebuildTimes(s, kEngineLowPas
 
 BENCHMARK(BM_Bank32PeaksAtRest);
 BENCHMARK(BM_Bank32PeaksRamping);
+BENCHMARK(BM_Bank32PeaksAtRestUnpaired);
+BENCHMARK(BM_Bank8Pass48AtRestUnpaired);
 BENCHMARK(BM_Bank8Pass48AtRest);
 BENCHMARK(BM_Bank8Pass48Ramping);
 BENCHMARK(BM_RebuildPeak);

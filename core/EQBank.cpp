@@ -355,6 +355,32 @@ void EQBank::runCascade(double* x, int32_t channel, int32_t samples) noexcept {
     for (int32_t b = 0; b < bandCount; ++b) grid[size_t(channelCount * b + channel)]->processDouble(x, samples);
 }
 
+void EQBank::runCascadePair(double* x0, double* x1, int32_t channel, int32_t samples) noexcept {
+    // Band by band, both channels of the pair at once where the two bands
+    // allow it: consecutive bands at rest gather their sections into one
+    // run. The channels stay independent and every band sees the same
+    // input, so the result is that of one channel after the other.
+    int32_t held = 0;
+    for (int32_t b = 0; b < bandCount; ++b) {
+        EQ& first = *grid[size_t(channelCount * b + channel)];
+        EQ& second = *grid[size_t(channelCount * b + channel + 1)];
+        int32_t got = 0;
+        if (held + kMaxSections <= kMaxPairedSections && first.pairSections(second, pairedRun.get() + held, &got)) {
+            held += got;
+            continue;
+        }
+        runPairedSections(pairedRun.get(), held, x0, x1, samples);
+        held = 0;
+        if (first.pairSections(second, pairedRun.get(), &got)) {
+            held = got;
+            continue;
+        }
+        first.processDouble(x0, samples);
+        second.processDouble(x1, samples);
+    }
+    runPairedSections(pairedRun.get(), held, x0, x1, samples);
+}
+
 void EQBank::runParallel(double* x, int32_t channel, int32_t samples, int32_t fadeAtStart) noexcept {
     const double weight = fadeAtStart > 0 ? 1.0 - double(fadeAtStart) * kFadeWeightPerSample : 1.0;
     for (int32_t done = 0; done < samples; done += kScratchLength) {
@@ -381,13 +407,18 @@ void EQBank::processBank(double* const* buffers, int32_t samples, int32_t channe
     const int32_t fade = parallelFade.load(std::memory_order_relaxed);
     const int32_t count = mode.load(std::memory_order_relaxed) < kModeFullMinimum ? std::min(channels, channelCount) : 0;
     const bool inParallel = parallel.load(std::memory_order_relaxed);
+    const bool pairs = pairChannels.load(std::memory_order_relaxed);
     for (int32_t c = 0; c < count; ++c) {
         double* x = buffers[c];
         if (!x) continue;
-        if (inParallel)
+        if (inParallel) {
             runParallel(x, c, samples, fade);
-        else
+        } else if (pairs && c + 1 < count && buffers[c + 1]) {
+            runCascadePair(x, buffers[c + 1], c, samples);
+            ++c;
+        } else {
             runCascade(x, c, samples);
+        }
     }
     if (fade > 0) parallelFade.store(std::max(0, fade - samples), std::memory_order_relaxed);
     enterConvolvers(buffers, samples, channels, true);

@@ -148,11 +148,16 @@ public:
     bool isModeChanged() const { return modeChanged; }
     bool isParallel() const { return parallel.load(std::memory_order_relaxed); }
     bool isStereoLinked() const { return stereoLinked.load(); }
+    // Any thread. Whether the series chain runs two channels at once (the
+    // default); off, each channel runs alone, for comparison. The output is
+    // the same either way.
+    void setChannelPairing(bool on) { pairChannels.store(on, std::memory_order_relaxed); }
 
 private:
     template <typename Setter>
     void forChannels(int32_t band, int32_t channelMask, Setter set);
     void runCascade(double* x, int32_t channel, int32_t samples) noexcept;
+    void runCascadePair(double* x0, double* x1, int32_t channel, int32_t samples) noexcept;
     void runParallel(double* x, int32_t channel, int32_t samples, int32_t fadeAtStart) noexcept;
     void enterConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept;
     void runConvolvers(double* const* buffers, int32_t samples, int32_t channels, bool keep) noexcept;
@@ -170,7 +175,11 @@ private:
     std::vector<EQ*> gridView;  // the same objects, as the designers take them
     std::unique_ptr<double[]> bandScratch;
     std::unique_ptr<double[]> sumScratch;
+    // Sections of consecutive bands at rest, gathered to run as one pair.
+    static constexpr int32_t kMaxPairedSections = 8 * kMaxSections;
+    std::unique_ptr<PairedSection[]> pairedRun = std::make_unique<PairedSection[]>(kMaxPairedSections);
     std::atomic<int32_t> mode{kModeIIR};
+    std::atomic<bool> pairChannels{true};
     std::atomic<int32_t> irLength{kDefaultIRLength};  // read by the timer for the latency
     int32_t compensationLength = kDefaultCompensationLength;
     int32_t padFactor = 1;

@@ -11,6 +11,14 @@
 
 #include "dsp/EQ.h"
 
+// Audio thread: `count` sections in series on two channels at once, each
+// channel in its own vector lane, and up to four sections in flight at a
+// time (section j works on sample i - j while section 0 takes sample i), so
+// the recursions overlap instead of waiting on each other. The output is
+// bit for bit that of running the sections one after the other.
+void runPairedSections(const PairedSection* sections, int32_t count, double* first, double* second,
+                       int32_t n) noexcept;
+
 class DF1Cascade : public EQ {
 public:
     static constexpr int32_t kRampSamples = 1000;
@@ -29,6 +37,7 @@ public:
     // Audio thread: no allocation, no locks.
     void processDouble(double* samples, int32_t count) noexcept override;
     void processFloat(float* samples, int32_t count) noexcept override;
+    bool pairSections(EQ& other, PairedSection* out, int32_t* count) noexcept override;
 
     int32_t getSectionCount() const { return sectionCount.load(std::memory_order_relaxed); }
     bool isRamping() const { return rampCount.load(std::memory_order_relaxed) >= 0; }

@@ -69,6 +69,14 @@ public:
     virtual void setCoefficients(const DigitalSection* in, int32_t count) = 0;
     // Fits the digital sections to the analogue prototype when dirty.
     virtual void rebuild() = 0;
+    // Audio thread: when this band and `other` (the same band on the next
+    // channel) are both at rest with the same number of sections, puts
+    // their sections in *out (as many as *count says) to run together with
+    // runPairedSections, and returns true; otherwise false, touching nothing.
+    virtual bool pairSections(EQ& other, PairedSection* out, int32_t* count) noexcept {
+        (void)other, (void)out, (void)count;
+        return false;
+    }
 
     // Subtype words of an engine band type; null and *count = 0 for none.
     static const char* const* subtypeNames(int32_t type, int32_t* count);
