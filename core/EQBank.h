@@ -175,8 +175,9 @@ private:
     std::vector<EQ*> gridView;  // the same objects, as the designers take them
     std::unique_ptr<double[]> bandScratch;
     std::unique_ptr<double[]> sumScratch;
-    // Sections of consecutive bands at rest, gathered to run as one pair.
-    static constexpr int32_t kMaxPairedSections = 8 * kMaxSections;
+    // Sections of consecutive bands at rest, gathered to run as one pair:
+    // room for every section of a full bank.
+    static constexpr int32_t kMaxPairedSections = 32 * kMaxSections;
     std::unique_ptr<PairedSection[]> pairedRun = std::make_unique<PairedSection[]>(kMaxPairedSections);
     std::atomic<int32_t> mode{kModeIIR};
     std::atomic<bool> pairChannels{true};
