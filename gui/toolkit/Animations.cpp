@@ -9,18 +9,6 @@
 
 namespace VSTGUI {
 
-namespace {
-
-// Sets a control's value; reports and repaints when it changed.
-void changeValue(CControl& control, float value) {
-    if (value == control.getValue()) return;
-    control.setValue(value);
-    control.valueChanged();
-    control.invalid();
-}
-
-}  // namespace
-
 // ---- CMovieBitmap ----
 
 CMovieBitmap::CMovieBitmap(const CRect& size, CControlListener* listener, int32_t tag, CBitmap* strip,
@@ -78,7 +66,7 @@ int32_t CAutoAnimation::getImageCount() const {
 void CAutoAnimation::setOpened(bool state) {
     opened = state;
     if (opened) imageIndex = 0;
-    changeValue(*this, opened ? vmax : vmin);
+    ControlKit::changeValue(*this, opened ? vmax : vmin);
     invalid();
 }
 
@@ -199,7 +187,7 @@ void CSplashScreen::showSplash() {
     f->invalidRect(holder->getViewSize());
     shown = true;
     shownIn = f;
-    changeValue(*this, vmax);
+    ControlKit::changeValue(*this, vmax);
 }
 
 void CSplashScreen::unSplash() {
@@ -211,7 +199,7 @@ void CSplashScreen::unSplash() {
         shownIn->invalidRect(holder->getViewSize());
         shownIn = nullptr;
     }
-    changeValue(*this, vmin);
+    ControlKit::changeValue(*this, vmin);
 }
 
 void CSplashScreen::draw(CDrawContext* context) {

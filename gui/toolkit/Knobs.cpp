@@ -48,16 +48,6 @@ void CKnob::setHandleBitmap(CBitmap* bitmap) {
     setDirty();
 }
 
-void CKnob::changeValue(float newValue) {
-    const float old = value;
-    value = newValue;
-    bounceValue();
-    if (value != old) {
-        valueChanged();
-        invalid();
-    }
-}
-
 void CKnob::draw(CDrawContext* context) {
     const float fraction = ControlKit::normalizedValue(*this);
     if (CBitmap* back = getBackground()) {
@@ -143,7 +133,7 @@ CMouseEventResult CKnob::onMouseMoved(CPoint& where, const int32_t& buttons) {
     float step = (lastY - where.y) / dragRange * (vmax - vmin);
     if (buttons & modifierRoles().fine) step /= kFineFactor;
     lastY = where.y;
-    changeValue(value + step);
+    ControlKit::changeValue(*this, value + step);
     return kMouseEventHandled;
 }
 

@@ -65,8 +65,6 @@ public:
 
 protected:
     ~CKnob() override;
-    // Sets the value, bounded; reports and repaints when it changed.
-    void changeValue(float newValue);
     // The body, the arcs and the pointer, without bitmaps.
     void drawVectorKnob(CDrawContext* context, float fraction);
     void drawPointer(CDrawContext* context, float fraction);

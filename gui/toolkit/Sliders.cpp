@@ -79,16 +79,6 @@ CCoord CSlider::along(const CPoint& where) const {
     return isHorizontal() ? where.x - size.left : where.y - size.top;
 }
 
-void CSlider::changeValue(float newValue) {
-    const float old = value;
-    value = newValue;
-    bounceValue();
-    if (value != old) {
-        valueChanged();
-        invalid();
-    }
-}
-
 void CSlider::draw(CDrawContext* context) {
     const float fraction = ControlKit::normalizedValue(*this);
     const CRect handleRect = getHandleRect();
@@ -160,7 +150,7 @@ CMouseEventResult CSlider::onMouseDown(CPoint& where, const int32_t& buttons) {
             grabOffset = p - pos;
         } else {
             grabOffset = length / 2;
-            changeValue(ControlKit::valueAt(*this, fractionAtHandlePos(p - grabOffset)));
+            ControlKit::changeValue(*this, ControlKit::valueAt(*this, fractionAtHandlePos(p - grabOffset)));
         }
     }
     if (CFrame* f = getFrame()) f->setCursor(isHorizontal() ? kCursorHSize : kCursorVSize);
@@ -188,9 +178,9 @@ CMouseEventResult CSlider::onMouseMoved(CPoint& where, const int32_t& buttons) {
         if (travel <= 0) return kMouseEventHandled;
         const bool fromStart = (style & (kTop | kLeft)) != 0;
         const float moved = static_cast<float>((p - fineAnchor) / travel) / kFineFactor;
-        changeValue(fineValue + (fromStart ? moved : -moved) * (vmax - vmin));
+        ControlKit::changeValue(*this, fineValue + (fromStart ? moved : -moved) * (vmax - vmin));
     } else {
-        changeValue(ControlKit::valueAt(*this, fractionAtHandlePos(p - grabOffset)));
+        ControlKit::changeValue(*this, ControlKit::valueAt(*this, fractionAtHandlePos(p - grabOffset)));
     }
     return kMouseEventHandled;
 }

@@ -61,7 +61,6 @@ protected:
     // Handle position (leading edge) and fraction of the range, both ways.
     float fractionAtHandlePos(CCoord pos) const;
     CCoord handlePosAt(float fraction) const;
-    void changeValue(float newValue);
 
     int32_t style = kVertical | kBottom;
     SharedPointer<CBitmap> handle;

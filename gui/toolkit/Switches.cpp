@@ -73,6 +73,15 @@ float valueAt(const CControl& control, float fraction) {
     return control.getMin() + (control.getMax() - control.getMin()) * fraction;
 }
 
+void changeValue(CControl& control, float value) {
+    const float old = control.getValue();
+    control.setValue(value);
+    control.bounceValue();
+    if (control.getValue() == old) return;
+    control.valueChanged();
+    control.invalid();
+}
+
 CMouseEventResult finishDrag(CControl& control, bool& tracking) {
     if (!tracking) return kMouseEventNotHandled;
     tracking = false;

@@ -70,6 +70,9 @@ void drawRoundRect(CDrawContext* context, const CRect& rect, CCoord radius, CDra
 float normalizedValue(const CControl& control);
 // The value at a fraction of the control's range.
 float valueAt(const CControl& control, float fraction);
+// Sets the value, bounded to the range; when it moved, tells the listener
+// and repaints.
+void changeValue(CControl& control, float value);
 // Ends the drag that `tracking` marks: the cursor back to the arrow and the
 // edit bracket closed. "Not handled" when no drag was running.
 CMouseEventResult finishDrag(CControl& control, bool& tracking);
