@@ -30,25 +30,16 @@ COptionMenu::~COptionMenu() { removeAllEntry(); }
 
 CMenuItem* COptionMenu::addEntry(const char* title, int32_t index, int32_t flags) {
     if (title && std::strcmp(title, "-") == 0) return addSeparator(index);
-    auto* item = new CMenuItem(title, flags);
-    if (index < 0 || index > getNbEntries()) {
-        items.push_back(item);
-    } else {
-        items.insert(items.begin() + index, item);
-    }
-    setMax(static_cast<float>(std::max(getNbEntries() - 1, 0)));
-    return item;
+    return insertItem(new CMenuItem(title, flags), index);
 }
 
 CMenuItem* COptionMenu::addEntry(COptionMenu* submenu, const char* title) {
-    auto* item = new CMenuItem(title, CMenuItem::kNoFlags, submenu);
-    items.push_back(item);
-    setMax(static_cast<float>(std::max(getNbEntries() - 1, 0)));
-    return item;
+    return insertItem(new CMenuItem(title, CMenuItem::kNoFlags, submenu), -1);
 }
 
-CMenuItem* COptionMenu::addSeparator(int32_t index) {
-    auto* item = new CMenuItem("", CMenuItem::kSeparator);
+CMenuItem* COptionMenu::addSeparator(int32_t index) { return insertItem(new CMenuItem("", CMenuItem::kSeparator), index); }
+
+CMenuItem* COptionMenu::insertItem(CMenuItem* item, int32_t index) {
     if (index < 0 || index > getNbEntries()) {
         items.push_back(item);
     } else {

@@ -101,6 +101,9 @@ protected:
     ~COptionMenu() override;
 
 private:
+    // Takes ownership of `item` and puts it at `index` (the end when out of range).
+    CMenuItem* insertItem(CMenuItem* item, int32_t index);
+
     std::vector<CMenuItem*> items;
     SharedPointer<CBitmap> clickedBackground;
     COptionMenu* lastMenu = nullptr;
