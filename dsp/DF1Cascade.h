@@ -12,9 +12,9 @@
 #include "dsp/EQ.h"
 
 // Audio thread: `count` sections in series on two channels at once, each
-// channel in its own vector lane, and up to four sections in flight at a
-// time (section j works on sample i - j while section 0 takes sample i), so
-// the recursions overlap instead of waiting on each other. The output is
+// channel in its own vector lane, and two sections in flight at a time (the
+// second works on sample i - 1 while the first takes sample i), so the
+// recursions overlap instead of waiting on each other. The output is
 // bit for bit that of running the sections one after the other.
 void runPairedSections(const PairedSection* sections, int32_t count, double* first, double* second,
                        int32_t n) noexcept;

@@ -216,8 +216,8 @@ std::vector<double> noise(size_t n, uint32_t seed) {
 
 }  // namespace
 
-// Two channels in vector lanes with up to four sections in flight must give
-// exactly the bits of the plain loop, for every group size and remainder,
+// Two channels in vector lanes with sections in flight must give exactly
+// the bits of the plain loop, for whole groups and a remainder,
 // for blocks shorter than the stagger, and across block boundaries.
 TEST(DF1Cascade, PairedSectionsGiveTheBitsOfOneSectionAfterAnother) {
     for (int32_t bands : {1, 2, 3, 5}) {
