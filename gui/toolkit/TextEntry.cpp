@@ -169,27 +169,29 @@ TextEntryPopup::TextEntryPopup(const CRect& screenRect, const std::string& text,
     entry.selectAll();
 }
 
-CCoord TextEntryPopup::scrollFor(CCoord width) const {
-    // Keeps the caret in view when the text is wider than the field.
+CCoord textFieldScroll(const TextEntryModel& entry, CFontDesc* font, CCoord width) {
     const CCoord caretX = font->getStringWidth(entry.text().substr(0, entry.caret()).c_str());
-    const CCoord room = width - 2 * kTextInset;
+    const CCoord room = width - 2 * kTextFieldInset;
     return caretX > room ? caretX - room : 0;
 }
 
-void TextEntryPopup::drawPopupWindow(int32_t, CDrawContext* context) {
-    const CRect whole(0, 0, rect.width(), rect.height());
+void drawTextField(CDrawContext* context, const CRect& field, const TextEntryModel& entry, CFontDesc* font,
+                   bool showCaret) {
     context->setFillColor(kFieldBack);
-    context->fillRect(whole);
+    context->fillRect(field);
     context->setFrameColor(kFieldBorder);
     context->setLineWidth(1);
-    context->drawRect(whole, kDrawStroked);
+    context->drawRect(field, kDrawStroked);
     context->setFont(font);
-    const CCoord scroll = scrollFor(whole.width());
-    const CCoord x0 = kTextInset - scroll;
+    const CCoord scroll = textFieldScroll(entry, font, field.width());
+    const CCoord x0 = field.left + kTextFieldInset - scroll;
     const std::string& text = entry.text();
     const CFontMetrics metrics = font->getMetrics();
-    const CCoord lineTop = std::round((whole.height() - (metrics.ascent + metrics.descent)) / 2);
+    const CCoord lineTop = field.top + std::round((field.height() - (metrics.ascent + metrics.descent)) / 2);
     const CCoord lineBottom = lineTop + std::ceil(metrics.ascent + metrics.descent);
+    const CRect outerClip = context->getClipRect();
+    CRect inner(field.left + 1, field.top, field.right - 1, field.bottom);
+    context->setClipRect(inner.bound(outerClip));
     if (entry.hasSelection()) {
         const size_t a = std::min(entry.caret(), entry.anchor());
         const size_t b = std::max(entry.caret(), entry.anchor());
@@ -199,17 +201,24 @@ void TextEntryPopup::drawPopupWindow(int32_t, CDrawContext* context) {
         context->fillRect(CRect(std::floor(left), lineTop, std::ceil(right), lineBottom));
     }
     context->setFontColor(kFieldText);
-    context->drawString(text.c_str(), CRect(x0, 0, whole.right + scroll, whole.bottom), kLeftText);
-    const CCoord caretX = std::floor(x0 + font->getStringWidth(text.substr(0, entry.caret()).c_str()));
-    context->setFrameColor(kFieldText);
-    context->setDrawMode(kAliasing);
-    context->drawLine(CPoint(caretX, lineTop), CPoint(caretX, lineBottom - 1));
-    context->setDrawMode(kAntiAliasing);
+    context->drawString(text.c_str(), CRect(x0, field.top, field.right + scroll, field.bottom), kLeftText);
+    if (showCaret) {
+        const CCoord caretX = std::floor(x0 + font->getStringWidth(text.substr(0, entry.caret()).c_str()));
+        context->setFrameColor(kFieldText);
+        context->setDrawMode(kAliasing);
+        context->drawLine(CPoint(caretX, lineTop), CPoint(caretX, lineBottom - 1));
+        context->setDrawMode(kAntiAliasing);
+    }
+    context->setClipRect(outerClip);
+}
+
+void TextEntryPopup::drawPopupWindow(int32_t, CDrawContext* context) {
+    drawTextField(context, CRect(0, 0, rect.width(), rect.height()), entry, font, true);
 }
 
 void TextEntryPopup::popupMouse(PopupMouse kind, const CPoint& p, int32_t buttons) {
     const bool inside = rect.pointInside(p);
-    const CCoord x = p.x - rect.left - kTextInset + scrollFor(rect.width());
+    const CCoord x = p.x - rect.left - kTextInset + textFieldScroll(entry, font, rect.width());
     switch (kind) {
         case PopupMouse::Down:
             if (!inside) {

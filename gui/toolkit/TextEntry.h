@@ -53,6 +53,15 @@ private:
     size_t anchorPos = 0;
 };
 
+// A one-line field showing `entry` in `field` of `context`: background,
+// border, selection, the text scrolled so the caret stays in view, and the
+// caret when `showCaret` is set.
+void drawTextField(CDrawContext* context, const CRect& field, const TextEntryModel& entry, CFontDesc* font,
+                   bool showCaret);
+// How far the text of such a field `width` wide is scrolled to the left.
+CCoord textFieldScroll(const TextEntryModel& entry, CFontDesc* font, CCoord width);
+constexpr CCoord kTextFieldInset = 3;
+
 class TextEntryPopup : public IPopupClient {
 public:
     // A field over `screenRect` starting with `text`, all of it selected.
@@ -70,11 +79,10 @@ public:
     void popupFocusLost() override;
     bool popupDone() const override { return state != State::Editing; }
 
-    static constexpr CCoord kTextInset = 3;
+    static constexpr CCoord kTextInset = kTextFieldInset;
 
 private:
     enum class State { Editing, Committed, Cancelled };
-    CCoord scrollFor(CCoord width) const;
 
     CRect rect;
     CFontDesc* font;

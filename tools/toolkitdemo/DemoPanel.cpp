@@ -5,6 +5,7 @@
 
 #include "gui/toolkit/Animations.h"
 #include "gui/toolkit/Buttons.h"
+#include "gui/toolkit/CFileSelector.h"
 #include "gui/toolkit/CGViewContainer.h"
 #include "gui/toolkit/COptionMenu.h"
 #include "gui/toolkit/CParamDisplay.h"
@@ -34,6 +35,7 @@ enum Tag : int32_t {
     kTagName,
     kTagPage,
     kTagStrip,
+    kTagSave,
 };
 
 constexpr CColor kPanelBack{30, 32, 36, 255};
@@ -174,6 +176,7 @@ void DemoPanel::build() {
 
     place("bypass", new COnOffButton(CRect(270, 190, 330, 212), this, kTagBypass))->setTitle("Bypass");
     place("kick", new CKickButton(CRect(270, 222, 330, 244), this, kTagKick))->setTitle("Kick");
+    place("save", new CKickButton(CRect(270, 254, 330, 276), this, kTagSave))->setTitle("Save\xE2\x80\xA6");
     place("rocker", new CRockerSwitch(CRect(340, 188, 362, 248), this, kTagRocker));
 
     place("level", new CVerticalSlider(CRect(420, 20, 444, 160), this, kTagLevel));
@@ -234,6 +237,18 @@ void DemoPanel::valueChanged(CControl* control) {
     report(line);
 
     switch (tag) {
+        case kTagSave:
+            // On the release, so the dialog's own loop does not run inside the press.
+            if (control->getValue() == 0.0f) {
+                CFileSelector dialog(root);
+                std::string path;
+                if (dialog.run(FileSelectorStyle::kSave, "Choose destination filename", "~/Desktop/Fenwoldrine bank.fwb",
+                               "fwb", &path))
+                    report("file " + path);
+                else
+                    report("file cancelled");
+            }
+            break;
         case kTagGain:
             curve->gain = control->getValue();
             readout->setValue(control->getValue());

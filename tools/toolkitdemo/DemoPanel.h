@@ -1,9 +1,10 @@
 #pragma once
 // The demo's window contents: a few of each control of the toolkit, a
 // curve drawn from two knobs, a meter that moves by itself, a menu with a
-// nested menu and a text field. Every change is reported through a
-// callback as one line of text ("value <tag> <value>", "menu <title>",
-// "text <text>"), which the window tests read.
+// nested menu, a text field and a button that opens the save dialog. Every
+// change is reported through a callback as one line of text ("value <tag>
+// <value>", "menu <title>", "text <text>", "file <path>" or "file
+// cancelled"), which the window tests read.
 
 #include <functional>
 #include <string>

@@ -51,7 +51,7 @@ public:
 };
 
 // A modal popup drawn by the toolkit: menus (one window per open level) and
-// the inline text entry. The platform shows `popupWindowCount` windows at
+// the inline text entry, the file dialog. The platform shows `popupWindowCount` windows at
 // the given screen rectangles, above everything and without decoration,
 // sends them the input, and returns from runPopup once `popupDone`.
 enum class PopupMouse : int32_t { Down, Up, Moved };
@@ -65,6 +65,10 @@ public:
     // Input in screen coordinates; a press outside every window counts too.
     virtual void popupMouse(PopupMouse kind, const CPoint& screenPoint, int32_t buttons) = 0;
     virtual void popupKey(uint32_t character, int32_t virtualKey, int32_t modifiers) = 0;
+    // The vertical wheel: one notch is 1, up or away from the person positive.
+    virtual void popupWheel(const CPoint& screenPoint, float distance, int32_t buttons) {
+        (void)screenPoint, (void)distance, (void)buttons;
+    }
     // The popup lost the input focus to another window.
     virtual void popupFocusLost() = 0;
     virtual bool popupDone() const = 0;

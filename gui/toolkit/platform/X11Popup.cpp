@@ -232,8 +232,14 @@ void X11PopupSession::handleEvent(const XEvent& event) {
         case ButtonRelease: {
             const XButtonEvent& e = event.xbutton;
             const int32_t bit = buttonBit(e.button);
-            if (!bit) return;  // wheel
             const bool press = event.type == ButtonPress;
+            if ((e.button == 4 || e.button == 5) && press) {
+                client->popupWheel(CPoint(static_cast<CCoord>(e.x_root), static_cast<CCoord>(e.y_root)),
+                                   e.button == 4 ? 1.0f : -1.0f, modifierBits(e.state));
+                redraw = true;
+                return;
+            }
+            if (!bit) return;  // the horizontal wheel and its release
             if (bit & (kButton4 | kButton5)) sideButtons = press ? (sideButtons | bit) : (sideButtons & ~bit);
             client->popupMouse(press ? PopupMouse::Down : PopupMouse::Up,
                                CPoint(static_cast<CCoord>(e.x_root), static_cast<CCoord>(e.y_root)),

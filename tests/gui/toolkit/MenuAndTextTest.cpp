@@ -1,14 +1,19 @@
-// Menus and the inline text entry: building menus, what the popup does
-// with the pointer and keys, and the round trip through a frame whose
-// window runs the popup (a scripted stand-in for the window system); the
-// hidden cursor of drags and drops of files through the same window.
+// Menus, the inline text entry and the file dialog: building menus, what
+// the popups do with the pointer and keys, and the round trip through a
+// frame whose window runs the popup (a scripted stand-in for the window
+// system); the hidden cursor of drags and drops of files through the same
+// window.
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
 
+#include "gui/toolkit/CFileSelector.h"
 #include "gui/toolkit/CFrame.h"
 #include "gui/toolkit/ControlMixins.h"
 #include "gui/toolkit/COptionMenu.h"
@@ -304,4 +309,164 @@ TEST_F(Menus, DragsVisitTheViewsUnderThePointerAndDropsReachTheOneBelow) {
     EXPECT_EQ(right->log, (std::vector<std::string>{"enter 150", "drop /music/Master Bus.fwp"}));
     EXPECT_FALSE(frame->platformOnDrop(drag, CPoint(350, 50)));  // over no view
     drag->forget();
+}
+
+// ---- The file dialog ----
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A folder under the test's own home with a mix of entries.
+struct FileDialog : Menus {
+    void SetUp() override {
+        Menus::SetUp();
+        root = fs::path(std::getenv("HOME")) / "dialog";
+        fs::remove_all(root);
+        fs::create_directories(root / "alpha");
+        fs::create_directories(root / "Zeta");
+        for (const char* name : {"b.fwb", "A.FWB", "c.txt", ".hidden.fwb", "mix.fwbx"}) touch(root / name);
+    }
+    static void touch(const fs::path& p) { std::ofstream(p) << "x"; }
+    static std::vector<std::string> names(const FileSelectorModel& m) {
+        std::vector<std::string> out;
+        for (const auto& e : m.entries()) out.push_back(e.name);
+        return out;
+    }
+    fs::path root;
+};
+
+}  // namespace
+
+TEST_F(FileDialog, ListsFoldersThenFilesOfTheExtensionWithoutHiddenOnes) {
+    FileSelectorModel open(FileSelectorStyle::kOpen, root.string(), "fwb");
+    EXPECT_EQ(open.folder(), root.string());
+    EXPECT_EQ(names(open), (std::vector<std::string>{"..", "alpha", "Zeta", "A.FWB", "b.fwb"}));
+    EXPECT_TRUE(open.entries()[1].folder);
+    EXPECT_FALSE(open.entries()[3].folder);
+    FileSelectorModel everything(FileSelectorStyle::kOpen, root.string(), "");
+    EXPECT_EQ(names(everything).size(), 7u);
+
+    // Into a folder and back up: the folder left is selected.
+    EXPECT_EQ(open.activate(2), FileSelectorModel::Outcome::kEnteredFolder);
+    EXPECT_EQ(open.folder(), (root / "Zeta").string());
+    EXPECT_EQ(names(open), (std::vector<std::string>{".."}));
+    EXPECT_EQ(open.activate(0), FileSelectorModel::Outcome::kEnteredFolder);
+    EXPECT_EQ(open.selection(), 2);
+
+    // A folder that cannot be listed is empty with a notice, not an error.
+    open.enterFolder((root / "gone").string());
+    EXPECT_EQ(names(open), (std::vector<std::string>{".."}));
+    EXPECT_EQ(open.notice(), "This folder cannot be read.");
+}
+
+TEST_F(FileDialog, StartsWhereThePathSaysOrAtTheNearestFolderAbove) {
+    // The editor's own starting places: "~/Desktop" need not exist.
+    FileSelectorModel save(FileSelectorStyle::kSave, "~/Desktop/Fenwoldrine bank.fwb", "fwb");
+    EXPECT_EQ(save.folder(), fs::path(std::getenv("HOME")).string());
+    EXPECT_EQ(save.name().text(), "Fenwoldrine bank.fwb");
+    FileSelectorModel open(FileSelectorStyle::kOpen, (root / "b.fwb").string(), "fwb");
+    EXPECT_EQ(open.folder(), root.string());
+    ASSERT_GE(open.selection(), 0);
+    EXPECT_EQ(open.entries()[size_t(open.selection())].name, "b.fwb");
+    FileSelectorModel deep(FileSelectorStyle::kOpen, (root / "no" / "such" / "place").string(), "fwb");
+    EXPECT_EQ(deep.folder(), root.string());
+}
+
+TEST_F(FileDialog, SavingCompletesTheNameRefusesSlashesAndAsksBeforeReplacing) {
+    FileSelectorModel save(FileSelectorStyle::kSave, root.string(), "fwb");
+    save.name() = TextEntryModel("master");
+    ASSERT_EQ(save.confirm(), FileSelectorModel::Outcome::kChosen);
+    EXPECT_EQ(save.result(), (root / "master.fwb").string());
+
+    save.name() = TextEntryModel("a/b");
+    EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kNothing);
+    EXPECT_EQ(save.notice(), "A file name cannot contain \"/\".");
+    save.name() = TextEntryModel("   ");
+    EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kNothing);
+    EXPECT_EQ(save.notice(), "Type a file name.");
+
+    // An existing file: the first confirmation warns, the second replaces,
+    // and an edit in between starts over.
+    save.name() = TextEntryModel("b");
+    EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kNothing);
+    EXPECT_EQ(save.notice(), "\"b.fwb\" exists. Save again to replace it.");
+    save.nameEdited();
+    EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kNothing);
+    EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kChosen);
+    EXPECT_EQ(save.result(), (root / "b.fwb").string());
+
+    // Selecting a file offers its name; a folder's name opens the folder.
+    save.select(4);
+    EXPECT_EQ(save.name().text(), "b.fwb");
+    save.name() = TextEntryModel("alpha");
+    EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kEnteredFolder);
+    EXPECT_EQ(save.folder(), (root / "alpha").string());
+    EXPECT_EQ(save.name().text(), "");
+}
+
+// The dialog through a frame: the popup centred over it, a double click
+// into a folder, a click on the list, typing, the buttons and the keys.
+TEST_F(FileDialog, RunsOverTheFrameAndReturnsThePathOnlyWhenConfirmed) {
+    CFileSelector selector(frame);
+    std::string path = "unchanged";
+    gPopupScript = [](IPopupClient* client) {
+        auto* dialog = static_cast<FileSelectorPopup*>(client);
+        const CRect r = dialog->popupWindowRect(0);
+        EXPECT_EQ(r, CRect::fromSize(200 + (400 - FileSelectorPopup::kWidth) / 2, 100, FileSelectorPopup::kWidth,
+                                     FileSelectorPopup::kHeight));
+        dialog->popupMouse(PopupMouse::Down, CPoint(5, 5), kLButton);  // outside: the dialog stays
+        EXPECT_FALSE(dialog->popupDone());
+        dialog->popupMouse(PopupMouse::Down, centre(dialog->rowRect(1)), kLButton | kDoubleClick);  // "alpha/"
+        dialog->popupKey('x', 0, 0);
+        dialog->popupKey(0, VKEY_RETURN, 0);
+        EXPECT_TRUE(dialog->chosen());
+    };
+    ASSERT_TRUE(selector.run(FileSelectorStyle::kSave, "Choose destination filename", root.string().c_str(), "fwb",
+                             &path));
+    EXPECT_EQ(path, (root / "alpha" / "x.fwb").string());
+
+    gPopupScript = [](IPopupClient* client) {
+        auto* dialog = static_cast<FileSelectorPopup*>(client);
+        dialog->popupMouse(PopupMouse::Down, centre(dialog->cancelButtonRect()), kLButton);
+        dialog->popupMouse(PopupMouse::Up, centre(dialog->cancelButtonRect()), kLButton);
+        EXPECT_TRUE(dialog->cancelled());
+    };
+    EXPECT_FALSE(selector.run(FileSelectorStyle::kOpen, "Select preset bank", root.string().c_str(), "fwb", &path));
+    EXPECT_EQ(path, (root / "alpha" / "x.fwb").string());
+
+    gPopupScript = [](IPopupClient* client) {
+        auto* dialog = static_cast<FileSelectorPopup*>(client);
+        dialog->popupKey(0, VKEY_END, 0);  // the last file, "b.fwb"
+        dialog->popupMouse(PopupMouse::Down, centre(dialog->confirmButtonRect()), kLButton);
+        dialog->popupMouse(PopupMouse::Up, centre(dialog->confirmButtonRect()), kLButton);
+    };
+    ASSERT_TRUE(selector.run(FileSelectorStyle::kOpen, "Select preset bank", root.string().c_str(), "fwb", &path));
+    EXPECT_EQ(path, (root / "b.fwb").string());
+
+    gPopupScript = [](IPopupClient* client) { client->popupKey(0, VKEY_ESCAPE, 0); };
+    EXPECT_FALSE(selector.run(FileSelectorStyle::kOpen, "Select preset bank", root.string().c_str(), "fwb", &path));
+    CFileSelector closed(nullptr);
+    EXPECT_FALSE(closed.run(FileSelectorStyle::kOpen, "", "", "", &path));
+}
+
+TEST_F(FileDialog, TheWheelAndTheKeysKeepTheSelectionInView) {
+    for (int i = 0; i < 40; ++i) touch(root / ("take " + std::to_string(10 + i) + ".fwb"));
+    FileSelectorModel model(FileSelectorStyle::kOpen, root.string(), "fwb");
+    FileSelectorPopup dialog(model, "Select preset bank", CRect(0, 0, 600, 500));
+    const int32_t rows = dialog.visibleRows();
+    ASSERT_LT(rows, 45);
+    dialog.popupWheel(centre(dialog.popupWindowRect(0)), -2.0f, 0);
+    EXPECT_EQ(dialog.firstVisibleRow(), 6);
+    dialog.popupWheel(centre(dialog.popupWindowRect(0)), 10.0f, 0);
+    EXPECT_EQ(dialog.firstVisibleRow(), 0);
+    dialog.popupKey(0, VKEY_END, 0);
+    EXPECT_EQ(dialog.firstVisibleRow(), 45 - rows);
+    dialog.popupKey(0, VKEY_PAGEUP, 0);
+    EXPECT_EQ(model.selection(), 44 - rows);
+    // Backspace leaves the folder, with the folder left selected.
+    dialog.popupKey(0, VKEY_BACK, 0);
+    EXPECT_EQ(model.folder(), fs::path(root).parent_path().string());
+    ASSERT_GE(model.selection(), 0);
+    EXPECT_EQ(model.entries()[size_t(model.selection())].name, "dialog");
 }

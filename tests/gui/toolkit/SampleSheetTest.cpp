@@ -1,15 +1,19 @@
 // Draws a sheet of text, lines and shapes to PNG files for a person to look
 // at; runs only when FW_TOOLKIT_SCREENSHOT_DIR names a directory. Writes
-// drawing-sheet.png and a few parts of it enlarged (zoom-*.png).
+// drawing-sheet.png, a few parts of it enlarged (zoom-*.png) and the save
+// dialog over a folder of presets (file-dialog.png).
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <string>
 
 #include "gui/toolkit/CDrawContext.h"
+#include "gui/toolkit/CFileSelector.h"
 
 using namespace VSTGUI;
 
@@ -146,4 +150,24 @@ TEST(SampleSheet, WritesPicturesForInspection) {
     zoomCrop("zoom-11px-dark.png", 20, 52, 12);
     zoomCrop("zoom-11px-light.png", 470, 52, 12);
     sheet->forget();
+
+    // The save dialog over a folder of presets, one of them selected and a
+    // replacement waiting for its second confirmation.
+    const std::filesystem::path folder = std::filesystem::path(std::getenv("HOME")) / "Presets";
+    std::filesystem::create_directories(folder / "Factory");
+    std::filesystem::create_directories(folder / "Mastering");
+    for (const char* name : {"Air shelf.fwb", "Bass trim.fwb", "De-harsh.fwb", "Vocal presence.fwb", "notes.txt"})
+        std::ofstream(folder / name) << "x";
+    FileSelectorModel model(FileSelectorStyle::kSave, folder.string(), "fwb");
+    model.select(4);
+    model.confirm();
+    FileSelectorPopup dialog(model, "Choose destination filename", CRect(0, 0, FileSelectorPopup::kWidth,
+                                                                         FileSelectorPopup::kHeight));
+    auto* picture = new COffscreenContext(int32_t(FileSelectorPopup::kWidth), int32_t(FileSelectorPopup::kHeight),
+                                          kBlackCColor);
+    dialog.drawPopupWindow(0, picture);
+    std::string dialogPath(dir);
+    dialogPath.append("/file-dialog.png");
+    EXPECT_TRUE(picture->getBitmap()->writePNG(dialogPath.c_str(), &error)) << error;
+    picture->forget();
 }

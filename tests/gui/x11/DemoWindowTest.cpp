@@ -280,6 +280,24 @@ TEST(DemoWindow, RunsInsideAParentWindowUnderSyntheticInput) {
     EXPECT_EQ(demo.waitFor("text "), "text Air");
     EXPECT_TRUE(waitUntil([&] { return !popupShown(display); })) << "the text entry stayed open";
 
+    // The save dialog: it opens over the panel at the button's release with
+    // the starting name selected; typing replaces it and Return confirms.
+    // "~/Desktop" is not in the test's home, so the dialog starts in the home.
+    const Box save = layout["save"];
+    pointer.click(save.cx(), save.cy());
+    ASSERT_TRUE(waitUntil([&] { return popupShown(display); })) << "the file dialog did not open";
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_TRUE(capture(display, DefaultRootWindow(display), dir + "/toolkit-demo-dialog.png", 0, 0, ignored));
+    for (KeySym key : {XK_t, XK_a, XK_k, XK_e, XK_Return}) {
+        const KeyCode code = XKeysymToKeycode(display, key);
+        XTestFakeKeyEvent(display, code, True, CurrentTime);
+        XTestFakeKeyEvent(display, code, False, CurrentTime);
+        XSync(display, False);
+        std::this_thread::sleep_for(std::chrono::milliseconds(15));
+    }
+    EXPECT_EQ(demo.waitFor("file "), "file " + std::string(std::getenv("HOME")) + "/take.fwb");
+    EXPECT_TRUE(waitUntil([&] { return !popupShown(display); })) << "the file dialog stayed open";
+
     // A capture of the parent shows the panel's background at its corner.
     unsigned long corner = 0;
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
