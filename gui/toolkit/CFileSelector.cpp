@@ -488,6 +488,13 @@ void FileSelectorPopup::popupKey(uint32_t character, int32_t virtualKey, int32_t
     if (model.name().key(character, virtualKey, modifiers) && model.name().text() != before) model.nameEdited();
 }
 
+void FileSelectorPopup::popupScreen(const CRect& area) {
+    // The whole dialog on the screen, its top-left corner first.
+    const CCoord left = std::max(area.left, std::min(rect.left, area.right - kWidth));
+    const CCoord top = std::max(area.top, std::min(rect.top, area.bottom - kHeight));
+    rect = CRect::fromSize(left, top, kWidth, kHeight);
+}
+
 void FileSelectorPopup::popupFocusLost() { state = State::Cancelled; }
 
 // ---- CFileSelector ----

@@ -108,6 +108,7 @@ public:
     void popupMouse(PopupMouse kind, const CPoint& screenPoint, int32_t buttons) override;
     void popupWheel(const CPoint& screenPoint, float distance, int32_t buttons) override;
     void popupKey(uint32_t character, int32_t virtualKey, int32_t modifiers) override;
+    void popupScreen(const CRect& area) override;
     void popupFocusLost() override;
     bool popupDone() const override { return state != State::Open; }
 

@@ -24,7 +24,7 @@ bool selectable(const CMenuItem* item) { return item->isEnabled(); }
 
 }  // namespace
 
-MenuPopup::MenuPopup(COptionMenu* menu, const CRect& anchor, int32_t current) {
+MenuPopup::MenuPopup(COptionMenu* menu, const CRect& anchor, int32_t current) : anchorRect(anchor) {
     CPoint origin(anchor.left, anchor.bottom);
     if (current >= 0 && current < menu->getNbEntries()) {
         CCoord above = 0;
@@ -49,6 +49,27 @@ CRect MenuPopup::layout(COptionMenu* menu, CPoint origin, CCoord minWidth) const
 }
 
 void MenuPopup::openLevel(COptionMenu* menu, const CRect& rect) { levels.push_back({menu, rect, -1}); }
+
+void MenuPopup::popupScreen(const CRect& area) {
+    screen = area;
+    screenKnown = true;
+    levels.resize(1);
+    levels[0].rect = fitted(levels[0].rect, anchorRect, nullptr);
+}
+
+CRect MenuPopup::fitted(CRect r, const CRect& anchor, const CRect* beside) const {
+    if (!screenKnown) return r;
+    const CCoord width = r.width(), height = r.height();
+    if (beside && r.right > screen.right && beside->left - width + 2 >= screen.left) {
+        r.left = beside->left - width + 2;
+    } else if (!beside && r.bottom > screen.bottom && r.top >= anchor.bottom &&
+               anchor.top - screen.top > screen.bottom - anchor.bottom) {
+        r.top = anchor.top - height;  // above the control
+    }
+    r.left = std::max(screen.left, std::min(r.left, screen.right - width));
+    r.top = std::max(screen.top, std::min(r.top, screen.bottom - height));
+    return CRect::fromSize(r.left, r.top, width, height);
+}
 
 CRect MenuPopup::itemRect(int32_t level, int32_t index) const {
     const Level& l = levels[static_cast<size_t>(level)];
@@ -81,7 +102,9 @@ void MenuPopup::highlightAt(int32_t level, int32_t index) {
     l.highlight = (item && selectable(item)) ? index : -1;
     if (l.highlight >= 0 && item->getSubmenu() && item->getSubmenu()->getNbEntries() > 0) {
         const CRect row = itemRect(level, index);
-        openLevel(item->getSubmenu(), layout(item->getSubmenu(), CPoint(l.rect.right - 2, row.top - kBorder), 0));
+        const CRect parent = l.rect;
+        openLevel(item->getSubmenu(), fitted(layout(item->getSubmenu(), CPoint(parent.right - 2, row.top - kBorder), 0),
+                                             row, &parent));
     }
 }
 

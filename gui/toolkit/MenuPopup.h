@@ -6,7 +6,8 @@
 // pointer has travelled (so the release of the press that opened the menu
 // chooses nothing). Keys: Up/Down move, Right opens, Left closes a level,
 // Return/Enter choose, Escape closes. A press outside or lost focus ends
-// the popup without a choice.
+// the popup without a choice. On a screen too small below or to the right,
+// the menu opens above its control and nested menus open to the left.
 
 #include <cstdint>
 #include <vector>
@@ -46,6 +47,7 @@ public:
     void drawPopupWindow(int32_t index, CDrawContext* context) override;
     void popupMouse(PopupMouse kind, const CPoint& screenPoint, int32_t buttons) override;
     void popupKey(uint32_t character, int32_t virtualKey, int32_t modifiers) override;
+    void popupScreen(const CRect& area) override;
     void popupFocusLost() override { done = true; }
     bool popupDone() const override { return done; }
 
@@ -58,6 +60,9 @@ private:
 
     void openLevel(COptionMenu* menu, const CRect& rect);
     CRect layout(COptionMenu* menu, CPoint origin, CCoord minWidth) const;
+    // `r` moved inside the screen: below `anchor` turns to above it when
+    // that gives more room, and right of `beside` turns to left of it.
+    CRect fitted(CRect r, const CRect& anchor, const CRect* beside) const;
     // The (level, entry) under a screen point; level -1 when none.
     void find(const CPoint& p, int32_t& level, int32_t& index) const;
     void highlightAt(int32_t level, int32_t index);
@@ -65,6 +70,9 @@ private:
     void activate(int32_t level, int32_t index);
 
     std::vector<Level> levels;
+    CRect anchorRect;
+    CRect screen;
+    bool screenKnown = false;
     CPoint openPoint;
     bool pressedInside = false;
     bool travelled = false;

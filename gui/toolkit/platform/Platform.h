@@ -69,6 +69,9 @@ public:
     virtual void popupWheel(const CPoint& screenPoint, float distance, int32_t buttons) {
         (void)screenPoint, (void)distance, (void)buttons;
     }
+    // Before the windows are shown: the screen area they must stay inside.
+    // A client whose windows would cross its edges moves them.
+    virtual void popupScreen(const CRect& area) { (void)area; }
     // The popup lost the input focus to another window.
     virtual void popupFocusLost() = 0;
     virtual bool popupDone() const = 0;

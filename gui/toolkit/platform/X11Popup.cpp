@@ -51,6 +51,8 @@ bool X11PopupSession::run(const std::function<bool()>& ownerUsable) {
     if (connection->isBroken()) return false;
     Display* dpy = connection->display();
     connection->setModal(this, owner);
+    client->popupScreen(CRect(0, 0, static_cast<CCoord>(DisplayWidth(dpy, DefaultScreen(dpy))),
+                              static_cast<CCoord>(DisplayHeight(dpy, DefaultScreen(dpy)))));
     syncWindows();
     drawAll();
     XFlush(dpy);

@@ -159,6 +159,42 @@ TEST_F(Menus, NestedMenusOpenBesideTheirEntryAndKeysNavigate) {
     EXPECT_EQ(popup.chosenIndex(), 1);
 }
 
+// In the bottom-right corner of the screen a menu opens above its control
+// and its nested menu to the left, all of both on the screen; with room to
+// spare nothing moves.
+TEST_F(Menus, NearTheScreenEdgesMenusOpenAboveAndNestedOnesToTheLeft) {
+    for (const char* title : {"One", "Two", "Three"}) menu->addEntry(title);
+    auto* more = new COptionMenu(CRect(), nullptr, 0);
+    more->addEntry("A rather long entry of the nested menu");
+    menu->addEntry(more, "More");
+    more->forget();
+    const CRect screen(0, 0, 1024, 768);
+    const CRect anchor(920, 740, 1020, 760);
+    MenuPopup popup(menu, anchor);
+    popup.popupScreen(screen);
+    const CRect top = popup.popupWindowRect(0);
+    EXPECT_EQ(top.bottom, anchor.top);
+    EXPECT_LE(top.right, screen.right);
+    popup.popupMouse(PopupMouse::Moved, centre(popup.itemRect(0, 3)), 0);
+    ASSERT_EQ(popup.levelCount(), 2);
+    const CRect nested = popup.popupWindowRect(1);
+    EXPECT_LE(nested.right, top.left + 2);
+    EXPECT_GE(nested.left, screen.left);
+    EXPECT_LE(nested.bottom, screen.bottom);
+
+    MenuPopup roomy(menu, CRect(10, 10, 110, 30));
+    const CRect before = roomy.popupWindowRect(0);
+    roomy.popupScreen(screen);
+    EXPECT_EQ(roomy.popupWindowRect(0), before);
+
+    FileSelectorModel model(FileSelectorStyle::kOpen, "~", "fwb");
+    FileSelectorPopup dialog(model, "Select preset bank", CRect(900, 700, 1000, 760));
+    dialog.popupScreen(screen);
+    const CRect placed = dialog.popupWindowRect(0);
+    EXPECT_EQ(placed.right, screen.right);
+    EXPECT_EQ(placed.bottom, screen.bottom);
+}
+
 TEST_F(Menus, APressOutsideOrEscapeEndsWithoutAChoice) {
     menu->addEntry("One");
     MenuPopup outside(menu, CRect(0, 0, 100, 20));
