@@ -700,8 +700,12 @@ void Plug::workerStep() {
     // designs from are not changed under it; refreshEngine meanwhile only
     // defers to the next idle.
     std::lock_guard<PlugBaseMutex> held(engineLock);
+    // Raised before the flags are taken, so that someone waiting for the
+    // worker never sees it idle while its design is still on the way.
+    workerBusy.store(true);
     if (irLengthPending.take()) bank.setIRLength(requestedIRLength);
     if (modePending.take()) bank.setBankMode(requestedMode);
+    workerBusy.store(false);
 }
 
 void Plug::setRenderSetting(int32_t i, float value) {

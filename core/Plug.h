@@ -75,8 +75,11 @@ public:
     // diagnostics).
     int64_t getUpdateCount() const { return updateCount.load(std::memory_order_relaxed); }
     bool isRefreshPending() const { return refreshPending.load(); }
-    // A mode or IR length waits for the worker.
-    bool isWorkerPending() const { return modePending.isRaised() || irLengthPending.isRaised(); }
+    // A mode or IR length waits for the worker, or the worker is carrying
+    // one out: false only once its design is in the bank.
+    bool isWorkerPending() const {
+        return workerBusy.load() || modePending.isRaised() || irLengthPending.isRaised();
+    }
     // Offline render settings, in the order mode, IR length, window, window
     // parameter, phase, pad, Digital+ length, Digital+ phase, enabled; each
     // as the real value of its row. With "enabled" on they replace the DSP
@@ -341,6 +344,7 @@ private:
     std::mutex resumeMutex;
     std::atomic<bool> rebuilding{false};
     std::atomic<bool> refreshPending{false};
+    std::atomic<bool> workerBusy{false};  // set while workerStep works, under engineLock
     std::unique_ptr<PlugEd> editorObject;
     StoredSettings storedSettings;
     const SettingsAccess* settings;
