@@ -9,6 +9,7 @@
 
 #include "gui/toolkit/CDrawContext.h"
 #include "gui/toolkit/CFrame.h"
+#include "gui/toolkit/PopupStyle.h"
 
 namespace VSTGUI {
 
@@ -16,13 +17,13 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr CColor kDialogBack{38, 40, 44, 255};
-constexpr CColor kDialogBorder{90, 94, 102, 255};
+constexpr CColor kDialogBack = PopupStyle::kBack;
+constexpr CColor kDialogBorder = PopupStyle::kBorder;
 constexpr CColor kListBack{28, 30, 34, 255};
-constexpr CColor kText{226, 228, 232, 255};
+constexpr CColor kText = PopupStyle::kText;
 constexpr CColor kDimText{150, 154, 162, 255};
 constexpr CColor kNoticeText{240, 190, 110, 255};
-constexpr CColor kSelection{62, 112, 178, 255};
+constexpr CColor kSelection = PopupStyle::kHighlight;
 constexpr CColor kButtonFace{58, 62, 70, 255};
 constexpr CColor kButtonPressed{82, 88, 100, 255};
 

@@ -3,15 +3,17 @@
 #include <algorithm>
 #include <cmath>
 
+#include "gui/toolkit/PopupStyle.h"
+
 namespace VSTGUI {
 
 namespace {
 
-constexpr CColor kMenuBack{38, 40, 44, 255};
-constexpr CColor kMenuBorder{90, 94, 102, 255};
-constexpr CColor kMenuText{226, 228, 232, 255};
+constexpr CColor kMenuBack = PopupStyle::kBack;
+constexpr CColor kMenuBorder = PopupStyle::kBorder;
+constexpr CColor kMenuText = PopupStyle::kText;
 constexpr CColor kMenuTextDisabled{120, 124, 130, 255};
-constexpr CColor kMenuHighlight{62, 112, 178, 255};
+constexpr CColor kMenuHighlight = PopupStyle::kHighlight;
 constexpr CColor kMenuSeparator{70, 74, 80, 255};
 // Pixels the pointer must travel before a release counts as a choice.
 constexpr CCoord kTravelThreshold = 4;

@@ -33,6 +33,20 @@ bool startsWithNoCase(std::string_view text, std::string_view prefix) {
     return true;
 }
 
+// An XDND client message of `type` to `to`, from the window `from`, the
+// rest of its data words zero.
+XEvent xdndMessage(Display* display, Window to, Atom type, Window from) {
+    XEvent event{};
+    XClientMessageEvent& m = event.xclient;
+    m.type = ClientMessage;
+    m.display = display;
+    m.window = to;
+    m.message_type = type;
+    m.format = 32;
+    m.data.l[0] = static_cast<long>(from);
+    return event;
+}
+
 int hexValue(char c) {
     if (c >= '0' && c <= '9') return c - '0';
     if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -247,14 +261,8 @@ void X11DropTarget::requestData(Time time) {
 }
 
 void X11DropTarget::sendStatus() {
-    XEvent event{};
+    XEvent event = xdndMessage(connection->display(), source, connection->atom(X11Atom::XdndStatus), window);
     XClientMessageEvent& m = event.xclient;
-    m.type = ClientMessage;
-    m.display = connection->display();
-    m.window = source;
-    m.message_type = connection->atom(X11Atom::XdndStatus);
-    m.format = 32;
-    m.data.l[0] = static_cast<long>(window);
     // No rectangle: every move is reported.
     m.data.l[1] = (offersFiles ? kStatusAcceptBit : 0) | kStatusSendPositionsBit;
     m.data.l[4] = offersFiles ? static_cast<long>(connection->atom(X11Atom::XdndActionCopy)) : None;
@@ -302,14 +310,8 @@ void X11DropTarget::finishDrop(bool deliver) {
         }
     }
     if (keep->isBroken()) return;
-    XEvent event{};
+    XEvent event = xdndMessage(keep->display(), to, keep->atom(X11Atom::XdndFinished), target);
     XClientMessageEvent& m = event.xclient;
-    m.type = ClientMessage;
-    m.display = keep->display();
-    m.window = to;
-    m.message_type = keep->atom(X11Atom::XdndFinished);
-    m.format = 32;
-    m.data.l[0] = static_cast<long>(target);
     if (sourceVersion >= 5) {
         m.data.l[1] = taken ? 1 : 0;
         m.data.l[2] = taken ? static_cast<long>(keep->atom(X11Atom::XdndActionCopy)) : None;
