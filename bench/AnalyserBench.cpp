@@ -12,8 +12,8 @@
 
 #include "BenchInstance.h"
 #include "core/Plug.h"
-#include "gui/AnalyserEngine.h"
-#include "gui/PlugEd.h"
+#include "session/AnalyserEngine.h"
+#include "session/PlugEd.h"
 
 namespace {
 
@@ -28,7 +28,7 @@ void BM_AnalyserFrame(benchmark::State& state) {
     for (int32_t k = 0; k < 4; ++k) fx->processReplacing(io, io, 2048);
 
     AnalyserEngine engine;
-    UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+    UISettingsTree& ui = fx->uiSettings();
     ui.setValue("Analyser", "Smoothing", int32_t(state.range(0)));
     engine.applySettings(ui);
     engine.setNyquist(24000.0f);

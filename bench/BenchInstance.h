@@ -5,9 +5,10 @@
 #include <memory>
 
 #include "core/Plug.h"
+#include "session/PlugEd.h"
 
 inline std::unique_ptr<Plug> benchInstance(int32_t channels) {
-    auto fx = std::make_unique<Plug>(nullptr);
+    auto fx = PlugEd::createEffect(nullptr);
     fx->setNumInputs(channels);
     fx->setNumOutputs(channels);
     fx->setChannelLayout(standardChannelLayout(channels));

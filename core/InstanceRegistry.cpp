@@ -60,5 +60,5 @@ Plug* InstanceRegistry::instanceFromOtherIndex(const Plug* self, int32_t i) cons
 }
 
 void InstanceRegistry::notifyInstancesChanged() {
-    for (Plug* fx : snapshot()) fx->setParameter(kGUIInstancesChanged, 1.0f);
+    for (Plug* fx : snapshot()) fx->instancesChanged();
 }

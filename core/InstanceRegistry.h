@@ -34,7 +34,7 @@ public:
     // Instance i among the others of `self`: position i below self's own
     // position, i + 1 from there on; nullptr when there is none.
     Plug* instanceFromOtherIndex(const Plug* self, int32_t i) const;
-    // Tells every instance, in order, with kGUIInstancesChanged.
+    // Tells every instance, in order, that the list changed.
     void notifyInstancesChanged();
 
 private:

@@ -1,7 +1,8 @@
 #pragma once
-// The one enumeration of parameter indices and editor tags. The list below
-// expands both to the C++ enumeration and to the enumeration text from which
-// the process builds its name table, so names and numbers cannot drift apart.
+// The one enumeration of parameter indices. The list below expands both to
+// the C++ enumeration and to the enumeration text from which the process
+// builds its name table, so names and numbers cannot drift apart. Editor
+// tags, numbered from 500 up, belong to the editor layer.
 
 #include <cstdint>
 
@@ -59,107 +60,7 @@
     FW_BAND_PARAMS(X, 31) \
     FW_BAND_PARAMS(X, 32) \
     X(kDPlusPhase) \
-    X(kNumParams) \
-    XAT(kGUIEQGraph, 500) \
-    X(kGUIPresetMenu) \
-    X(kGUIProcessMode) \
-    X(kGUIStereoMode) \
-    X(kGUIAnalyser) \
-    X(kGUIConsole) \
-    X(kGUIVU) \
-    X(kGUISetup) \
-    X(kGUIPageChange) \
-    X(kGUIPresetPage) \
-    X(kGUISave) \
-    X(kGUILoad) \
-    X(kGUIUndo) \
-    X(kGUIRedo) \
-    X(kGUIPresetPrev) \
-    X(kGUIPresetNext) \
-    X(kGUIPresetName) \
-    X(kGUIABMenu) \
-    X(kGUIABMenuAlt) \
-    X(kGUICopyTo) \
-    X(kGUIMeterPrePost) \
-    X(kGUIFlat) \
-    X(kGUIPrefsChange) \
-    X(kGUIClip) \
-    X(kGUIMeterReadout) \
-    XAT(kGUIBox1, 526) \
-    X(kGUIBox2) \
-    X(kGUIBox3) \
-    X(kGUIBox4) \
-    X(kGUIPresetBox) \
-    X(kGUIAbout) \
-    X(kGUISetupPage) \
-    X(kGUIStripsChanged) \
-    X(kGUIPhaseGraph) \
-    X(kGUIIRGraph) \
-    X(kGUIChannelCount) \
-    X(kGUISurround) \
-    X(kGUIMeterSection) \
-    X(kGUIUIPrefsChange) \
-    X(kGUISelectOnly) \
-    X(kGUIMasterMeter1) \
-    X(kGUIMasterMeter2) \
-    X(kGUIGroupNamesChanged) \
-    X(kGUIUseMS1) \
-    X(kGUIBox5) \
-    X(kGUIStereoMode2) \
-    X(kGUIInstancesChanged) \
-    X(kGUIInstanceName) \
-    X(kGUIKeyboard) \
-    X(kGUIScaleTray) \
-    X(kGUIOpenScaleTray) \
-    X(kGUIAnalyserUpdated) \
-    X(kGUIMeterFade) \
-    X(kGUILoadPreset) \
-    X(kGUISavePreset) \
-    X(kGUIPresetEQ) \
-    X(kGUIPresetDSP) \
-    X(kGUIPresetUI) \
-    X(kGUIPresetBank) \
-    X(kGUIPleaseRebuildStrips) \
-    X(kGUIWizardOpen) \
-    X(kGUIWizardCompleted) \
-    X(kGUIReloadFreqDefault) \
-    X(kGUISelectToggle) \
-    X(kGUIFreeDrag) \
-    X(kGUIInsertBandAfter) \
-    X(kGUIAutoListen) \
-    X(kGUIAutoListenQ) \
-    X(kGUISelectedGroup) \
-    X(kGUIDeSelectedGroup) \
-    X(kGUIPropagateDSP) \
-    X(kGUIFullScreen) \
-    X(kGUIAutoGain) \
-    X(kGUIPropagateRenderDSP) \
-    X(kGUIDeleteBand) \
-    X(kGUIChannel12Link) \
-    X(kGUIChannel34Link) \
-    X(kGUIChannel56Link) \
-    X(kGUIChannel78Link) \
-    X(kGUIChannel1Meter) \
-    X(kGUIChannel2Meter) \
-    X(kGUIChannel3Meter) \
-    X(kGUIChannel4Meter) \
-    X(kGUIChannel5Meter) \
-    X(kGUIChannel6Meter) \
-    X(kGUIChannel7Meter) \
-    X(kGUIChannel8Meter) \
-    X(kGUIRenderDSPMode) \
-    X(kGUIRenderDSPIRLength) \
-    X(kGUIRenderDSPIRWindow) \
-    X(kGUIRenderDSPIRWindowParam) \
-    X(kGUIRenderDSPIRPhase) \
-    X(kGUIRenderDSPIRPad) \
-    X(kGUIRenderDSPDPlusLen) \
-    X(kGUIRenderDSPDPlusPhase) \
-    X(kGUIRenderDSPEnabled) \
-    XAT(kGUISelectedBand, 700) \
-    XAT(kGUIMasterMeterTray, 800) \
-    X(kGUIMiniMasterMeterTray) \
-    X(kGUIGroupMetersTray)
+    X(kNumParams)
 
 #define FW_ENUM_ITEM(name) name,
 #define FW_ENUM_ITEM_AT(name, value) name = value,
@@ -170,5 +71,5 @@ enum ParamIndex : int32_t { FW_PARAMETER_LIST(FW_ENUM_ITEM, FW_ENUM_ITEM_AT) };
 #undef FW_ENUM_ITEM_AT
 
 // The enumeration as text, "kBypass=0,kGain,...": the single place where the
-// names of the layout and the state documents meet their numbers.
+// names of the state documents meet their numbers.
 extern const char* const kParameterEnumText;

@@ -10,7 +10,6 @@
 #include <new>
 
 #include "core/ParameterNameTable.h"
-#include "gui/PlugEd.h"
 #include "resources/ResourceTable.h"
 #include "state/GlobalSettings.h"
 
@@ -99,8 +98,12 @@ double roundHalfUp(double y) {
 // ---------------------------------------------------------------------------
 // Construction and teardown
 
-Plug::Plug(EffectHostCallback host)
-    : PlugBaseJSON(host), bank(kEffectBands, kDefaultRate, 2), settings(&storedSettings) {
+Plug::Plug(EffectHostCallback host, EditorFactory makeEditor)
+    : PlugBaseJSON(host),
+      bank(kEffectBands, kDefaultRate, 2),
+      uiTree(StoredSettings::factoryUiSettings()),
+      storedSettings(&uiTree),
+      settings(&storedSettings) {
     sampleRate = kDefaultRate;
     blockSize = kMaxBlock;
     assignParameterGroups();
@@ -123,7 +126,7 @@ Plug::Plug(EffectHostCallback host)
         for (size_t i = 0; i < std::size(kDspRows); ++i) renderSettings[i] = staticParamTable()[kDspRows[i]].value;
         renderSettings[kRenderSettingCount - 1] = 0.0f;  // render settings off
         nameInstance();
-        createEditor();
+        createEditor(makeEditor);
         const ResourceData defaults = findResource("defaults", "json");
         GlobalSettings::instance().installDefaults(reinterpret_cast<const char*>(defaults.data), defaults.size);
         reloadGlobalSettings();
@@ -326,7 +329,6 @@ void Plug::reloadGlobalSettings() {
 }
 
 void Plug::reloadUISettings() {
-    if (!editorObject) return;
     std::lock_guard<PlugBaseMutex> held(engineLock);
     simpleNumbers = settings->uiValue("Misc", "Number format") == 1;
     showTrueQ = settings->uiValue("Misc", "Show True Q") != 0;
@@ -732,17 +734,17 @@ void Plug::rebuildGroupNames(int32_t channelCount) {
     const int32_t channels = std::clamp(channelCount, 0, int32_t(kMaxChannels));
     if (channels == 1) {
         groupNames[0] = "Mono";
-        setParameter(kGUIGroupNamesChanged, 1.0f);
+        if (editorObject) editorObject->effectChanged(EffectNews::groupNames);
     } else if (channels == 2) {
         const bool coded = msMask.load(std::memory_order_relaxed) & 1;
         groupNames[0] = coded ? "Mid" : "Left";
-        setParameter(kGUIGroupNamesChanged, 1.0f);
+        if (editorObject) editorObject->effectChanged(EffectNews::groupNames);
         groupNames[1] = coded ? "Side" : "Right";
-        setParameter(kGUIGroupNamesChanged, 1.0f);
+        if (editorObject) editorObject->effectChanged(EffectNews::groupNames);
     } else {
         for (int32_t i = 0; i < channels; ++i) {
             groupNames[i] = std::to_string(i + 1);
-            setParameter(kGUIGroupNamesChanged, 1.0f);
+            if (editorObject) editorObject->effectChanged(EffectNews::groupNames);
         }
     }
     groupCount = channels;
@@ -756,7 +758,7 @@ const std::string* Plug::groupNamesOf(int32_t* count) const {
 void Plug::setGroupName(int32_t i, const char* text) {
     if (i < 0 || i >= bank.getChannelCount() || !text) return;
     groupNames[i] = text;
-    setParameter(kGUIGroupNamesChanged, 1.0f);
+    if (editorObject) editorObject->effectChanged(EffectNews::groupNames);
 }
 
 void Plug::setGroupMask(int32_t i, int32_t mask) {

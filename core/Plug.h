@@ -24,13 +24,13 @@
 #include "core/BandMapping.h"
 #include "core/ChannelLayout.h"
 #include "core/EQBank.h"
-#include "state/PlugBaseJSON.h"
+#include "core/EditorLink.h"
+#include "core/PlugBaseJSON.h"
 #include "core/PlugBaseMutex.h"
 #include "core/PlugBaseThread.h"
 #include "core/SettingsAccess.h"
 #include "core/SharedTimer.h"
-
-class PlugEd;
+#include "state/UISettingsTree.h"
 
 class Plug : public PlugBaseJSON, public PlugBaseThread, public TimerClient {
 public:
@@ -40,7 +40,11 @@ public:
     static constexpr double kClipThreshold0dB = 1.0;
     static constexpr double kClipThresholdMinus01dB = 0.9885530946569389;  // -0.1 dB
 
-    explicit Plug(EffectHostCallback host);
+    // Makes the editor object an effect owns for its whole life, with or
+    // without a window; an effect made without one tells no editor anything.
+    using EditorFactory = std::unique_ptr<iEditorLink> (*)(Plug& effect);
+
+    explicit Plug(EffectHostCallback host, EditorFactory makeEditor = nullptr);
     ~Plug() override;
 
     // ---- Host interface (control thread) ----
@@ -131,7 +135,7 @@ public:
     // Settings read through one accessor: the stores, or a test's choice.
     void setSettingsSource(const SettingsAccess* source);
     void reloadGlobalSettings();
-    // Reads the UI settings the effect uses; needs the editor object.
+    // Reads the UI settings the effect uses from the instance's tree.
     void reloadUISettings();
 
     // ---- Programs, slots and the state document (message thread) ----
@@ -154,6 +158,9 @@ public:
     // Applies one preset object to a program under the loading flags.
     virtual void applyPresetDocument(const cJSON* object, int32_t program);
     // Takes the engine lock if it is free at once, and applies the chunk
+    // The instance's UI settings tree (message thread).
+    UISettingsTree& uiSettings() { return uiTree; }
+    const UISettingsTree& uiSettings() const { return uiTree; }
     // either way, so a busy worker never blocks the host.
     int32_t setChunk(void* data, int32_t byteSize, bool isPreset) override;
     // Copies the live values, band order and auto gain into slot 0..7; the
@@ -217,7 +224,9 @@ public:
     // Copies the offline render settings into every other instance.
     void propagateRenderDSP();
     bool isLegacyAlignment() const { return legacyAlignment; }
-    PlugEd* getEditorObject() const { return editorObject.get(); }
+    iEditorLink* getEditorLink() const { return editorObject.get(); }
+    // Tells the editor that the list of instances changed.
+    void instancesChanged();
 
     // ---- Meters, clip, state for views and tests ----
     double getLevelMeter(int32_t i) const { return plainLevels[i & 7]; }
@@ -332,7 +341,7 @@ private:
     void nameInstance();
     void registerInstance();
     void unregisterInstance();
-    void createEditor();
+    void createEditor(EditorFactory makeEditor);
     void loadDefaultBank();
     void joinSharedTimer() { SharedTimer::instance().join(this); }
     void leaveSharedTimer() { SharedTimer::instance().leave(this); }
@@ -345,7 +354,8 @@ private:
     std::atomic<bool> rebuilding{false};
     std::atomic<bool> refreshPending{false};
     std::atomic<bool> workerBusy{false};  // set while workerStep works, under engineLock
-    std::unique_ptr<PlugEd> editorObject;
+    UISettingsTree uiTree;
+    std::unique_ptr<iEditorLink> editorObject;
     StoredSettings storedSettings;
     const SettingsAccess* settings;
 

@@ -8,7 +8,6 @@
 
 #include "core/InstanceRegistry.h"
 #include "core/Plug.h"
-#include "gui/PlugEd.h"
 #include "state/PresetFiles.h"
 
 namespace {
@@ -44,6 +43,10 @@ void Plug::unregisterInstance() {
     InstanceRegistry::instance().remove(this);
 }
 
+void Plug::instancesChanged() {
+    if (editorObject) editorObject->effectChanged(EffectNews::instances);
+}
+
 void Plug::setInstanceName(const char* name, bool byUser) {
     if (name == nullptr) return;
     if (!byUser) {
@@ -62,7 +65,7 @@ void Plug::setInstanceName(const char* name, bool byUser) {
         markChunkStale();
         InstanceRegistry::instance().notifyInstancesChanged();
     }
-    notifyEditor(kGUIInstanceName, 1.0f);
+    if (editorObject) editorObject->effectChanged(EffectNews::instanceName);
 }
 
 void Plug::propagateDSP() {
@@ -82,7 +85,7 @@ void Plug::propagateRenderDSP() {
     for (Plug* other : InstanceRegistry::instance().snapshot()) {
         if (other == this) continue;
         for (int32_t i = 0; i < kRenderSettingCount; ++i) other->setRenderSetting(i, renderSettings[i]);
-        if (PlugEd* editor = other->getEditorObject()) editor->markSettingsPageStale();
+        if (iEditorLink* editor = other->getEditorLink()) editor->effectChanged(EffectNews::renderSettings);
     }
 }
 

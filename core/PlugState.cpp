@@ -10,7 +10,6 @@
 
 #include "core/ParameterNameTable.h"
 #include "core/Plug.h"
-#include "gui/PlugEd.h"
 #include "state/ChunkCodec.h"
 
 namespace {
@@ -79,12 +78,11 @@ uint32_t Plug::getLockWord(int32_t program, int32_t word) const {
 }
 
 void Plug::notifyEditor(int32_t tag, float value) {
-    if (editorObject) editorObject->setParameter(tag, value);
+    if (editorObject) editorObject->parameterChanged(tag, value);
 }
 
-void Plug::createEditor() {
-    editorObject = std::make_unique<PlugEd>(this);
-    storedSettings = StoredSettings(&editorObject->uiSettings());
+void Plug::createEditor(EditorFactory makeEditor) {
+    if (makeEditor) editorObject = makeEditor(*this);
 }
 
 void Plug::setProgramIndex(int32_t program) {
@@ -226,7 +224,7 @@ cJSON* Plug::buildStateDocument(bool presetOnly) {
         }
     }
     writeFrequencyRange(root);
-    if (editorObject) editorObject->writeState(root, presetOnly);
+    if (editorObject) editorObject->writeEditorState(root, presetOnly);
     cJSON* render = cJSON_AddArrayToObject(root, "renderParams");
     for (int32_t i = 0; render != nullptr && i < kRenderSettingCount; ++i)
         cJSON_AddItemToArray(render, cJSON_CreateNumber(renderSettings[i]));
@@ -353,6 +351,7 @@ cJSON* Plug::applyStateDocument(const char* text, bool presetOnly) {
         applyFrequencyRange(root, -1);
     }
     applyCommonState(root, presetOnly);
+    if (editorObject) editorObject->stateApplied();
     return root;
 }
 
@@ -362,7 +361,7 @@ void Plug::applyCommonState(const cJSON* root, bool presetOnly) {
     std::fill(std::begin(editing), std::end(editing), false);
     if ((loadingFlags & kLoadUI) != 0 && editorObject) {
         loadInProgress = true;
-        editorObject->applyState(root, presetOnly);
+        editorObject->applyEditorState(root, presetOnly);
         loadInProgress = false;
     }
     int32_t i = 0;

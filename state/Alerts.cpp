@@ -11,19 +11,19 @@ Alerts& Alerts::instance() {
 }
 
 void Alerts::push(const std::string& title, const std::string& text) {
-    std::lock_guard<PlugBaseMutex> held(*this);
+    std::lock_guard<std::mutex> held(queueLock);
     queue.push_back({title, text});
 }
 
 std::vector<Alerts::Alert> Alerts::takeAll() {
-    std::lock_guard<PlugBaseMutex> held(*this);
+    std::lock_guard<std::mutex> held(queueLock);
     std::vector<Alert> taken;
     taken.swap(queue);
     return taken;
 }
 
 bool Alerts::empty() {
-    std::lock_guard<PlugBaseMutex> held(*this);
+    std::lock_guard<std::mutex> held(queueLock);
     return queue.empty();
 }
 

@@ -4,13 +4,12 @@
 // by a command-line host on its error stream. Failed file access is the one
 // thing the effect reports to a person.
 
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "core/PlugBaseMutex.h"
-
-class Alerts : public PlugBaseMutex {
+class Alerts {
 public:
     struct Alert {
         std::string title;
@@ -26,6 +25,7 @@ public:
     bool empty();
 
 private:
+    std::mutex queueLock;
     std::vector<Alert> queue;
 };
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/Plug.h"
+#include "session/PlugEd.h"
 
 struct HostCall {
     int32_t opcode;
@@ -76,9 +77,10 @@ private:
     int32_t value;
 };
 
-// An effect with `channels` inputs and outputs in the standard layout.
+// An effect with its editor object and `channels` inputs and outputs in
+// the standard layout.
 inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host = nullptr) {
-    auto fx = std::make_unique<Plug>(host);
+    auto fx = PlugEd::createEffect(host);
     fx->setNumInputs(channels);
     fx->setNumOutputs(channels);
     fx->setChannelLayout(standardChannelLayout(channels));

@@ -7,7 +7,7 @@
 
 #include "TestHost.h"
 #include "core/InstanceRegistry.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 #include "state/Alerts.h"
 
 TEST(Instances, NamesCountFromZeroAndDeletingOneRenamesNoOther) {
@@ -36,7 +36,7 @@ TEST(Instances, OthersAreCountedAroundTheAskingInstance) {
     EXPECT_EQ(registry.instanceFromOtherIndex(a.get(), 0), b.get());
     // Every instance heard of the newcomers.
     float value = 0.0f;
-    EXPECT_TRUE(a->getEditorObject()->takeUpdate(kGUIInstancesChanged, &value));
+    EXPECT_TRUE(PlugEd::of(*a)->takeUpdate(kGUIInstancesChanged, &value));
 }
 
 TEST(Instances, AUsersNameOutranksTheHostsUntilItIsCleared) {
@@ -88,8 +88,8 @@ TEST(Instances, RenderSettingsAreCopiedAndTheOthersPagesMarked) {
     source->propagateRenderDSP();
     EXPECT_EQ(other->getRenderSetting(0), 1.0f);
     EXPECT_EQ(other->getRenderSetting(8), 1.0f);
-    EXPECT_TRUE(other->getEditorObject()->isSettingsPageStale());
-    EXPECT_FALSE(source->getEditorObject()->isSettingsPageStale());
+    EXPECT_TRUE(PlugEd::of(*other)->isSettingsPageStale());
+    EXPECT_FALSE(PlugEd::of(*source)->isSettingsPageStale());
 }
 
 TEST(Alerts, FileAccessMessagesSayWhatFailedAndUnforcedOnesComeOnce) {
@@ -117,7 +117,7 @@ TEST(Instances, AnAnalyserSourceNamedInAStateIsFoundAmongTheOthers) {
     std::vector<char> text(document.begin(), document.end());
     text.push_back(0);
     a->setChunk(text.data(), int32_t(text.size()), false);
-    PlugEd& ed = *a->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*a);
     // "Drum bus" is the second of a's others: position 1, shifted into the second byte.
     EXPECT_EQ(ed.getAnalyserSource(0), 1 | (1 << 8));
     EXPECT_EQ(ed.getAnalyserSourceName(0), "Drum bus");

@@ -8,7 +8,7 @@
 #include <random>
 
 #include "TestHost.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 #include "state/GlobalSettings.h"
 
 namespace {
@@ -35,7 +35,7 @@ void useGlobal(Plug& fx, const char* name, int32_t value) {
 }
 
 void useUi(Plug& fx, const char* category, const char* key, int32_t value) {
-    fx.getEditorObject()->uiSettings().setValue(category, key, value);
+    fx.uiSettings().setValue(category, key, value);
     fx.reloadUISettings();
 }
 
@@ -118,14 +118,14 @@ TEST(AutoGain, TheSwitchScalesTheChannelGainsAndBakingKeepsTheLevel) {
     band(*fx, 0, kTypeHighShelf, 6.0, 10.0);
     settleEngine(*fx);
     const double plain = fx->getChannelGainTarget(0);
-    fx->getEditorObject()->setAutoGain(true, false);
+    PlugEd::of(*fx)->setAutoGain(true, false);
     settleEngine(*fx);
     const double g = autoGain(*fx);
     EXPECT_NEAR(fx->getChannelGainTarget(0), plain * g, 1e-9);
     EXPECT_NEAR(fx->getChannelGainTarget(1), plain * g, 1e-9);
     // Baked into the levels, the switch can go off without a jump.
     fx->bakeAutoGain();
-    fx->getEditorObject()->setAutoGain(false, false);
+    PlugEd::of(*fx)->setAutoGain(false, false);
     settleEngine(*fx);
     EXPECT_NEAR(fx->getChannelGainTarget(0), plain * g, 1e-4);
     EXPECT_EQ(fx->getAutoGain(fx->getProgram()), 0);
@@ -134,7 +134,7 @@ TEST(AutoGain, TheSwitchScalesTheChannelGainsAndBakingKeepsTheLevel) {
 TEST(AutoGain, PinkNoiseKeepsItsLoudnessThroughAWideBoost) {
     auto fx = makePlug(1);
     band(*fx, 0, kTypePeak, 6.0, 1000.0, 0.3);
-    fx->getEditorObject()->setAutoGain(true, false);
+    PlugEd::of(*fx)->setAutoGain(true, false);
     settleEngine(*fx);
     const int32_t frames = 1 << 17;
     std::vector<float> in = pinkNoise(frames, 7), out = in;
@@ -150,7 +150,7 @@ TEST(AutoGain, PinkNoiseKeepsItsLoudnessThroughAWideBoost) {
     const double change = 20.0 * std::log10(rms(out, 8192) / rms(in, 8192));
     EXPECT_LT(std::fabs(change), 1.0) << change << " dB";
     // Without auto gain the same boost is plainly louder.
-    fx->getEditorObject()->setAutoGain(false, false);
+    PlugEd::of(*fx)->setAutoGain(false, false);
     settleEngine(*fx);
     out = in;
     for (int32_t at = 0; at < frames; at += 512) {

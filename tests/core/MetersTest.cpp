@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "TestHost.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 #include "state/GlobalSettings.h"
 
 namespace {
@@ -81,7 +81,7 @@ std::vector<double> ramp(int32_t frames, double step, int32_t start = 0) {
 
 std::unique_ptr<Plug> meteredPlug(int32_t channels, Ballistic ballistic, float rate) {
     auto fx = makePlug(channels);
-    fx->getEditorObject()->uiSettings().setValue("Meters", "Ballistic Type", ballistic);
+    fx->uiSettings().setValue("Meters", "Ballistic Type", ballistic);
     fx->reloadUISettings();
     fx->setSampleRate(rate);
     fx->resume();

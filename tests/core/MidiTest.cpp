@@ -5,7 +5,7 @@
 #include <cmath>
 
 #include "TestHost.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 
 namespace {
 
@@ -22,7 +22,7 @@ void send(Plug& fx, uint8_t status, uint8_t d1, uint8_t d2) {
 
 std::unique_ptr<Plug> midiPlug(int32_t bendIndex = 2) {
     auto fx = makePlug(2);
-    UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+    UISettingsTree& ui = fx->uiSettings();
     ui.setValue("Misc", "MIDI Input", 1);
     ui.setValue("Misc", "MIDI Bend Range", bendIndex);
     fx->reloadUISettings();
@@ -75,7 +75,7 @@ TEST(Midi, PitchBendFollowsTheBendRange) {
 
 TEST(Midi, WithMidiInputOffEventsAreDropped) {
     auto fx = midiPlug();
-    UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+    UISettingsTree& ui = fx->uiSettings();
     ui.setValue("Misc", "MIDI Input", 0);
     fx->reloadUISettings();
     send(*fx, 0x90, 72, 100);

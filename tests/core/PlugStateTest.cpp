@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "TestHost.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 #include "state/ChunkCodec.h"
 #include "state/GlobalSettings.h"
 #include "state/ValueStore.h"
@@ -69,8 +69,8 @@ void buildRichState(Plug& fx) {
     fx.setGroupMask(1, 3);
     fx.setGroupName(2, "Surrounds");
     fx.setInstanceName("Master bus", true);
-    fx.getEditorObject()->uiSettings().setValue("Graph", "Range", 5);
-    fx.getEditorObject()->setLastABSlot(1);
+    fx.uiSettings().setValue("Graph", "Range", 5);
+    PlugEd::of(fx)->setLastABSlot(1);
 }
 
 const ProgramRecord& live(Plug& fx) {
@@ -103,8 +103,8 @@ TEST(StateRoundTrip, AFreshInstanceGivesBackTheSameChunkPlainAndCompressed) {
         EXPECT_EQ(restored->getGroupMask(1), 3);
         EXPECT_FLOAT_EQ(restored->getRenderSetting(2), 3.0f);
         EXPECT_STREQ(restored->getInstanceName(), "Master bus");
-        EXPECT_EQ(restored->getEditorObject()->getUiSetting("Graph", "Range"), 5);
-        EXPECT_EQ(restored->getEditorObject()->getLastABSlot(), 1);
+        EXPECT_EQ(PlugEd::of(*restored)->getUiSetting("Graph", "Range"), 5);
+        EXPECT_EQ(PlugEd::of(*restored)->getLastABSlot(), 1);
         int32_t count = 0;
         EXPECT_EQ(restored->groupNamesOf(&count)[2], "Surrounds");
         for (int32_t i = 0; i < kNumParams; ++i)
@@ -119,7 +119,7 @@ TEST(StateRoundTrip, AFreshInstanceGivesBackTheSameChunkPlainAndCompressed) {
 
 TEST(StateRoundTrip, ExtendedRangeKeepsEveryBandAtItsHertz) {
     auto saved = makePlug(2);
-    saved->getEditorObject()->uiSettings().setValue("Misc", "Extended Frequencies", 1);
+    saved->uiSettings().setValue("Misc", "Extended Frequencies", 1);
     saved->reloadUISettings();
     setReal(*saved, bandParam(0, kFieldState), kBandOn);
     setReal(*saved, bandParam(0, kFieldFrequency), 7.0);  // only the extended range reaches 7 Hz
@@ -315,10 +315,10 @@ TEST(StateMigration, OlderDocumentsGetTheirDocumentedDefaults) {
     // MIDI input of an older document comes from the global switch.
     GlobalSettings::instance().setValue("MIDI Disabled", 0);
     applyText(*fx, R"({"uiprefs": {"Misc": {"Number format": {"value": 1}}}})");
-    EXPECT_EQ(fx->getEditorObject()->getUiSetting("Misc", "MIDI Input"), 1);
-    EXPECT_EQ(fx->getEditorObject()->getUiSetting("Misc", "Number format"), 1);
+    EXPECT_EQ(PlugEd::of(*fx)->getUiSetting("Misc", "MIDI Input"), 1);
+    EXPECT_EQ(PlugEd::of(*fx)->getUiSetting("Misc", "Number format"), 1);
     applyText(*fx, R"({"uiprefs": {"Misc": {"MIDI Input": {"value": 0}}}})");
-    EXPECT_EQ(fx->getEditorObject()->getUiSetting("Misc", "MIDI Input"), 0);
+    EXPECT_EQ(PlugEd::of(*fx)->getUiSetting("Misc", "MIDI Input"), 0);
 }
 
 TEST(StateMigration, ShortAndLongListsTouchOnlyWhatTheyHold) {
@@ -444,7 +444,7 @@ TEST(StoredSettings, TheFirstInstanceWritesTheGlobalsAndUISettingsReachTheEffect
     EXPECT_EQ(cJSON_GetObjectItem(globals, "Band Linking")->valueint, 1);
     cJSON_Delete(globals);
 
-    UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+    UISettingsTree& ui = fx->uiSettings();
     const std::pair<int32_t, double> bends[] = {{12, 2.0}, {11, 1.0}, {2, 0.25}, {0, 1.0 / 12.0}};
     for (const auto& [index, octaves] : bends) {
         ui.setValue("Misc", "MIDI Bend Range", index);
@@ -462,7 +462,7 @@ TEST(StateMigration, EachTopLevelKeyLeftOutGivesItsDocumentedReading) {
     // part, applied with one key left out to an instance that differs again.
     auto source = makePlug(4);
     buildRichState(*source);
-    source->getEditorObject()->uiSettings().setValue("Misc", "MIDI Input", 1);
+    source->uiSettings().setValue("Misc", "MIDI Input", 1);
     const std::string full = documentOf(*source);
 
     auto prepared = [] {
@@ -470,7 +470,7 @@ TEST(StateMigration, EachTopLevelKeyLeftOutGivesItsDocumentedReading) {
         fx->setRenderSetting(0, 1.0f);
         fx->setGroupMask(0, 9);
         fx->setInstanceName("Before", true);
-        fx->getEditorObject()->uiSettings().setValue("Graph", "Range", 1);
+        fx->uiSettings().setValue("Graph", "Range", 1);
         return fx;
     };
     auto without = [&](const char* key) {
@@ -503,8 +503,8 @@ TEST(StateMigration, EachTopLevelKeyLeftOutGivesItsDocumentedReading) {
         // Without the key the older global switch decides.
         GlobalSettings::instance().setValue("MIDI Disabled", 1);
         auto fx = without("uiprefs");
-        EXPECT_EQ(fx->getEditorObject()->getUiSetting("Graph", "Range"), 1);
-        EXPECT_EQ(fx->getEditorObject()->getUiSetting("Misc", "MIDI Input"), 0);
+        EXPECT_EQ(PlugEd::of(*fx)->getUiSetting("Graph", "Range"), 1);
+        EXPECT_EQ(PlugEd::of(*fx)->getUiSetting("Misc", "MIDI Input"), 0);
     }
     // And with nothing left out, all of it arrives.
     auto all = prepared();

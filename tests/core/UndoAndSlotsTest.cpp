@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "TestHost.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 
 namespace {
 
@@ -122,7 +122,7 @@ TEST(Undo, LoadingAProgramOrAStateEmptiesTheStacks) {
 TEST(Undo, SlotChangesAreStepsOfTheSlotParameter) {
     auto fx = makePlug(2);
     drag(*fx, kGain, {3.0});
-    PlugEd& ed = *fx->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*fx);
     ed.chooseABSlot(2);
     EXPECT_EQ(fx->getABSlot(), 2);
     EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));  // slot C is fresh
@@ -136,7 +136,7 @@ TEST(Undo, SlotChangesAreStepsOfTheSlotParameter) {
 
 TEST(ABSlots, ToggleLastTwoGoesBackAndForth) {
     auto fx = makePlug(2);
-    PlugEd& ed = *fx->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*fx);
     ed.setToggleMode(0);
     ed.chooseABSlot(3);
     ed.toggleABSlot();
@@ -150,7 +150,7 @@ TEST(ABSlots, ToggleLastTwoGoesBackAndForth) {
 
 TEST(ABSlots, ToggleVisitedWalksTheVisitedSlotsInOrder) {
     auto fx = makePlug(2);
-    PlugEd& ed = *fx->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*fx);
     ed.setToggleMode(1);
     ed.toggleABSlot();  // only A visited: stays
     EXPECT_EQ(fx->getABSlot(), 0);
@@ -166,7 +166,7 @@ TEST(ABSlots, ToggleVisitedWalksTheVisitedSlotsInOrder) {
 
 TEST(ABSlots, ToggleNonemptyFindsTheNextSlotWithABandOn) {
     auto fx = makePlug(2);
-    PlugEd& ed = *fx->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*fx);
     ed.setToggleMode(2);
     ed.toggleABSlot();  // all empty: every slot visited, back on A
     EXPECT_EQ(fx->getABSlot(), 0);
@@ -186,7 +186,7 @@ TEST(ABSlots, CopyToASlotKeepsTheCurrentSlot) {
     drag(*fx, kGain, {-2.5});
     const int32_t order[] = {7, -1};
     fx->setBandOrder(0, order, 2);
-    fx->getEditorObject()->copyToABSlot(4);
+    PlugEd::of(*fx)->copyToABSlot(4);
     EXPECT_EQ(fx->getABSlot(), 0);
     EXPECT_EQ(fx->getABSlotRecord(4).values[kGain], fx->getParameter(kGain));
     fx->switchABSlot(4);
@@ -210,7 +210,7 @@ TEST(Undo, AGestureOnLinkedBandsIsOneStep) {
     for (int32_t b = 0; b < 4; ++b) bandOn(*fx, b);
     std::vector<float> before(kNumBands);
     for (int32_t b = 0; b < 4; ++b) before[size_t(b)] = fx->getParameter(bandParam(b, kFieldGain));
-    PlugEd& ed = *fx->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*fx);
     ed.setSelectedBands(0b1011);  // bands 1, 2 and 4
     const int32_t tag = bandParam(0, kFieldGain);
     ed.beginLinkedEdit(tag);

@@ -17,6 +17,7 @@
 
 #include "core/ChannelLayout.h"
 #include "core/Plug.h"
+#include "session/PlugEd.h"
 #include "state/ChunkCodec.h"
 
 namespace {
@@ -68,7 +69,7 @@ struct Fixture {
     std::string baselineText;
 
     Fixture() {
-        fx = std::make_unique<Plug>(nullptr);
+        fx = PlugEd::createEffect(nullptr);
         fx->setNumInputs(2);
         fx->setNumOutputs(2);
         fx->setChannelLayout(standardChannelLayout(2));

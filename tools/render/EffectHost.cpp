@@ -13,8 +13,8 @@
 #include "dsp/DF1Cascade.h"
 #include "tools/render/Diagnostics.h"
 #include "tools/render/ParamAssignment.h"
-#include "gui/AnalyserEngine.h"
-#include "gui/PlugEd.h"
+#include "session/AnalyserEngine.h"
+#include "session/PlugEd.h"
 #include "state/Alerts.h"
 #include "state/PresetFiles.h"
 #include "tools/render/RenderError.h"
@@ -31,7 +31,7 @@ intptr_t EffectHost::callback(AEffect*, int32_t opcode, int32_t, intptr_t, void*
 
 EffectHost::EffectHost(int32_t channels, const std::vector<ChannelSlot>& slots, double sampleRate,
                        int32_t blockSize)
-    : fx(std::make_unique<Plug>(&EffectHost::callback)) {
+    : fx(PlugEd::createEffect(&EffectHost::callback)) {
     fx->setNumInputs(channels);
     fx->setNumOutputs(channels);
     fx->setChannelLayout(slots);
@@ -128,7 +128,7 @@ void EffectHost::setMidi(std::vector<MidiMessage> messages) {
     midi = std::move(messages);
     nextMessage = 0;
     // A file of notes is fed on purpose: the instance listens to MIDI.
-    fx->getEditorObject()->uiSettings().setValue("Misc", "MIDI Input", 1);
+    fx->uiSettings().setValue("Misc", "MIDI Input", 1);
     fx->reloadUISettings();
 }
 
@@ -137,7 +137,7 @@ void EffectHost::watchSpectrum(int32_t channelCode) {
     constexpr int32_t kRefreshRates[6] = {10, 20, 30, 50, 60, 120};
     constexpr int32_t kReportColumns = 256;
     constexpr double kLowestHz = 20.0;
-    const UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+    const UISettingsTree& ui = fx->uiSettings();
     const int32_t refresh = kRefreshRates[std::clamp(ui.value("Misc", "Refresh Rate"), 0, 5)];
     analyser = std::make_unique<AnalyserEngine>();
     analyser->applySettings(ui);
@@ -221,18 +221,18 @@ void EffectHost::restoreState(const std::string& path) {
 void EffectHost::loadBank(const std::string& path, std::optional<int32_t> program) {
     if (!path.empty()) {
         readDocumentFile(path, "bank");
-        fx->getEditorObject()->loadBank(path);
+        PlugEd::of(*fx)->loadBank(path);
     }
     if (program) fx->setProgram(*program - 1);
 }
 
 void EffectHost::loadPreset(const std::string& path) {
     readDocumentFile(path, "preset");
-    fx->getEditorObject()->loadPreset(path);
+    PlugEd::of(*fx)->loadPreset(path);
 }
 
 void EffectHost::savePreset(const std::string& path) {
-    if (fx->getEditorObject()->savePreset(path)) return;
+    if (PlugEd::of(*fx)->savePreset(path)) return;
     // The effect has told the user why, as an alert: that is the message.
     std::string why;
     for (const Alerts::Alert& alert : Alerts::instance().takeAll()) why.append(" ").append(oneLine(alert.text));
@@ -240,7 +240,7 @@ void EffectHost::savePreset(const std::string& path) {
 }
 
 std::string EffectHost::presetListing() {
-    PlugEd& editor = *fx->getEditorObject();
+    PlugEd& editor = *PlugEd::of(*fx);
     editor.rebuildPresetMenu();
     return menuText(editor.getPresetMenu());
 }

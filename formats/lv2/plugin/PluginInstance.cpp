@@ -10,6 +10,7 @@
 #include <exception>
 #include <stdexcept>
 
+#include "session/PlugEd.h"
 #include "core/ChannelLayout.h"
 #include "dsp/DF1Cascade.h"
 
@@ -82,7 +83,7 @@ PluginInstance::PluginInstance(int32_t channelCount, const HostFeatures& hostFea
     // The set-up a host makes, in the renderer's order. Until it is done
     // the callback finds no instance and answers "offline", as the
     // renderer's does.
-    fx = std::make_unique<Plug>(&PluginInstance::hostCallback);
+    fx = PlugEd::createEffect(&PluginInstance::hostCallback);
     fx->setNumInputs(channelCount);
     fx->setNumOutputs(channelCount);
     const std::vector<ChannelSlot> slots = standardChannelLayout(channelCount);

@@ -11,7 +11,7 @@
 #include "core/ParamTable.h"
 #include "formats/lv2/PortLayout.h"
 #include "formats/lv2/ttl/TurtleText.h"
-#include "state/PlugBaseJSON.h"
+#include "core/PlugBaseJSON.h"
 
 namespace lv2ttl {
 

@@ -18,7 +18,7 @@
 #include "Lv2TestSupport.h"
 #include "ToolTestSupport.h"
 #include "core/Plug.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 
 namespace {
 
@@ -313,11 +313,12 @@ namespace {
 // setting of the editor, saved with the state), restored through the
 // plug-in's state interface as a host restores a session.
 void restoreWithMidiInput(lv2host::Instance& fx) {
-    Plug source(nullptr);
+    const std::unique_ptr<Plug> made = PlugEd::createEffect(nullptr);
+    Plug& source = *made;
     source.setNumInputs(2);
     source.setNumOutputs(2);
     source.setChannelLayout(standardChannelLayout(2));
-    source.getEditorObject()->uiSettings().setValue("Misc", "MIDI Input", 1);
+    source.uiSettings().setValue("Misc", "MIDI Input", 1);
     source.reloadUISettings();
     void* data = nullptr;
     const int32_t size = source.getChunk(&data, false);

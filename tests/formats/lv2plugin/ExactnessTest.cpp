@@ -11,7 +11,7 @@
 
 #include "Lv2TestHost.h"
 #include "core/ChannelLayout.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 #include "tools/render/EffectHost.h"
 
 namespace {
@@ -62,7 +62,7 @@ Channels played(Lv2TestHost& host, uint32_t block, bool freeWheeling = false) {
 }
 
 void enableMidi(Plug& fx) {
-    fx.getEditorObject()->uiSettings().setValue("Misc", "MIDI Input", 1);
+    fx.uiSettings().setValue("Misc", "MIDI Input", 1);
     fx.reloadUISettings();
 }
 

@@ -6,40 +6,40 @@
 #include <filesystem>
 
 #include "TestHost.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 #include "state/PresetFiles.h"
 
 TEST(UIDefaults, ACategorySavedAsDefaultComesBackAloneAndStartsNewInstances) {
     auto fx = makePlug(2);
-    UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+    UISettingsTree& ui = fx->uiSettings();
     ui.setValue("Graph", "Range", 5);
     ui.setValue("Misc", "Hide Mouse", 1);
-    ASSERT_TRUE(fx->getEditorObject()->saveUIDefaults("Graph"));
+    ASSERT_TRUE(PlugEd::of(*fx)->saveUIDefaults("Graph"));
     EXPECT_TRUE(std::filesystem::exists(defaultBankPath(nullptr)));  // made from this instance's state
 
     ui.setValue("Graph", "Range", 0);
     ui.setValue("Misc", "Hide Mouse", 0);
-    ASSERT_TRUE(fx->getEditorObject()->restoreUIDefaults("Graph"));
+    ASSERT_TRUE(PlugEd::of(*fx)->restoreUIDefaults("Graph"));
     EXPECT_EQ(ui.value("Graph", "Range"), 5);
     // The bank was first written from the state at that time, Misc included.
     EXPECT_EQ(ui.value("Misc", "Hide Mouse"), 0);
-    ASSERT_TRUE(fx->getEditorObject()->restoreUIDefaults(nullptr));
+    ASSERT_TRUE(PlugEd::of(*fx)->restoreUIDefaults(nullptr));
     EXPECT_EQ(ui.value("Misc", "Hide Mouse"), 1);
 
     auto fresh = makePlug(2);
-    EXPECT_EQ(fresh->getEditorObject()->getUiSetting("Graph", "Range"), 5);
+    EXPECT_EQ(PlugEd::of(*fresh)->getUiSetting("Graph", "Range"), 5);
 }
 
 TEST(UIDefaults, SavingAllReplacesEveryCategory) {
     auto fx = makePlug(2);
-    UISettingsTree& ui = fx->getEditorObject()->uiSettings();
-    ASSERT_TRUE(fx->getEditorObject()->saveUIDefaults(nullptr));
+    UISettingsTree& ui = fx->uiSettings();
+    ASSERT_TRUE(PlugEd::of(*fx)->saveUIDefaults(nullptr));
     ui.setValue("Meters", "Scale", 3);
     ui.setValue("Layout", "UI Size", 4);
-    ASSERT_TRUE(fx->getEditorObject()->saveUIDefaults(nullptr));
+    ASSERT_TRUE(PlugEd::of(*fx)->saveUIDefaults(nullptr));
     ui.setValue("Meters", "Scale", 0);
     ui.setValue("Layout", "UI Size", 0);
-    ASSERT_TRUE(fx->getEditorObject()->restoreUIDefaults(nullptr));
+    ASSERT_TRUE(PlugEd::of(*fx)->restoreUIDefaults(nullptr));
     EXPECT_EQ(ui.value("Meters", "Scale"), 3);
     EXPECT_EQ(ui.value("Layout", "UI Size"), 4);
 }
@@ -47,23 +47,23 @@ TEST(UIDefaults, SavingAllReplacesEveryCategory) {
 TEST(UIDefaults, TheCurrentStateSavedAsDefaultStartsNewInstances) {
     auto fx = makePlug(2);
     setShown(*fx, kGain, -4.0);
-    ASSERT_TRUE(fx->getEditorObject()->saveStateAsDefault());
+    ASSERT_TRUE(PlugEd::of(*fx)->saveStateAsDefault());
     auto fresh = makePlug(2);
     EXPECT_NEAR(fresh->normToDisplay(kGain, fresh->getParameter(kGain)), -4.0, 1e-4);
 }
 
 TEST(UIDefaults, PropagationGivesTheOthersOneCategoryOrAll) {
     auto a = makePlug(2), b = makePlug(2), c = makePlug(2);
-    UISettingsTree& ui = a->getEditorObject()->uiSettings();
+    UISettingsTree& ui = a->uiSettings();
     ui.setValue("Graph", "Range", 2);
     ui.setValue("Misc", "Number format", 1);
-    a->getEditorObject()->propagateUISettings("Graph");
+    PlugEd::of(*a)->propagateUISettings("Graph");
     for (Plug* other : {b.get(), c.get()}) {
-        EXPECT_EQ(other->getEditorObject()->getUiSetting("Graph", "Range"), 2);
-        EXPECT_EQ(other->getEditorObject()->getUiSetting("Misc", "Number format"), 0);
-        EXPECT_TRUE(other->getEditorObject()->isSettingsPageStale());
+        EXPECT_EQ(PlugEd::of(*other)->getUiSetting("Graph", "Range"), 2);
+        EXPECT_EQ(PlugEd::of(*other)->getUiSetting("Misc", "Number format"), 0);
+        EXPECT_TRUE(PlugEd::of(*other)->isSettingsPageStale());
     }
-    a->getEditorObject()->propagateUISettings(nullptr);
-    EXPECT_EQ(c->getEditorObject()->getUiSetting("Misc", "Number format"), 1);
-    EXPECT_FALSE(a->getEditorObject()->isSettingsPageStale());
+    PlugEd::of(*a)->propagateUISettings(nullptr);
+    EXPECT_EQ(PlugEd::of(*c)->getUiSetting("Misc", "Number format"), 1);
+    EXPECT_FALSE(PlugEd::of(*a)->isSettingsPageStale());
 }

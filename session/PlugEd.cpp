@@ -1,4 +1,4 @@
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 
 #include <cjson/cJSON.h>
 
@@ -9,7 +9,6 @@
 
 #include "core/InstanceRegistry.h"
 #include "core/Plug.h"
-#include "resources/ResourceTable.h"
 #include "state/Alerts.h"
 #include "state/ChunkCodec.h"
 #include "state/GlobalSettings.h"
@@ -25,14 +24,9 @@ const cJSON* member(const cJSON* object, const char* key) {
     return cJSON_IsObject(object) ? cJSON_GetObjectItem(object, key) : nullptr;
 }
 
-UISettingsTree uiSettingsResource() {
-    const ResourceData text = findResource("uisettings", "json");
-    return UISettingsTree(reinterpret_cast<const char*>(text.data), text.size);
-}
-
 }  // namespace
 
-PlugEd::PlugEd(Plug* owner) : effect(owner), settingsTree(uiSettingsResource()) {
+PlugEd::PlugEd(Plug* owner) : effect(owner) {
     subgraphs = cJSON_CreateObject();
     if (effect != nullptr && effect->getChannelCount() == 1) analyserSource[1] = 0;
     const int32_t toggle = GlobalSettings::instance().valueOr("A/B Toggle");
@@ -44,14 +38,37 @@ PlugEd::~PlugEd() {
     cJSON_Delete(presetRoot);
 }
 
+std::unique_ptr<Plug> PlugEd::createEffect(EffectHostCallback host) {
+    return std::make_unique<Plug>(host, [](Plug& fx) -> std::unique_ptr<iEditorLink> {
+        return std::make_unique<PlugEd>(&fx);
+    });
+}
+
+PlugEd* PlugEd::of(const Plug& effect) {
+    return dynamic_cast<PlugEd*>(effect.getEditorLink());
+}
+
 int32_t PlugEd::getUiSetting(const char* category, const char* key) const {
-    return settingsTree.value(category, key);
+    return uiSettings().value(category, key);
+}
+
+void PlugEd::effectChanged(EffectNews news) {
+    switch (news) {
+        case EffectNews::groupNames: setParameter(kGUIGroupNamesChanged, 1.0f); break;
+        case EffectNews::instances: setParameter(kGUIInstancesChanged, 1.0f); break;
+        case EffectNews::instanceName: setParameter(kGUIInstanceName, 1.0f); break;
+        case EffectNews::renderSettings: markSettingsPageStale(); break;
+    }
+}
+
+void PlugEd::stateApplied() {
+    presetDisplayStale = true;
 }
 
 // ---------------------------------------------------------------------------
 // Tag updates
 
-void PlugEd::setParameter(int32_t tag, float value) {
+void PlugEd::setParameter(int32_t tag, float value) noexcept {
     if (tag < 0 || tag >= kNumTags) return;
     pendingValue[tag].store(value, std::memory_order_relaxed);
     pendingBits[tag / 32].fetch_or(1u << (tag % 32), std::memory_order_release);
@@ -96,7 +113,7 @@ void PlugEd::writeState(cJSON* root, bool presetOnly) {
         if (copy != nullptr) cJSON_AddItemToObject(settings, "subgraphs", copy);
     }
     // A reference: the tree is printed where it stands, not copied.
-    cJSON_AddItemReferenceToObject(root, "uiprefs", settingsTree.root());
+    cJSON_AddItemReferenceToObject(root, "uiprefs", uiSettings().root());
 }
 
 void PlugEd::applyState(const cJSON* root, bool presetOnly) {
@@ -138,12 +155,12 @@ void PlugEd::applyState(const cJSON* root, bool presetOnly) {
     }
 
     const cJSON* uiprefs = member(root, "uiprefs");
-    settingsTree.mergeFrom(uiprefs);
+    uiSettings().mergeFrom(uiprefs);
     // Older documents kept MIDI input as a global switch.
     if (member(member(uiprefs, "Misc"), "MIDI Input") == nullptr) {
         GlobalSettings& globals = GlobalSettings::instance();
         const int32_t disabled = globals.valueOr("MIDI Disabled");
-        settingsTree.setValue("Misc", "MIDI Input", disabled == 0 ? 1 : 0);
+        uiSettings().setValue("Misc", "MIDI Input", disabled == 0 ? 1 : 0);
     }
     effect->reloadUISettings();
 }
@@ -464,14 +481,14 @@ cJSON* PlugEd::openDefaultBank(std::string* path) {
 
 void PlugEd::mergeUISettings(const cJSON* uiprefs, const char* category) {
     if (category == nullptr) {
-        settingsTree.mergeFrom(uiprefs);
+        uiSettings().mergeFrom(uiprefs);
         return;
     }
     // One category: merged as a tree that holds only it.
     cJSON* only = cJSON_CreateObject();
     const cJSON* part = cJSON_IsObject(uiprefs) ? cJSON_GetObjectItemCaseSensitive(uiprefs, category) : nullptr;
     if (only != nullptr && part != nullptr) cJSON_AddItemReferenceToObject(only, category, const_cast<cJSON*>(part));
-    settingsTree.mergeFrom(only);
+    uiSettings().mergeFrom(only);
     cJSON_Delete(only);
 }
 
@@ -482,7 +499,7 @@ bool PlugEd::saveUIDefaults(const char* category) {
         cJSON_Delete(bank);
         return false;
     }
-    cJSON* ours = settingsTree.root();
+    cJSON* ours = uiSettings().root();
     if (category == nullptr) {
         cJSON_DeleteItemFromObject(bank, "uiprefs");
         cJSON_AddItemReferenceToObject(bank, "uiprefs", ours);
@@ -532,9 +549,9 @@ bool PlugEd::saveStateAsDefault() {
 
 void PlugEd::propagateUISettings(const char* category) {
     for (Plug* other : InstanceRegistry::instance().snapshot()) {
-        PlugEd* editor = other == effect ? nullptr : other->getEditorObject();
+        PlugEd* editor = other == effect ? nullptr : PlugEd::of(*other);
         if (editor == nullptr) continue;
-        editor->mergeUISettings(settingsTree.root(), category);
+        editor->mergeUISettings(uiSettings().root(), category);
         other->reloadUISettings();
         editor->markSettingsPageStale();
     }

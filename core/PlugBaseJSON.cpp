@@ -1,4 +1,4 @@
-#include "state/PlugBaseJSON.h"
+#include "core/PlugBaseJSON.h"
 
 #include <cjson/cJSON.h>
 

@@ -9,8 +9,8 @@
 
 #include "TestHost.h"
 #include "dsp/WindowTable.h"
-#include "gui/AnalyserEngine.h"
-#include "gui/PlugEd.h"
+#include "session/AnalyserEngine.h"
+#include "session/PlugEd.h"
 
 namespace {
 
@@ -37,7 +37,7 @@ struct Scene {
     AnalyserEngine engine;
 
     explicit Scene(int32_t decay = 0, int32_t tilt = 0, int32_t topChoice = 0) {
-        UISettingsTree& ui = fx->getEditorObject()->uiSettings();
+        UISettingsTree& ui = fx->uiSettings();
         ui.setValue("Analyser", "Decay", decay);
         ui.setValue("Analyser", "Tilt", tilt);
         ui.setValue("Analyser", "Top", topChoice);

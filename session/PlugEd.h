@@ -1,40 +1,61 @@
 #pragma once
-// The editor object of an effect. It exists for the effect's whole life,
-// with or without a window: it owns the instance's UI settings tree, the
-// editor settings that the state document saves (A/B history, analyser
-// sources, sizes, channel links, the graphs' own settings), and the queue
-// of tag updates that the effect sends toward the views.
+// The editor object of an effect: what an editor needs without a window. It
+// exists for the effect's whole life, owned by the effect through the
+// effect's editor interface: the editor settings that the state document
+// saves (A/B history, analyser sources, sizes, channel links, the graphs'
+// own settings), the queue of tag updates toward the views, the presets
+// menu, A/B choosing, linked edits and the loading flags. The UI settings
+// tree it reads and saves is the effect's.
 //
-// Threads: `setParameter` may come on any thread and only queues; every
-// other operation runs on the editor's (the host's message) thread.
+// Threads: `setParameter` and `parameterChanged` may come on any thread,
+// the audio thread included, and only queue; every other operation runs on
+// the editor's (the host's message) thread.
 
 #include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
 
+#include <memory>
+
+#include "core/EditorLink.h"
 #include "core/ParamTable.h"
+#include "core/Plug.h"
+#include "session/EditorTags.h"
 #include "state/PresetScan.h"
 #include "state/UISettingsTree.h"
 
 struct cJSON;
-class Plug;
 
-class PlugEd {
+class PlugEd : public iEditorLink {
 public:
-    static constexpr int32_t kNumTags = 750;  // parameter indices, then editor tags
+    static constexpr int32_t kNumTags = kEditorTagEnd;  // parameter indices, then editor tags
     static constexpr int32_t kDefaultFreeWidth = 750;
 
     explicit PlugEd(Plug* effect);
-    ~PlugEd();
+    ~PlugEd() override;
+
+    // An effect that owns an editor object from its construction on, as
+    // every adaptor makes it; and the editor object of an effect (nullptr
+    // for one made without).
+    static std::unique_ptr<Plug> createEffect(EffectHostCallback host);
+    static PlugEd* of(const Plug& effect);
+
+    // ---- What the effect tells its editor ----
+    void parameterChanged(int32_t index, float norm) noexcept override { setParameter(index, norm); }
+    void effectChanged(EffectNews news) override;
+    void programChanged() override;
+    void stateApplied() override;
+    void writeEditorState(cJSON* root, bool presetOnly) override { writeState(root, presetOnly); }
+    void applyEditorState(const cJSON* root, bool presetOnly) override { applyState(root, presetOnly); }
     PlugEd(const PlugEd&) = delete;
     PlugEd& operator=(const PlugEd&) = delete;
 
     // ---- UI settings ----
     // The integer value of a UI setting, 0 when the tree lacks it.
     int32_t getUiSetting(const char* category, const char* key) const;
-    UISettingsTree& uiSettings() { return settingsTree; }
-    const UISettingsTree& uiSettings() const { return settingsTree; }
+    UISettingsTree& uiSettings() { return effect->uiSettings(); }
+    const UISettingsTree& uiSettings() const { return effect->uiSettings(); }
 
     // ---- State document ----
     // Adds `settings` and `uiprefs` to a document; a preset leaves out the
@@ -43,12 +64,10 @@ public:
     // Applies `settings` and `uiprefs` of a document; keys it lacks keep
     // their present values.
     void applyState(const cJSON* root, bool presetOnly);
-    // The effect moved to another program.
-    void programChanged();
 
     // ---- Tag updates (any thread) ----
     // Queues (tag, value) for the views; tags from kNumTags up are dropped.
-    void setParameter(int32_t tag, float value);
+    void setParameter(int32_t tag, float value) noexcept;
     // Takes a queued update of `tag`; false when none is queued.
     bool takeUpdate(int32_t tag, float* value);
 
@@ -151,7 +170,6 @@ private:
     void mergeUISettings(const cJSON* uiprefs, const char* category);
 
     Plug* effect;
-    UISettingsTree settingsTree;
     int32_t lastABSlot = 0;
     bool analyserOn = false;
     bool preEQ = false;

@@ -1,4 +1,4 @@
-#include "gui/AnalyserEngine.h"
+#include "session/AnalyserEngine.h"
 
 #include <algorithm>
 #include <cmath>

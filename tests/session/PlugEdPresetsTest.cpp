@@ -12,7 +12,7 @@
 #include <fstream>
 
 #include "TestHost.h"
-#include "gui/PlugEd.h"
+#include "session/PlugEd.h"
 #include "state/Alerts.h"
 #include "state/PresetFiles.h"
 
@@ -49,7 +49,7 @@ void writePreset(const std::string& path, double gain, double irLength, const ch
     setShown(*fx, bandParam(0, kFieldGain), gain);
     setShown(*fx, kIRLength, irLength);
     rename(*fx, name);
-    ASSERT_TRUE(fx->getEditorObject()->savePreset(path));
+    ASSERT_TRUE(PlugEd::of(*fx)->savePreset(path));
 }
 
 }  // namespace
@@ -62,7 +62,7 @@ TEST(PresetMenu, ProgramsInUseThenASeparatorThenTheFolder) {
     writePreset(folder + "Mastering/2 Bright.fwi", 1.0, 3, "Bright");
 
     auto fx = makePlug(2);
-    PlugEd& ed = *fx->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*fx);
     ed.rebuildPresetMenu();
     // A fresh instance: every program unused, shown as one blank entry.
     EXPECT_EQ(menuText(ed.getPresetMenu()), " \n-\nAir\nMastering/\n  2 Bright\n  10 Dark\n");
@@ -81,7 +81,7 @@ TEST(PresetMenu, ChoosingAProgramAFileOrABanksProgramLoadsIt) {
     writePreset(folder + "Mastering/10 Dark.fwi", -2.0, 3, "Dark");
 
     auto fx = makePlug(2);
-    PlugEd& ed = *fx->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*fx);
     ed.rebuildPresetMenu();
     const cJSON* root = ed.getPresetRoot();
     // Positions: program 0, the separator, "Air", "Mastering".
@@ -110,7 +110,7 @@ TEST(PresetFilesTest, APresetRoundTripsAndHonoursTheLoadingFlags) {
     writePreset(path, 3.0, 6, "Tilt");
 
     auto target = makePlug(2);
-    PlugEd& ed = *target->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*target);
     ASSERT_TRUE(ed.loadPreset(path));
     EXPECT_NEAR(shownOf(*target, bandParam(0, kFieldGain)), 3.0, 1e-4);
     EXPECT_FLOAT_EQ(target->getRealValue(kIRLength), 6.0f);
@@ -118,15 +118,15 @@ TEST(PresetFilesTest, APresetRoundTripsAndHonoursTheLoadingFlags) {
 
     // EQ only: the DSP part of the file is left at its default.
     auto eqOnly = makePlug(2);
-    eqOnly->getEditorObject()->setLoadingFlag(kGUIPresetDSP, false);
-    ASSERT_TRUE(eqOnly->getEditorObject()->loadPreset(path));
+    PlugEd::of(*eqOnly)->setLoadingFlag(kGUIPresetDSP, false);
+    ASSERT_TRUE(PlugEd::of(*eqOnly)->loadPreset(path));
     EXPECT_NEAR(shownOf(*eqOnly, bandParam(0, kFieldGain)), 3.0, 1e-4);
     EXPECT_EQ(eqOnly->getParameter(kIRLength), eqOnly->getDefaultNorm(kIRLength));
     // The flags are the user's: another instance reads them too.
     auto other = makePlug(2);
-    EXPECT_EQ(other->getEditorObject()->getLoadingFlags() & kLoadDSP, 0u);
-    other->getEditorObject()->setLoadingFlag(kGUIPresetDSP, true);
-    EXPECT_NE(eqOnly->getEditorObject()->getLoadingFlags() & kLoadDSP, 0u);
+    EXPECT_EQ(PlugEd::of(*other)->getLoadingFlags() & kLoadDSP, 0u);
+    PlugEd::of(*other)->setLoadingFlag(kGUIPresetDSP, true);
+    EXPECT_NE(PlugEd::of(*eqOnly)->getLoadingFlags() & kLoadDSP, 0u);
 }
 
 TEST(PresetFilesTest, ABankOfTwentyProgramsRoundTrips) {
@@ -140,10 +140,10 @@ TEST(PresetFilesTest, ABankOfTwentyProgramsRoundTrips) {
         setShown(*source, bandParam(p % kNumBands, kFieldFrequency), 50.0 * (p + 1));
     }
     source->setProgram(7);
-    ASSERT_TRUE(source->getEditorObject()->saveBank(path));
+    ASSERT_TRUE(PlugEd::of(*source)->saveBank(path));
 
     auto target = makePlug(2);
-    ASSERT_TRUE(target->getEditorObject()->loadBank(path));
+    ASSERT_TRUE(PlugEd::of(*target)->loadBank(path));
     EXPECT_EQ(target->getProgram(), 7);
     for (int32_t p = 0; p < kNumPrograms; ++p) {
         EXPECT_STREQ(target->getProgramRecord(p).name, source->getProgramRecord(p).name);
@@ -159,7 +159,7 @@ TEST(PresetFilesTest, FilesThatCannotBeReadOrWrittenAlertAndChangeNothing) {
     setShown(*fx, kGain, 2.0);
     rename(*fx, "Keep");
     const std::vector<float> before = valuesOf(*fx);
-    PlugEd& ed = *fx->getEditorObject();
+    PlugEd& ed = *PlugEd::of(*fx);
 
     EXPECT_FALSE(ed.loadPreset(presetFolder() + "missing.fwi"));
     EXPECT_FALSE(ed.loadBank(presetFolder() + "missing.fwb"));
