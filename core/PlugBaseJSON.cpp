@@ -55,11 +55,12 @@ int32_t PlugBaseJSON::getChunk(void** data, bool isPreset) {
     cJSON_Delete(document);
     std::vector<uint8_t> plain(text.begin(), text.end());
     plain.push_back(0);
-    // A preset chunk replaces the cached one too; a full request with the
-    // state unchanged then hands back the preset chunk. Kept as designed.
-    chunk = encodeChunk(plain, compressionLevel);
-    *data = chunk.data();
-    return int32_t(chunk.size());
+    // A preset has a buffer of its own: the cached full chunk stays what a
+    // host's next session save gets, whatever presets were made meanwhile.
+    std::vector<uint8_t>& made = isPreset ? presetChunk : chunk;
+    made = encodeChunk(plain, compressionLevel);
+    *data = made.data();
+    return int32_t(made.size());
 }
 
 int32_t PlugBaseJSON::setChunk(void* data, int32_t byteSize, bool isPreset) {

@@ -41,9 +41,10 @@ public:
 
     // ---- Chunks (message thread) ----
     // The full state, or with isPreset the current program's preset state.
-    // The buffer belongs to the effect and stays valid until the next call
-    // or destruction. While nothing changed a full request returns the
-    // cached chunk without building anything.
+    // The buffer belongs to the effect and stays valid until the next
+    // request of the same kind or destruction. While nothing changed a full
+    // request returns the cached chunk without building anything; a preset
+    // request never replaces it.
     int32_t getChunk(void** data, bool isPreset) override;
     // Applies a chunk of either framing; returns byteSize (0 for null data).
     // A chunk that does not parse leaves the state as it was.
@@ -106,7 +107,8 @@ protected:
     uint32_t loadingFlags = 0xFFFFFFFFu;
 
 private:
-    std::vector<uint8_t> chunk;
+    std::vector<uint8_t> chunk;        // the last full chunk, handed out again while nothing changed
+    std::vector<uint8_t> presetChunk;  // the last preset chunk
     int32_t compressionLevel = kDefaultCompressionLevel;
     std::atomic<bool> dirty{true};
     bool clearDirty = true;

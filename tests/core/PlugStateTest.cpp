@@ -171,17 +171,23 @@ TEST(StateChunk, AnUnchangedStateHandsBackTheCachedChunk) {
     EXPECT_NE(decodeChunk(changed.data(), int32_t(changed.size())), before);
 }
 
-TEST(StateChunk, APresetRequestReplacesTheCacheButLeavesItStale) {
+TEST(StateChunk, APresetRequestLeavesTheCachedSessionAlone) {
     auto fx = makePlug(2);
     fx->setCompressionLevel(0);
-    chunkOf(*fx);
+    const std::vector<uint8_t> full = chunkOf(*fx);
     const std::vector<uint8_t> preset = chunkOf(*fx, true);
-    // The state did not change, so the full request hands back the cached
-    // buffer, which is now the preset: the order of the tests is kept.
+    EXPECT_NE(preset, full);
+    // Nothing changed: the full request hands back the session, all 20
+    // programs and 8 slots, not the preset made in between.
     EXPECT_FALSE(fx->isChunkStale());
-    EXPECT_EQ(chunkOf(*fx), preset);
+    const std::vector<uint8_t> again = chunkOf(*fx);
+    EXPECT_EQ(again, full);
+    cJSON* root = cJSON_Parse(reinterpret_cast<const char*>(again.data()));
+    EXPECT_EQ(cJSON_GetArraySize(cJSON_GetObjectItem(root, "presets")), kNumPrograms);
+    EXPECT_EQ(cJSON_GetArraySize(cJSON_GetObjectItem(root, "ab")), kNumABSlots);
+    cJSON_Delete(root);
     setReal(*fx, kGain, 1.0);
-    EXPECT_NE(chunkOf(*fx), preset);
+    EXPECT_NE(chunkOf(*fx), full);
 }
 
 TEST(StateChunk, SaveCompressionPicksTheLevel) {

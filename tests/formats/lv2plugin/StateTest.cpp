@@ -5,8 +5,12 @@
 
 #include <lv2/state/state.h>
 
+#include <cstdlib>
+#include <cstring>
+#include <string>
 
 #include "Lv2TestHost.h"
+#include "session/PlugEd.h"
 
 namespace {
 
@@ -71,4 +75,33 @@ TEST(Lv2State, TheWholeStateRoundTripsAndDamageIsRefused) {
     damaged.key = 0;
     EXPECT_EQ(restore(third, damaged), LV2_STATE_ERR_NO_PROPERTY);
     EXPECT_EQ(third.effect().getParameter(gain), staticParamTable()[gain].norm);
+}
+
+TEST(Lv2State, APresetSavedByTheEditorLeavesTheSessionWhole) {
+    const HostSetup setup{2, 48000.0, true, true};
+    Lv2TestHost first(setup);
+    first.activate();
+    Plug& fx = first.effect();
+    fx.setProgram(7);
+    fx.setParameter(bandParam(1, kFieldGain), 0.8f);
+    fx.copyToABSlot(5);
+    fx.setProgram(0);
+    fx.setParameter(bandParam(4, kFieldQ), 0.3f);
+    StoredProperty earlier;  // the host's last session save, cached by the effect
+    ASSERT_EQ(save(first, earlier), LV2_STATE_SUCCESS);
+
+    const std::string preset = std::string(std::getenv("HOME")) + "/editor preset.fwi";
+    ASSERT_TRUE(PlugEd::of(fx)->savePreset(preset));
+    StoredProperty session;
+    ASSERT_EQ(save(first, session), LV2_STATE_SUCCESS);
+
+    Lv2TestHost fresh(setup);
+    ASSERT_EQ(restore(fresh, session), LV2_STATE_SUCCESS);
+    auto same = [](const ProgramRecord& a, const ProgramRecord& b) {
+        return std::strcmp(a.name, b.name) == 0 && std::memcmp(a.values, b.values, sizeof a.values) == 0;
+    };
+    for (int32_t p = 0; p < kNumPrograms; ++p)
+        EXPECT_TRUE(same(fresh.effect().getProgramRecord(p), fx.getProgramRecord(p))) << "program " << p;
+    for (int32_t s = 0; s < kNumABSlots; ++s)
+        EXPECT_TRUE(same(fresh.effect().getABSlotRecord(s), fx.getABSlotRecord(s))) << "slot " << s;
 }
