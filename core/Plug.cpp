@@ -257,13 +257,39 @@ void Plug::setParameterLocked(int32_t program, int32_t index, bool locked) {
 void Plug::setParameter(int32_t index, float norm) {
     if (isLocked(index)) return;
     PlugBaseJSON::setParameter(index, norm);
-    // The shown decibels and hertz of every band follow the scale and shift.
-    if (index == kScale || index == kFShift) {
-        const int32_t field = index == kScale ? kFieldGain : kFieldFrequency;
-        for (int32_t b = 0; b < kNumBands; ++b) {
-            const int32_t i = bandParam(b, field);
-            notifyEditor(i, table[i].norm);
-        }
+    notifyScaledRows(index);
+}
+
+void Plug::notifyScaledRows(int32_t index) noexcept {
+    if (index != kScale && index != kFShift) return;
+    const int32_t field = index == kScale ? kFieldGain : kFieldFrequency;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        const int32_t i = bandParam(b, field);
+        notifyEditor(i, std::atomic_ref<float>(table[i].norm).load(std::memory_order_relaxed));
+    }
+}
+
+// Audio thread: no allocation, no locks.
+void Plug::setParameterFromAudio(int32_t index, float norm) noexcept {
+    if (!isParamIndex(index) || std::isnan(norm) || isLocked(index)) return;
+    markChunkStale();
+    if (index == abParameterIndex) {
+        deferredSlotNorm.store(norm, std::memory_order_release);
+        return;
+    }
+    storeNorm(index, norm);
+    refreshPending.store(true);
+    notifyEditor(index, norm);
+    notifyScaledRows(index);
+}
+
+void Plug::applyAudioWrites() {
+    const float slot = deferredSlotNorm.exchange(std::numeric_limits<float>::quiet_NaN());
+    if (!std::isnan(slot)) setParameter(abParameterIndex, slot);
+    if (forcedRefreshPending.exchange(false)) {
+        refreshEngine(true);
+        // Held back by the engine lock: forced again next time.
+        if (refreshPending.load()) forcedRefreshPending.store(true);
     }
 }
 
@@ -295,6 +321,7 @@ void Plug::onProcessLevelChanged() {
 
 void Plug::idle() {
     updateLatency();
+    applyAudioWrites();
     if (refreshPending) refreshEngine(false);
 }
 

@@ -7,7 +7,9 @@
 //
 // Threads: process calls come on the host's audio thread and take no lock;
 // they allocate only inside allocateBuffers, after a latency or channel
-// change. Parameters, state and resume come on the host's control thread;
+// change; the audio thread writes parameters and MIDI only through
+// setParameterFromAudio and midiFromAudio. Parameters, state and resume
+// come on the host's control thread;
 // idle() comes from the process-wide timer thread every 10 ms; the worker
 // thread carries out IR length changes and the designs of the FIR modes.
 // An analyser reads the rings through getAnalyserTap on a thread of its own.
@@ -15,6 +17,7 @@
 // engineLock and leaves what it could not do to the next idle.
 
 #include <atomic>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -97,9 +100,27 @@ public:
     // Reports IR length/2 in the latency-bearing FIR modes, else 0; tells
     // the host when it changed.
     void updateLatency();
-    // Timer thread, every 10 ms: reports a changed latency and carries out a
-    // pending update.
+    // Timer thread, every 10 ms: reports a changed latency, carries out what
+    // the audio thread's writes left (applyAudioWrites) and a pending update.
     void idle() override;
+
+    // ---- Writes from the audio thread ----
+    // Audio thread: no allocation, no locks. Sets a parameter as
+    // setParameter does, by stores alone: the live row (norm and real
+    // value), the current program and slot records, the chunk's stale mark
+    // and the editor's pending value. The engine update is only marked
+    // pending: the next idle, or whoever calls refreshEngine first, carries
+    // it out (FIR designs stay with the worker). A locked row, a NaN or an
+    // index outside the table is ignored. The A/B slot row recalls a whole
+    // slot, more than a store: it is kept for applyAudioWrites.
+    void setParameterFromAudio(int32_t index, float norm) noexcept;
+    // Audio thread: no allocation, no locks. One MIDI message as
+    // processEvents takes it (notes and bends set the pitch factor); the
+    // engine update it forces is left to applyAudioWrites.
+    void midiFromAudio(uint8_t status, uint8_t d1, uint8_t d2) noexcept;
+    // Any thread but the audio thread: carries out what audio-thread writes
+    // left for later, each once: a slot recall, then a forced engine update.
+    void applyAudioWrites();
     // Control thread: stores the layout and finds Left, Right, LFE and
     // Center/Mono. A label the new layout lacks keeps its old slot; every
     // use checks the slot against the channel count.
@@ -192,8 +213,9 @@ public:
     void autoGainNow(double* g1, double* g2, bool* separate);
 
     // ---- MIDI ----
-    // Host's event thread (which may be the audio thread): notes and pitch
-    // bends move every band's frequency by pitchFactor; returns 1. With
+    // Host's event thread, not the audio thread (that one has midiFromAudio):
+    // notes and pitch bends move every band's frequency by pitchFactor and
+    // update the engine at once; returns 1. With
     // "MIDI Input" off the events are dropped unread.
     int32_t processEvents(VstEvents* events) override;
 
@@ -327,6 +349,12 @@ private:
     void writeFrequencyRange(cJSON* root);
     void applyFrequencyRange(const cJSON* root, int32_t program);
     void applyCommonState(const cJSON* root, bool presetOnly);
+    // The editor shows band gains times the scale and band frequencies times
+    // the shift and the pitch factor: a change of either re-shows them.
+    void notifyScaledRows(int32_t index) noexcept;
+    // Notes and pitch bends into noteFactor and bendFactor; true when the
+    // pitch factor changed (it is stored then).
+    bool takePitchMessage(uint8_t status, uint8_t d1, uint8_t d2) noexcept;
     void loadABValues(int32_t slot);
     void keepExtrasInSlot();
     float undoValueOf(int32_t id) const;
@@ -360,6 +388,10 @@ private:
     const SettingsAccess* settings;
 
     // ---- Change propagation ----
+    // Left by the audio thread for applyAudioWrites: a forced update, and the
+    // A/B row's norm (NaN when none waits).
+    std::atomic<bool> forcedRefreshPending{false};
+    std::atomic<float> deferredSlotNorm{std::numeric_limits<float>::quiet_NaN()};
     AtomicFlag modePending;
     int32_t requestedMode = kModeIIR;
     AtomicFlag irLengthPending;

@@ -35,7 +35,7 @@ void PlugBase::processDoubleReplacing(double** inputs, double** outputs, int32_t
     samplesSinceUpdate.fetch_add(n, std::memory_order_relaxed);
 }
 
-void PlugBase::storeNorm(int32_t index, float norm) {
+void PlugBase::storeNorm(int32_t index, float norm) noexcept {
     ParamRow& row = table[index];
     // A row back at its default holds the exact default value, as a fresh
     // instance does, rather than one the curve rounds: a restored state then
@@ -46,8 +46,8 @@ void PlugBase::storeNorm(int32_t index, float norm) {
     // The engine update reads rows from the timer and worker threads.
     std::atomic_ref<float>(row.norm).store(norm, std::memory_order_relaxed);
     std::atomic_ref<float>(row.value).store(value, std::memory_order_relaxed);
-    programs[curProgram].values[index] = norm;
-    abSlots[currentABSlot].values[index] = norm;
+    std::atomic_ref<float>(programs[curProgram].values[index]).store(norm, std::memory_order_relaxed);
+    std::atomic_ref<float>(abSlots[currentABSlot].values[index]).store(norm, std::memory_order_relaxed);
 }
 
 void PlugBase::setParameter(int32_t index, float norm) {

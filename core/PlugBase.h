@@ -81,7 +81,9 @@ protected:
     // Base format of a row's value, from its curve and unit.
     void baseFormat(int32_t index, float norm, char* text);
     // Stores norm and the real value in a live row and the current records.
-    void storeNorm(int32_t index, float norm);
+    // Any thread, the audio thread included: atomic stores only, since the
+    // engine update, the state and the editor read them from other threads.
+    void storeNorm(int32_t index, float norm) noexcept;
 
     // Undo and redo (message thread). No depth limit: a session keeps its
     // steps until a program or a document is loaded.

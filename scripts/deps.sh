@@ -12,7 +12,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev libfftw3-dev
   zlib1g-dev libpng-dev libcjson-dev libstb-dev
   libsndfile1-dev
-  lv2-dev liblilv-dev lilv-utils sordi
+  lv2-dev liblilv-dev lilv-utils lv2file sordi
   libx11-dev libxext-dev libxtst-dev xvfb xauth
   fonts-league-spartan fonts-open-sans
 )

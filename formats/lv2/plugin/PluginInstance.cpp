@@ -3,26 +3,23 @@
 #include <lv2/atom/util.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <climits>
 #include <cmath>
 #include <exception>
-#include <stdexcept>
 
-#include "session/PlugEd.h"
 #include "core/ChannelLayout.h"
 #include "dsp/DF1Cascade.h"
+#include "session/PlugEd.h"
 
 namespace fwlv2 {
 
 static_assert(PluginInstance::kSettleFrames > DF1Cascade::kRampSamples);
-static_assert(PluginInstance::kQueueCapacity > size_t(kNumParams), "one change of every parameter fits");
 
 namespace {
 
-// While free-wheeling, an engine update another thread holds up is waited
-// for in steps of this, up to this many steps.
+// Where run() applies changes itself, an engine update another thread holds
+// up is waited for in steps of this, up to this many steps.
 constexpr auto kEngineRetryPause = std::chrono::microseconds(100);
 constexpr int32_t kEngineRetries = 20000;  // two seconds
 // Attempts at making the effect take up a new process level.
@@ -104,11 +101,6 @@ PluginInstance::PluginInstance(int32_t channelCount, const HostFeatures& hostFea
         outBuffer[c] = outStorage.data() + size_t(c) * size_t(bufferFrames);
     }
 
-    if (!features.schedule) {
-        if (sem_init(&applierWake, 0, 0) != 0) throw std::runtime_error("no semaphore for the applier thread");
-        applierWakeMade = true;
-        applier = std::thread([this] { applierLoop(); });
-    }
     std::atomic_ref<void*>(fx->getAeffect()->user).store(this, std::memory_order_release);
 }
 
@@ -116,12 +108,6 @@ PluginInstance::~PluginInstance() {
     // The effect's own threads may call back until it is gone; from here on
     // they find no instance.
     if (fx) std::atomic_ref<void*>(fx->getAeffect()->user).store(nullptr, std::memory_order_release);
-    if (applier.joinable()) {
-        applierStop.store(true);
-        sem_post(&applierWake);
-        applier.join();
-    }
-    if (applierWakeMade) sem_destroy(&applierWake);
     fx.reset();
 }
 
@@ -175,7 +161,8 @@ void PluginInstance::connectPort(uint32_t port, void* data) noexcept {
 
 // Audio thread (or the instantiation thread in activate). A NaN keeps the
 // last value; anything else is clamped to the row's range.
-void PluginInstance::readControlPorts() noexcept {
+bool PluginInstance::readControlPorts() noexcept {
+    bool changed = false;
     for (int32_t i = 0; i < kNumParams; ++i) {
         const float* port = paramPort[i];
         if (!port || i == kBypass) continue;
@@ -184,7 +171,8 @@ void PluginInstance::readControlPorts() noexcept {
         const float v = std::clamp(x, rowMin[i], rowMax[i]);
         if (v != lastSeen[i]) {
             lastSeen[i] = v;
-            dirty[size_t(i)] = true;
+            writeParameter(i, v);
+            changed = true;
         }
     }
     // The host's enabled port bypasses as well as the row's own port.
@@ -194,36 +182,30 @@ void PluginInstance::readControlPorts() noexcept {
     const float bypass = hostEnabled ? bypassPortValue : rowMax[kBypass];
     if (bypass != lastSeen[kBypass]) {
         lastSeen[kBypass] = bypass;
-        dirty[size_t(kBypass)] = true;
+        writeParameter(kBypass, bypass);
+        changed = true;
     }
+    return changed;
 }
 
-// Audio thread. Every dirty parameter the queue takes leaves the dirty set;
-// the rest stay for the next run.
-void PluginInstance::sendDirtyChanges() noexcept {
-    if (dirty.none()) return;
-    int64_t heldBack = 0;
-    for (int32_t i = 0; i < kNumParams; ++i) {
-        if (!dirty[size_t(i)]) continue;
-        if (heldBack == 0 && changes.push(ParamChange{i, lastSeen[i]}))
-            dirty[size_t(i)] = false;
-        else
-            ++heldBack;
+// Audio thread: no allocation, no locks. A port holds the row's real value.
+void PluginInstance::writeParameter(int32_t index, float value) noexcept {
+    if (index == kBypass) {
+        fx->setParameterFromAudio(kBypass, value >= 0.5f ? 1.0f : 0.0f);
+        return;
     }
-    if (heldBack > 0) dropped.fetch_add(heldBack, std::memory_order_relaxed);
+    // The live row: its range may differ from the factory's (extended frequencies).
+    const ParamRow* row = fx->getRow(index);
+    fx->setParameterFromAudio(index, float(curveToNorm(*row, double(value))));
 }
 
-// Audio thread. Asks for the applier once; it clears the request before it
-// drains, so nothing queued meanwhile waits unseen.
-void PluginInstance::wakeApplier() noexcept {
-    if (wakeRequested.exchange(true, std::memory_order_acq_rel)) return;
-    if (features.schedule) {
-        const uint8_t token = 1;
-        if (features.schedule->schedule_work(features.schedule->handle, sizeof token, &token) != LV2_WORKER_SUCCESS)
-            wakeRequested.store(false, std::memory_order_release);  // asked again next run
-    } else {
-        sem_post(&applierWake);
-    }
+// Audio thread. Asks for the worker once; it clears the request before it
+// works, so nothing written meanwhile waits unseen.
+void PluginInstance::requestWork() noexcept {
+    if (workRequested.exchange(true, std::memory_order_acq_rel)) return;
+    const uint8_t token = 1;
+    if (features.schedule->schedule_work(features.schedule->handle, sizeof token, &token) != LV2_WORKER_SUCCESS)
+        workRequested.store(false, std::memory_order_release);  // asked again next run; the timer meanwhile
 }
 
 // ---------------------------------------------------------------------------
@@ -237,31 +219,21 @@ void PluginInstance::activate() {
     hostLevel.store(kProcessLevelOffline);
     applyProcessLevel();
     readControlPorts();
-    applyEverythingHeld();
+    fx->applyAudioWrites();
     fx->resume();
-    finishEngineUpdate();
-    for (int32_t c = 0; c < ports.channels; ++c) std::fill_n(inBuffer[c], kSettleFrames, 0.0);
-    fx->processDoubleReplacing(inBuffer, outBuffer, kSettleFrames);
+    applyNow(false);
+    processSilence(kSettleFrames);
 
     const bool freeWheeling = freeWheelPort && *freeWheelPort > 0.5f;
     hostLevel.store(freeWheeling ? kProcessLevelOffline : kProcessLevelRealtime);
     applyProcessLevel();
     levelPending.store(false);
     latencyFrames.store(std::atomic_ref<int32_t>(fx->getAeffect()->initialDelay).load());
+    firstRun = true;
 }
 
 void PluginInstance::deactivate() {
     fx->suspend();
-}
-
-// Under applyMutex: the queues in their order, then whatever is still dirty.
-void PluginInstance::applyEverythingHeld() {
-    drainQueues();
-    for (int32_t i = 0; i < kNumParams; ++i) {
-        if (!dirty[size_t(i)]) continue;
-        dirty[size_t(i)] = false;
-        applyChange(i, lastSeen[i]);
-    }
 }
 
 // A process call of no frames: the effect reads the process level, updates
@@ -277,77 +249,32 @@ void PluginInstance::applyProcessLevel() {
     }
 }
 
-// Offline only: an update that another thread's hold on the engine pushed
-// back is carried out now, so the block about to run has it.
-void PluginInstance::finishEngineUpdate() {
-    for (int32_t tries = 0; fx->isRefreshPending() && tries < kEngineRetries; ++tries) {
-        fx->refreshEngine(true);
-        if (fx->isRefreshPending()) std::this_thread::sleep_for(kEngineRetryPause);
+// An update the engine lock or a busy worker held back is waited for, so
+// the block about to run has it. The effect's worker may be carrying out a
+// design already; workerStep then waits for it and finds nothing left.
+void PluginInstance::applyNow(bool wrote) {
+    fx->applyAudioWrites();
+    if (wrote) fx->refreshEngine(true);
+    for (int32_t tries = 0; tries < kEngineRetries; ++tries) {
+        if (fx->isRefreshPending()) fx->refreshEngine(true);
+        if (fx->isWorkerPending()) fx->workerStep();
+        if (!fx->isRefreshPending() && !fx->isWorkerPending()) return;
+        std::this_thread::sleep_for(kEngineRetryPause);
     }
-}
-
-// ---------------------------------------------------------------------------
-// The applier (under applyMutex)
-
-void PluginInstance::drainQueues() {
-    if (levelPending.exchange(false, std::memory_order_acq_rel)) applyProcessLevel();
-    ParamChange change;
-    while (changes.pop(change)) applyChange(change.index, change.value);
-    MidiMessage message;
-    while (midiQueue.pop(message)) deliverMidi(message);
-}
-
-void PluginInstance::applyChange(int32_t index, float value) {
-    if (!isParamIndex(index)) return;
-    if (index == kBypass) {
-        fx->setBypass(value >= 0.5f);
-        return;
-    }
-    // The live row: its range may differ from the factory's (extended frequencies).
-    const ParamRow* row = fx->getRow(index);
-    fx->setParameter(index, float(curveToNorm(*row, double(value))));
-}
-
-// One message, one list, as the renderer sends them.
-void PluginInstance::deliverMidi(const MidiMessage& message) {
-    VstMidiEvent event;
-    for (int32_t b = 0; b < 3; ++b) event.midiData[b] = char(message.bytes[b]);
-    VstEvents list;
-    list.numEvents = 1;
-    list.events[0] = reinterpret_cast<VstEvent*>(&event);
-    fx->processEvents(&list);
 }
 
 LV2_Worker_Status PluginInstance::work() {
-    wakeRequested.exchange(false, std::memory_order_acq_rel);
+    workRequested.exchange(false, std::memory_order_acq_rel);
     try {
         std::lock_guard<std::mutex> hold(applyMutex);
-        drainQueues();
+        if (levelPending.exchange(false, std::memory_order_acq_rel)) applyProcessLevel();
+        fx->applyAudioWrites();
+        // Within the engine's rate limit: what it holds back, the timer does.
+        if (fx->isRefreshPending()) fx->refreshEngine(false);
     } catch (...) {
         return LV2_WORKER_ERR_UNKNOWN;
     }
     return LV2_WORKER_SUCCESS;
-}
-
-bool PluginInstance::handoverDone() {
-    std::lock_guard<std::mutex> hold(applyMutex);
-    return changes.size() == 0 && midiQueue.size() == 0 && !levelPending.load();
-}
-
-// Our own applier thread, when the host has no worker.
-void PluginInstance::applierLoop() {
-    for (;;) {
-        while (sem_wait(&applierWake) != 0 && errno == EINTR) {
-        }
-        if (applierStop.load()) return;
-        wakeRequested.exchange(false, std::memory_order_acq_rel);
-        try {
-            std::lock_guard<std::mutex> hold(applyMutex);
-            drainQueues();
-        } catch (const std::exception& e) {
-            logger.error("a parameter change failed: %s", e.what());
-        }
-    }
 }
 
 // ---------------------------------------------------------------------------
@@ -369,48 +296,32 @@ bool PluginInstance::hasMidiInput() const noexcept {
 
 void PluginInstance::run(uint32_t frames) noexcept {
     const bool freeWheeling = freeWheelPort && *freeWheelPort > 0.5f;
-    readControlPorts();
-    if (freeWheeling) {
-        runOffline(frames);
-    } else {
-        // Back from free-wheeling: the applier tells the effect, so its
-        // engine update does not land on this thread.
-        if (hostLevel.load(std::memory_order_relaxed) != kProcessLevelRealtime) {
-            hostLevel.store(kProcessLevelRealtime, std::memory_order_relaxed);
-            levelPending.store(true, std::memory_order_release);
-        }
-        sendDirtyChanges();
-        // A MIDI message moves every band (the effect updates its engine on
-        // the calling thread), so in real time it goes to the applier too and
-        // takes effect within a few milliseconds rather than at its frame.
-        if (hasMidiInput()) {
-            LV2_ATOM_SEQUENCE_FOREACH(midiPort, event) {
-                MidiMessage message;
-                if (midiEventOf(event, &message) && !midiQueue.push(message))
-                    droppedMidiCount.fetch_add(1, std::memory_order_relaxed);
-            }
-        }
-        if (changes.size() > 0 || midiQueue.size() > 0 || levelPending.load(std::memory_order_acquire))
-            wakeApplier();
-        levelHeldBy.store(std::this_thread::get_id(), std::memory_order_relaxed);
-        processSpan(0, frames);
-        levelHeldBy.store(std::thread::id(), std::memory_order_relaxed);
-    }
+    const bool changed = readControlPorts();
+    if (freeWheeling || !features.schedule || firstRun)
+        runApplying(frames, freeWheeling, changed);
+    else
+        runRealTime(frames, changed);
     writeOutputPorts();
 }
 
-// Audio thread while the host renders offline: waiting is allowed, and the
-// block is processed exactly as the renderer would process it.
-void PluginInstance::runOffline(uint32_t frames) noexcept {
+// Audio thread of a host that free-wheels, has no worker, or has just
+// activated: waiting is allowed, and the block is processed exactly as the
+// renderer would process it, every change in force from its frame.
+void PluginInstance::runApplying(uint32_t frames, bool freeWheeling, bool changed) noexcept {
     try {
         {
             std::lock_guard<std::mutex> hold(applyMutex);
-            if (hostLevel.load() != kProcessLevelOffline) {
-                hostLevel.store(kProcessLevelOffline);
+            const int32_t level = freeWheeling ? kProcessLevelOffline : kProcessLevelRealtime;
+            levelPending.store(false);
+            if (hostLevel.load() != level || fx->isOffline() != freeWheeling) {
+                hostLevel.store(level);
                 applyProcessLevel();
             }
-            applyEverythingHeld();
-            finishEngineUpdate();
+            applyNow(changed);
+            // Ports set between activation and the first block: their ramps
+            // end on silence too, so the file starts with the finished curve.
+            if (firstRun && changed) processSilence(kSettleFrames);
+            firstRun = false;
         }
         // MIDI reaches the effect at its frame: the block is split there.
         uint32_t done = 0;
@@ -421,15 +332,48 @@ void PluginInstance::runOffline(uint32_t frames) noexcept {
                 const int64_t at = std::clamp<int64_t>(event->time.frames, done, frames);
                 processSpan(done, uint32_t(at) - done);
                 done = uint32_t(at);
+                fx->midiFromAudio(message.bytes[0], message.bytes[1], message.bytes[2]);
                 std::lock_guard<std::mutex> hold(applyMutex);
-                deliverMidi(message);
-                finishEngineUpdate();
+                applyNow(false);
             }
         }
         processSpan(done, frames - done);
     } catch (...) {
-        // A failed lock or change leaves the block as far as it got.
+        // A failed lock or update leaves the block as far as it got.
+        firstRun = false;
     }
+}
+
+// Audio thread of a real-time host with a worker: no allocation, no locks,
+// no waiting. The writes are in the effect already; the worker designs.
+void PluginInstance::runRealTime(uint32_t frames, bool changed) noexcept {
+    // Back from free-wheeling: the worker tells the effect, so its engine
+    // update does not land on this thread.
+    if (hostLevel.load(std::memory_order_relaxed) != kProcessLevelRealtime) {
+        hostLevel.store(kProcessLevelRealtime, std::memory_order_relaxed);
+        levelPending.store(true, std::memory_order_release);
+    }
+    // A MIDI message moves every band; it takes effect with the worker's
+    // update, within a few milliseconds rather than at its frame.
+    bool midi = false;
+    if (hasMidiInput()) {
+        LV2_ATOM_SEQUENCE_FOREACH(midiPort, event) {
+            MidiMessage message;
+            if (!midiEventOf(event, &message)) continue;
+            fx->midiFromAudio(message.bytes[0], message.bytes[1], message.bytes[2]);
+            midi = true;
+        }
+    }
+    if (changed || midi || levelPending.load(std::memory_order_acquire)) requestWork();
+    levelHeldBy.store(std::this_thread::get_id(), std::memory_order_relaxed);
+    processSpan(0, frames);
+    levelHeldBy.store(std::thread::id(), std::memory_order_relaxed);
+}
+
+// Silence through the effect, the output thrown away.
+void PluginInstance::processSilence(int32_t frames) noexcept {
+    for (int32_t c = 0; c < ports.channels; ++c) std::fill_n(inBuffer[c], frames, 0.0);
+    fx->processDoubleReplacing(inBuffer, outBuffer, frames);
 }
 
 // Audio thread. The ports' floats go to the effect as doubles and come back

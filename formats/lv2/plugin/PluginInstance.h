@@ -5,30 +5,36 @@
 // Threads:
 // - Instantiation (instantiate, activate, deactivate, restore, cleanup):
 //   the host's control thread, never concurrent with run().
-// - Audio (run): no allocation, no locks, no waiting while the host plays
-//   in real time. It reads the control ports and hands each change to the
-//   applier through a lock-free queue. While the host free-wheels (renders
-//   offline) it applies the changes itself before the block, as the
-//   renderer does, so a change is in force at the frame it was made.
-// - Applier: the host's worker (work:schedule) when it offers one, else a
-//   thread of our own woken by a semaphore. It is the only caller of
-//   setParameter and processEvents while the host plays in real time.
+// - Audio (run): reads the control ports and writes each changed one
+//   straight into the effect (Plug::setParameterFromAudio: stores and a
+//   pending mark, nothing else); MIDI likewise (Plug::midiFromAudio). What
+//   the writes leave for later (the engine update, a slot recall) is then
+//   carried out in one of two ways:
+//   - Before the block, on run()'s own thread, where waiting is allowed:
+//     while the host free-wheels, when the host offers no worker (a batch
+//     host such as a file processor), and on the first run() after
+//     activation. The block then sounds as the renderer's would, a change
+//     in force from the frame it was made; MIDI splits the block there.
+//   - In real time with a worker: run() asks for work once and goes on; the
+//     worker (work) carries it out within a block or two. The worker rather
+//     than the effect's 10 ms timer because it answers sooner and is where
+//     the host wants such work done; the timer still carries out whatever the
+//     engine's rate limit held back, and is the fallback should a request
+//     fail. run() in real time never allocates, locks or waits.
 // - The effect's own timer and worker threads run as in every host.
 // The effect looks at the process level at the head of every block and, when
 // it changed, updates its engine right there. A real-time run() is therefore
 // answered the level the effect already has; a return from free-wheeling is
-// taken up by the applier, and only a change to offline by run() itself.
-// applyMutex is held by whoever calls into the effect's parameters and
-// state: the applier, save/restore/activate, and run() only while it
-// free-wheels.
+// taken up by the worker, and only a change to offline by run() itself.
+// applyMutex is held by whoever calls into the effect beyond the audio-safe
+// writes: the worker, save/restore/activate, and run() only when it
+// applies changes itself.
 
 #include <lv2/atom/atom.h>
 #include <lv2/state/state.h>
 #include <lv2/worker/worker.h>
-#include <semaphore.h>
 
 #include <atomic>
-#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -39,14 +45,8 @@
 #include "core/Plug.h"
 #include "formats/lv2/PortLayout.h"
 #include "formats/lv2/plugin/HostFeatures.h"
-#include "formats/lv2/plugin/SpscQueue.h"
 
 namespace fwlv2 {
-
-struct ParamChange {
-    int32_t index;
-    float value;  // the row's real value
-};
 
 struct MidiMessage {
     uint8_t bytes[3];
@@ -56,10 +56,10 @@ class PluginInstance {
 public:
     // Silence run through the effect on activation, after the settings: the
     // coefficient ramps they start end on it, so audio starts with the
-    // finished curve. The renderer runs the same length, in one block.
+    // finished curve. The renderer runs the same length, in one block. A
+    // host that sets the ports only after activation gets it again, before
+    // its first block.
     static constexpr int32_t kSettleFrames = 1024;
-    static constexpr size_t kQueueCapacity = 512;
-    static constexpr size_t kMidiCapacity = 256;
 
     // Instantiation thread. Null, after a message to the host's log or
     // stderr, when the URI names none of our plug-ins, urid:map is missing
@@ -75,24 +75,20 @@ public:
     // Instantiation thread.
     void activate();
     void deactivate();
-    // Audio thread: no allocation, no locks (free-wheeling aside).
+    // Audio thread: no allocation, no locks, no waiting, except where run()
+    // applies changes itself (see above).
     void run(uint32_t frames) noexcept;
 
     // state:interface. Save may run beside run(); restore never does.
     LV2_State_Status save(LV2_State_Store_Function store, LV2_State_Handle handle);
     LV2_State_Status restore(LV2_State_Retrieve_Function retrieve, LV2_State_Handle handle);
 
-    // work:interface: the host's worker thread applies the queued changes.
+    // work:interface. The host's worker thread: a new process level, what
+    // run()'s writes left, and the engine update they ask for.
     LV2_Worker_Status work();
 
     // For tests and diagnostics.
     Plug& effect() { return *fx; }
-    // Times a changed parameter found the queue full; each was kept and
-    // sent on a later run. MIDI messages the queue could not take are lost.
-    int64_t droppedChanges() const { return dropped.load(std::memory_order_relaxed); }
-    int64_t droppedMidi() const { return droppedMidiCount.load(std::memory_order_relaxed); }
-    // Not the audio thread: true once everything handed over has been applied.
-    bool handoverDone();
 
 private:
     PluginInstance(int32_t channels, const HostFeatures& features, const Urids& urids, const BlockOptions& block);
@@ -100,27 +96,27 @@ private:
     static intptr_t hostCallback(AEffect* effect, int32_t opcode, int32_t index, intptr_t value, void* ptr,
                                  float opt);
 
-    // Audio thread.
-    void readControlPorts() noexcept;
-    void sendDirtyChanges() noexcept;
-    void wakeApplier() noexcept;
-    void runOffline(uint32_t frames) noexcept;
+    // Audio thread (or the instantiation thread in activate). Writes every
+    // changed port into the effect; true when one changed.
+    bool readControlPorts() noexcept;
+    void writeParameter(int32_t index, float value) noexcept;
+    void requestWork() noexcept;
+    // The two ways of run(): changes carried out before the block, on this
+    // thread; or left to the worker while the block goes on in real time.
+    void runApplying(uint32_t frames, bool freeWheeling, bool changed) noexcept;
+    void runRealTime(uint32_t frames, bool changed) noexcept;
     void processSpan(uint32_t offset, uint32_t frames) noexcept;
+    void processSilence(int32_t frames) noexcept;
     void writeOutputPorts() noexcept;
     bool hasMidiInput() const noexcept;
     bool midiEventOf(const LV2_Atom_Event* event, MidiMessage* message) const noexcept;
-    // Offline (free-wheeling or activating), under applyMutex.
-    void applyEverythingHeld();
-    // Not the audio thread, unless free-wheeling: the effect takes up the
-    // process level the callback now answers.
+    // Not the audio thread of a real-time host; under applyMutex. The
+    // effect takes up the process level the callback now answers.
     void applyProcessLevel();
-    void finishEngineUpdate();
-
-    // Applier side, under applyMutex.
-    void drainQueues();
-    void applyChange(int32_t index, float value);
-    void deliverMidi(const MidiMessage& message);
-    void applierLoop();
+    // Likewise: what the effect's writes left, the engine update (forced
+    // when `wrote`) and a pending FIR mode or IR length, all carried out
+    // before returning, as the renderer has them before its next block.
+    void applyNow(bool wrote);
 
     lv2ports::Ports ports;
     HostFeatures features;
@@ -144,10 +140,8 @@ private:
 
     // ---- Audio side ----
     // Last value seen per parameter (the row's real value; the bypass row
-    // combines its port with the enabled port), and the parameters whose
-    // last value has not reached the queue yet.
+    // combines its port with the enabled port).
     float lastSeen[kNumParams];
-    std::bitset<kNumParams> dirty;
     // Double buffers for the effect: channels x max(max block, settle length).
     std::vector<double> inStorage, outStorage;
     double* inBuffer[Plug::kMaxChannels] = {};
@@ -161,11 +155,10 @@ private:
     bool hostEnabled = true;
 
     // ---- Handover ----
-    SpscQueue<ParamChange, kQueueCapacity> changes;
-    SpscQueue<MidiMessage, kMidiCapacity> midiQueue;
-    std::atomic<int64_t> dropped{0};
-    std::atomic<int64_t> droppedMidiCount{0};
-    std::atomic<bool> wakeRequested{false};
+    // Set by activate(): the first run() carries out what it finds itself
+    // and, when a port moved since activation, settles again.
+    bool firstRun = false;
+    std::atomic<bool> workRequested{false};
     std::atomic<bool> levelPending{false};
     std::atomic<int32_t> hostLevel{kProcessLevelOffline};
     std::atomic<int32_t> latencyFrames{0};
@@ -173,12 +166,6 @@ private:
     // effect's look at the process level finds the level it already has.
     std::atomic<std::thread::id> levelHeldBy{};
     std::mutex applyMutex;
-
-    // ---- Our own applier, when the host has no worker ----
-    std::thread applier;
-    sem_t applierWake;
-    bool applierWakeMade = false;
-    std::atomic<bool> applierStop{false};
 };
 
 }  // namespace fwlv2

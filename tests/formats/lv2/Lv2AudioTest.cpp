@@ -351,7 +351,7 @@ class Lv2Midi : public ::testing::TestWithParam<bool> {};
 
 // A narrow +12 dB band at 1 kHz under three tones an octave apart: a note
 // an octave above middle C moves it to 2 kHz, one an octave below to 500 Hz.
-// Played in real time (the notes reach the effect through the applier) and
+// Played in real time (the host's worker designs what the notes ask for) and
 // free-wheeling (at their frame, inside run()).
 TEST_P(Lv2Midi, NotesMoveThePeakOfTheCurve) {
     const bool freeWheeling = GetParam();

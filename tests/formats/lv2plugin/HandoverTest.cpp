@@ -1,12 +1,11 @@
-// How control port changes reach the effect: handed to a worker while the
-// host plays in real time, applied before the block while it free-wheels,
-// and never lost when the queue between the two is full.
+// How control port changes reach the effect: run() writes them straight in,
+// and the engine update follows on the host's worker while the host plays in
+// real time, or before the block where the host offers no worker.
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <cmath>
-#include <limits>
 #include <thread>
 
 #include "Lv2TestHost.h"
@@ -14,7 +13,14 @@
 namespace {
 
 const int32_t kGain1 = bandParam(0, kFieldGain);
-const HostSetup kWithWorker{2, 48000.0, true, true};
+const int32_t kQ4 = bandParam(3, kFieldQ);
+
+// The worker's update, or the effect's timer should the rate limit hold it back.
+bool updatedSoon(Plug& fx, int64_t before) {
+    for (int32_t ms = 0; fx.getUpdateCount() == before && ms < 5000; ++ms)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    return fx.getUpdateCount() > before;
+}
 
 }  // namespace
 
@@ -30,51 +36,41 @@ TEST(Lv2Instantiation, EightLayoutsAndHostsWithoutAMap) {
     bare.run(64);
 }
 
-TEST(Lv2Handover, RealTimeChangesReachTheEffectOnAnotherThread) {
-    // Our own applier thread, when the host has no worker.
-    Lv2TestHost own({});
-    own.activate();
-    own.param(kGain1) = 0.5f;
-    own.run(64);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-    while (!own.plugin().handoverDone() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    EXPECT_EQ(own.effect().getParameter(kGain1), normOf(kGain1, 0.5f));
-
-    // The host's worker: run() only hands over, checked values; the work applies.
-    Lv2TestHost host(kWithWorker);
-    host.activate();
-    const int32_t q = bandParam(3, kFieldQ);
-    host.param(kGain1) = 1.0e9f;                                // clamped to the maximum
-    host.param(q) = std::numeric_limits<float>::quiet_NaN();   // keeps the last value
-    host.run(64);
-    host.run(64);
-    EXPECT_EQ(host.effect().getParameter(kGain1), staticParamTable()[kGain1].norm);
-    EXPECT_EQ(host.workRequests, 1);  // one request until the work is done
-    host.doWork();
-    EXPECT_EQ(host.effect().getParameter(kGain1), 1.0f);
-    EXPECT_EQ(host.effect().getParameter(q), staticParamTable()[q].norm);
-}
-
-TEST(Lv2Handover, AFullQueueDropsCountsAndSendsAgainLater) {
-    Lv2TestHost host(kWithWorker);
-    host.activate();
-    // Every channel and band row changes twice before any work is done:
-    // more changes than the queue holds.
-    for (double t : {0.25, 0.75}) {
-        for (int32_t i = kFirstChannelParam; i < kDPlusPhase; ++i) host.param(i) = rowValueAt(i, t);
-        host.run(16);
+TEST(Lv2Handover, RunWritesThePortsAndTheUpdateFollowsOnTheWorkerOrBeforeTheBlock) {
+    for (const bool worker : {true, false}) {
+        SCOPED_TRACE(worker ? "worker" : "no worker");
+        Lv2TestHost host({2, 48000.0, true, worker});
+        Plug& fx = host.effect();
+        host.activate();
+        host.run(64);  // the first block after activation applies in place in every host
+        const int64_t before = fx.getUpdateCount();
+        fx.setParameterLocked(fx.getProgram(), kQ4, true);
+        host.param(kGain1) = 1.0e9f;  // clamped to the maximum
+        host.param(kQ4) = 4.0f;       // locked: stays, as with setParameter
+        host.run(64);
+        host.run(64);
+        // Stored by run() itself: the row, the program and the slot.
+        EXPECT_EQ(fx.getParameter(kGain1), 1.0f);
+        EXPECT_EQ(fx.getProgramRecord(fx.getProgram()).values[kGain1], 1.0f);
+        EXPECT_EQ(fx.getABSlotRecord(0).values[kGain1], 1.0f);
+        EXPECT_EQ(fx.getParameter(kQ4), staticParamTable()[kQ4].norm);
+        EXPECT_EQ(host.workRequests, worker ? 1 : 0);  // one request until the work is done
+        if (worker) {
+            host.doWork();
+            EXPECT_TRUE(updatedSoon(fx, before));
+        } else {
+            EXPECT_GT(fx.getUpdateCount(), before);
+            EXPECT_FALSE(fx.isRefreshPending());
+        }
+        host.param(kABBank) = 2.0f;  // a recall moves every row: more than run() may do
+        host.run(64);
+        if (worker) host.doWork();
+        EXPECT_EQ(fx.getABSlot(), 2);
     }
-    EXPECT_GT(host.plugin().droppedChanges(), 0);
-    host.doWork();
-    host.run(16);  // the held-back changes go now
-    host.doWork();
-    for (int32_t i = kFirstChannelParam; i < kDPlusPhase; ++i)
-        ASSERT_EQ(host.effect().getParameter(i), normOf(i, rowValueAt(i, 0.75))) << "row " << i;
 }
 
 TEST(Lv2Handover, FreeWheelingAppliesChangesBeforeTheBlock) {
-    Lv2TestHost host(kWithWorker);
+    Lv2TestHost host({2, 48000.0, true, true});
     host.activate();
     host.control(host.ports.freeWheel()) = 1.0f;
     host.param(kGain1) = 0.75f;

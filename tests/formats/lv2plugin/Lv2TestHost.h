@@ -30,7 +30,7 @@ struct HostSetup {
     int32_t channels = 2;
     double sampleRate = 48000.0;
     bool withMap = true;
-    bool withWorker = false;  // without it the plug-in runs its own applier thread
+    bool withWorker = false;  // without it run() carries out every change before its block
 };
 
 class Lv2TestHost {
