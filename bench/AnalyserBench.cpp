@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "BenchInstance.h"
+#include "core/InstanceRegistry.h"
 #include "core/Plug.h"
 #include "session/AnalyserEngine.h"
 #include "session/PlugEd.h"
@@ -33,8 +34,9 @@ void BM_AnalyserFrame(benchmark::State& state) {
     engine.applySettings(ui);
     engine.setNyquist(24000.0f);
     engine.setColumns(600, 10.0, 22000.0);
-    engine.setPrimary(fx.get(), 0);
-    engine.setSecondary(fx.get(), 1);
+    const InstanceRegistry::Handle source = InstanceRegistry::instance().handleOf(fx.get());
+    engine.setPrimary(source, 0);
+    engine.setSecondary(source, 1);
     for (auto _ : state) {
         engine.update();
         benchmark::DoNotOptimize(engine.primaryLevels().data());

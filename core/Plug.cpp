@@ -132,22 +132,25 @@ Plug::Plug(EffectHostCallback host, EditorFactory makeEditor)
         reloadGlobalSettings();
         reloadUISettings();
         loadDefaultBank();
-        registerInstance();
     }
     resume();
     refreshPending = false;
     liveInstances.fetch_add(1);
     joinSharedTimer();
     startWorker();
+    // Last: the other instances reach this one only once it is whole.
+    registerInstance();
 }
 
 Plug::~Plug() {
+    // First: once the registry lets go, no other instance is inside this
+    // one, and none can reach it again while it comes apart.
+    unregisterInstance();
     stopWorker();
     // Off the timer before the editor goes: an update from the timer thread
     // may still send the editor a tag.
     leaveSharedTimer();
     editorObject.reset();
-    unregisterInstance();
     if (liveInstances.fetch_sub(1) == 1) audioHasRunFlag = false;
     allocateBuffers(0, 0);
     // Every generation of rings is in exactly one of these two places.
@@ -212,8 +215,10 @@ void Plug::resume() {
 }
 
 void Plug::clearAudioState() {
-    std::fill(std::begin(codedLevels), std::end(codedLevels), 0.0);
-    std::fill(std::begin(plainLevels), std::end(plainLevels), 0.0);
+    for (int32_t c = 0; c < kMaxChannels; ++c) {
+        codedLevels[c].store(0.0, std::memory_order_relaxed);
+        plainLevels[c].store(0.0, std::memory_order_relaxed);
+    }
     ringPosition.store(0, std::memory_order_relaxed);
     for (int32_t c = 0; c < kMaxChannels; ++c) {
         if (preRing[c]) zeroRelaxed(preRing[c], kRingLength);
@@ -1141,7 +1146,7 @@ void Plug::soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept {
     }
 }
 
-void Plug::runFollowers(double* levels, int32_t m, int32_t channels) noexcept {
+void Plug::runFollowers(std::atomic<double>* levels, int32_t m, int32_t channels) noexcept {
     const double attack = attackCoefficient.load(std::memory_order_relaxed);
     const double release = releaseCoefficient.load(std::memory_order_relaxed);
     // Each follower is a dependency chain from sample to sample, so its speed
@@ -1150,24 +1155,24 @@ void Plug::runFollowers(double* levels, int32_t m, int32_t channels) noexcept {
     for (; c + 1 < channels; c += 2) {
         const double* x0 = workBuffer[c];
         const double* x1 = workBuffer[c + 1];
-        double e0 = levels[c], e1 = levels[c + 1];
+        double e0 = levels[c].load(std::memory_order_relaxed), e1 = levels[c + 1].load(std::memory_order_relaxed);
         for (int32_t s = 0; s < m; ++s) {
             const double d0 = std::fabs(x0[s]) - e0;
             const double d1 = std::fabs(x1[s]) - e1;
             e0 += d0 * (d0 > 0.0 ? attack : release);
             e1 += d1 * (d1 > 0.0 ? attack : release);
         }
-        levels[c] = e0;
-        levels[c + 1] = e1;
+        levels[c].store(e0, std::memory_order_relaxed);
+        levels[c + 1].store(e1, std::memory_order_relaxed);
     }
     if (c < channels) {
         const double* x = workBuffer[c];
-        double e = levels[c];
+        double e = levels[c].load(std::memory_order_relaxed);
         for (int32_t s = 0; s < m; ++s) {
             const double d = std::fabs(x[s]) - e;
             e += d * (d > 0.0 ? attack : release);
         }
-        levels[c] = e;
+        levels[c].store(e, std::memory_order_relaxed);
     }
 }
 
@@ -1176,10 +1181,10 @@ void Plug::guardFollowers() noexcept {
     // volatile keeps the compiler from folding it away. A follower that a
     // non-finite sample reached starts again from zero rather than showing
     // it for ever.
-    auto guard = [](double& e) noexcept {
-        volatile double lifted = e + 1.0;
-        e = lifted - 1.0;
-        if (!std::isfinite(e)) e = 0.0;
+    auto guard = [](std::atomic<double>& level) noexcept {
+        volatile double lifted = level.load(std::memory_order_relaxed) + 1.0;
+        const double e = lifted - 1.0;
+        level.store(std::isfinite(e) ? e : 0.0, std::memory_order_relaxed);
     };
     for (int32_t c = 0; c < kMaxChannels; ++c) {
         guard(plainLevels[c]);

@@ -158,6 +158,9 @@ public:
     void reloadGlobalSettings();
     // Reads the UI settings the effect uses from the instance's tree.
     void reloadUISettings();
+    // The instance's UI settings tree (message thread).
+    UISettingsTree& uiSettings() { return uiTree; }
+    const UISettingsTree& uiSettings() const { return uiTree; }
 
     // ---- Programs, slots and the state document (message thread) ----
     // Moves to program p (0..19): its values become the live parameters.
@@ -179,9 +182,6 @@ public:
     // Applies one preset object to a program under the loading flags.
     virtual void applyPresetDocument(const cJSON* object, int32_t program);
     // Takes the engine lock if it is free at once, and applies the chunk
-    // The instance's UI settings tree (message thread).
-    UISettingsTree& uiSettings() { return uiTree; }
-    const UISettingsTree& uiSettings() const { return uiTree; }
     // either way, so a busy worker never blocks the host.
     int32_t setChunk(void* data, int32_t byteSize, bool isPreset) override;
     // Copies the live values, band order and auto gain into slot 0..7; the
@@ -240,19 +240,26 @@ public:
     const char* getInstanceName() const { return displayName; }
     bool isNamedByUser() const { return userNamed; }
 
-    // ---- Other instances (message thread) ----
-    // Sends the eight DSP settings to every other instance, as automation.
+    // ---- Other instances ----
+    // UI thread. Sends the eight DSP settings to every other instance, as
+    // automation. The others are reached pinned, through the registry: call
+    // holding no lock of this instance.
     void propagateDSP();
-    // Copies the offline render settings into every other instance.
+    // UI thread. Copies the offline render settings into every other
+    // instance, as propagateDSP reaches them.
     void propagateRenderDSP();
     bool isLegacyAlignment() const { return legacyAlignment; }
     iEditorLink* getEditorLink() const { return editorObject.get(); }
-    // Tells the editor that the list of instances changed.
+    // Any thread (whichever makes or destroys an instance). Tells the editor
+    // that the list of instances changed.
     void instancesChanged();
 
     // ---- Meters, clip, state for views and tests ----
-    double getLevelMeter(int32_t i) const { return plainLevels[i & 7]; }
-    double getCodedLevelMeter(int32_t i) const { return codedLevels[i & 7]; }
+    // Any thread. The followers' levels as the audio thread last published
+    // them, once a chunk: of the channels as the host has them, and as the
+    // bank has them (mid/side coded).
+    double getLevelMeter(int32_t i) const { return plainLevels[i & 7].load(std::memory_order_relaxed); }
+    double getCodedLevelMeter(int32_t i) const { return codedLevels[i & 7].load(std::memory_order_relaxed); }
     bool getClip() const { return clipFlag.load(std::memory_order_relaxed); }
     void setClip(bool flag) { clipFlag.store(flag, std::memory_order_relaxed); }
     void setMeterPreBank(bool pre) { meterPreBank.store(pre, std::memory_order_relaxed); }
@@ -277,7 +284,8 @@ public:
 
     // ---- Analyser ----
     // The analyser's own thread (any thread but the audio thread; an
-    // analyser may read another instance too; readers take turns). Copies
+    // analyser may read another instance too, reached through the registry
+    // so that it cannot go during the read; readers take turns). Copies
     // the last `count` samples of a tap into dest, oldest first; a count
     // above kRingLength gives the whole ring and zeros after it. Taps
     // 0..n-1 are the channels after the bank, n..2n-1 the same channels
@@ -307,7 +315,7 @@ private:
     void decodeMidSide(int32_t m, int32_t channels) noexcept;
     void applyChannelGain(int32_t m, int32_t channels) noexcept;
     void soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept;
-    void runFollowers(double* levels, int32_t m, int32_t channels) noexcept;
+    void runFollowers(std::atomic<double>* levels, int32_t m, int32_t channels) noexcept;
     void guardFollowers() noexcept;
     void writeRing(double* const* rings, int32_t m, int32_t channels) noexcept;
     void detectClip(int32_t m, int32_t channels) noexcept;
@@ -342,6 +350,12 @@ private:
     // The auto gain switch of the current program, for the engine update.
     void publishAutoGain() { autoGainLive.store(programAutoGain[curProgram], std::memory_order_relaxed); }
     void notifyEditor(int32_t tag, float value) override;
+    // The editor shows band gains times the scale and band frequencies times
+    // the shift and the pitch factor: a change of either re-shows them.
+    void notifyScaledRows(int32_t index) noexcept;
+    // Notes and pitch bends into noteFactor and bendFactor; true when the
+    // pitch factor changed (it is stored then).
+    bool takePitchMessage(uint8_t status, uint8_t d1, uint8_t d2) noexcept;
     // Pieces of the state document.
     void writeBandOrder(cJSON* object, const int32_t* order);
     void writeLockWords(cJSON* object, int32_t program);
@@ -349,12 +363,6 @@ private:
     void writeFrequencyRange(cJSON* root);
     void applyFrequencyRange(const cJSON* root, int32_t program);
     void applyCommonState(const cJSON* root, bool presetOnly);
-    // The editor shows band gains times the scale and band frequencies times
-    // the shift and the pitch factor: a change of either re-shows them.
-    void notifyScaledRows(int32_t index) noexcept;
-    // Notes and pitch bends into noteFactor and bendFactor; true when the
-    // pitch factor changed (it is stored then).
-    bool takePitchMessage(uint8_t status, uint8_t d1, uint8_t d2) noexcept;
     void loadABValues(int32_t slot);
     void keepExtrasInSlot();
     float undoValueOf(int32_t id) const;
@@ -381,6 +389,10 @@ private:
     std::mutex resumeMutex;
     std::atomic<bool> rebuilding{false};
     std::atomic<bool> refreshPending{false};
+    // Left by the audio thread for applyAudioWrites: a forced update, and the
+    // A/B row's norm (NaN when none waits).
+    std::atomic<bool> forcedRefreshPending{false};
+    std::atomic<float> deferredSlotNorm{std::numeric_limits<float>::quiet_NaN()};
     std::atomic<bool> workerBusy{false};  // set while workerStep works, under engineLock
     UISettingsTree uiTree;
     std::unique_ptr<iEditorLink> editorObject;
@@ -388,10 +400,6 @@ private:
     const SettingsAccess* settings;
 
     // ---- Change propagation ----
-    // Left by the audio thread for applyAudioWrites: a forced update, and the
-    // A/B row's norm (NaN when none waits).
-    std::atomic<bool> forcedRefreshPending{false};
-    std::atomic<float> deferredSlotNorm{std::numeric_limits<float>::quiet_NaN()};
     AtomicFlag modePending;
     int32_t requestedMode = kModeIIR;
     AtomicFlag irLengthPending;
@@ -477,8 +485,11 @@ private:
     // ---- Meters ----
     std::atomic<double> attackCoefficient{1.0};
     std::atomic<double> releaseCoefficient{1.0};
-    double codedLevels[kMaxChannels] = {};
-    double plainLevels[kMaxChannels] = {};
+    // Written by the audio thread only (and cleared by resume while audio
+    // is stopped); a follower runs on a local through a chunk and is stored
+    // at its end.
+    std::atomic<double> codedLevels[kMaxChannels] = {};
+    std::atomic<double> plainLevels[kMaxChannels] = {};
     int32_t ballisticType = 0;
     std::atomic<int32_t> ringsReplaced{0};
     std::atomic<bool> metersEnabled{true};

@@ -69,24 +69,22 @@ void Plug::setInstanceName(const char* name, bool byUser) {
 }
 
 void Plug::propagateDSP() {
-    constexpr int32_t kDspSettings[8] = {kMode, kIRLength, kIRWindow, kIRWindowParam,
-                                         kIRPhase, kIRPad, kDPlusLen, kDPlusPhase};
-    for (Plug* other : InstanceRegistry::instance().snapshot()) {
-        if (other == this) continue;
+    static constexpr int32_t kDspSettings[8] = {kMode, kIRLength, kIRWindow, kIRWindowParam,
+                                                kIRPhase, kIRPad, kDPlusLen, kDPlusPhase};
+    InstanceRegistry::instance().forEachOther(this, [this](Plug& other) {
         for (const int32_t index : kDspSettings) {
-            other->beginEdit(index);
-            other->setParameterAutomated(index, getParameter(index));
-            other->endEdit(index);
+            other.beginEdit(index);
+            other.setParameterAutomated(index, getParameter(index));
+            other.endEdit(index);
         }
-    }
+    });
 }
 
 void Plug::propagateRenderDSP() {
-    for (Plug* other : InstanceRegistry::instance().snapshot()) {
-        if (other == this) continue;
-        for (int32_t i = 0; i < kRenderSettingCount; ++i) other->setRenderSetting(i, renderSettings[i]);
-        if (iEditorLink* editor = other->getEditorLink()) editor->effectChanged(EffectNews::renderSettings);
-    }
+    InstanceRegistry::instance().forEachOther(this, [this](Plug& other) {
+        for (int32_t i = 0; i < kRenderSettingCount; ++i) other.setRenderSetting(i, renderSettings[i]);
+        if (iEditorLink* editor = other.getEditorLink()) editor->effectChanged(EffectNews::renderSettings);
+    });
 }
 
 void Plug::loadDefaultBank() {

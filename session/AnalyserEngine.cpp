@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 #include "core/InstanceRegistry.h"
 #include "core/Plug.h"
@@ -40,10 +41,6 @@ int32_t choice(const UISettingsTree& settings, const char* key) {
     return std::clamp(settings.value("Analyser", key), 0, 3);
 }
 
-bool registered(const Plug* instance) {
-    return instance != nullptr && InstanceRegistry::instance().indexOf(instance) >= 0;
-}
-
 }  // namespace
 
 AnalyserEngine::AnalyserEngine() : tables(kLength), buffer(kLength), positions(kBins) {
@@ -59,13 +56,13 @@ void AnalyserEngine::setColumns(int32_t n, double lowHz, double highHz) {
     scratch.assign(size_t(columns), 0.0);
 }
 
-void AnalyserEngine::setPrimary(Plug* instance, int32_t channel) {
-    primaryInstance = instance;
+void AnalyserEngine::setPrimary(InstanceRegistry::Handle instance, int32_t channel) {
+    primaryInstance = std::move(instance);
     primaryChannel = channel;
 }
 
-void AnalyserEngine::setSecondary(Plug* instance, int32_t channel) {
-    secondaryInstance = instance;
+void AnalyserEngine::setSecondary(InstanceRegistry::Handle instance, int32_t channel) {
+    secondaryInstance = std::move(instance);
     secondaryChannel = channel;
 }
 
@@ -95,11 +92,12 @@ double AnalyserEngine::positionOf(double magnitude, float hz) const {
     return std::clamp(position, 0.0, 1.0);
 }
 
-void AnalyserEngine::analyse(Plug* instance, int32_t channel, std::vector<double>& level) {
-    if (instance != nullptr && channel >= 0)
-        instance->getAnalyserTap(buffer.data(), kLength, channel);
-    else
-        std::fill(buffer.begin(), buffer.end(), 0.0);
+void AnalyserEngine::analyse(InstanceRegistry::Handle& instance, int32_t channel, std::vector<double>& level) {
+    const bool read = channel >= 0 && instance.with([&](Plug& fx) {
+        fx.getAnalyserTap(buffer.data(), kLength, channel);
+    });
+    if (!read) std::fill(buffer.begin(), buffer.end(), 0.0);
+    if (!read && channel >= 0) instance = {};  // gone: let go of it
     const std::vector<double>& window = analyserWindow();
     for (int32_t i = 0; i < kLength; ++i) buffer[size_t(i)] *= window[size_t(i)];
     realFft8192(buffer.data(), tables);
@@ -143,8 +141,6 @@ void AnalyserEngine::smooth(std::vector<double>& level) {
 }
 
 void AnalyserEngine::update() {
-    if (!registered(primaryInstance)) primaryInstance = nullptr;
-    if (!registered(secondaryInstance)) secondaryInstance = nullptr;
     analyse(primaryInstance, primaryChannel, primaryLevel);
     analyse(secondaryInstance, secondaryChannel, secondaryLevel);
 }

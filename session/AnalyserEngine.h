@@ -5,15 +5,17 @@
 // peak hold, decay, tilt and smoothing as the "Analyser" UI settings say.
 //
 // Threads: all of it runs on the thread that draws the analyser (or a
-// command-line host); it reads the instances' capture rings through
-// getAnalyserTap, which needs no lock. No allocation after setColumns.
+// command-line host), one engine per thread. It holds its sources as
+// registry handles and reads an instance's capture rings through
+// getAnalyserTap with the instance pinned, so a source destroyed on another
+// thread is never read afterwards. No allocation after setColumns.
 
 #include <cstdint>
 #include <vector>
 
+#include "core/InstanceRegistry.h"
 #include "dsp/FFT.h"
 
-class Plug;
 class UISettingsTree;
 
 class AnalyserEngine {
@@ -27,10 +29,11 @@ public:
     void setColumns(int32_t columns, double lowHz, double highHz);
     // Half the sample rate of the sources.
     void setNyquist(float hz) { nyquist = hz; }
-    // A source: an instance and its channel code (below the channel count
-    // the signal after the bank, from there up before it; -1 none).
-    void setPrimary(Plug* instance, int32_t channel);
-    void setSecondary(Plug* instance, int32_t channel);
+    // A source: an instance, as the registry hands it out (handleOf,
+    // otherAt), and its channel code (below the channel count the signal
+    // after the bank, from there up before it; -1 none).
+    void setPrimary(InstanceRegistry::Handle instance, int32_t channel);
+    void setSecondary(InstanceRegistry::Handle instance, int32_t channel);
     // "Decay", "Range", "Top", "Tilt", "Smoothing" of the "Analyser" category.
     void applySettings(const UISettingsTree& settings);
 
@@ -50,7 +53,7 @@ public:
     double positionOf(double magnitude, float hz) const;
 
 private:
-    void analyse(Plug* instance, int32_t channel, std::vector<double>& level);
+    void analyse(InstanceRegistry::Handle& instance, int32_t channel, std::vector<double>& level);
     void smooth(std::vector<double>& level);
 
     int32_t columns = 0;
@@ -64,8 +67,7 @@ private:
     double tilt = 0.0;       // dB per octave, pivoting on 1 kHz
     int32_t halfWidth = 1;   // smoothing, in columns
     int32_t primaryChannel = 0, secondaryChannel = -1;
-    Plug* primaryInstance = nullptr;
-    Plug* secondaryInstance = nullptr;
+    InstanceRegistry::Handle primaryInstance, secondaryInstance;
 
     FftTables tables;
     std::vector<double> buffer;     // kLength samples, then the transform

@@ -548,13 +548,13 @@ bool PlugEd::saveStateAsDefault() {
 }
 
 void PlugEd::propagateUISettings(const char* category) {
-    for (Plug* other : InstanceRegistry::instance().snapshot()) {
-        PlugEd* editor = other == effect ? nullptr : PlugEd::of(*other);
-        if (editor == nullptr) continue;
+    InstanceRegistry::instance().forEachOther(effect, [this, category](Plug& other) {
+        PlugEd* editor = PlugEd::of(other);
+        if (editor == nullptr) return;
         editor->mergeUISettings(uiSettings().root(), category);
-        other->reloadUISettings();
+        other.reloadUISettings();
         editor->markSettingsPageStale();
-    }
+    });
 }
 
 // ---------------------------------------------------------------------------

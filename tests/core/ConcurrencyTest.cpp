@@ -16,6 +16,8 @@
 #include <vector>
 
 #include "TestHost.h"
+#include "core/InstanceRegistry.h"
+#include "session/AnalyserEngine.h"
 
 namespace {
 
@@ -234,4 +236,44 @@ TEST(Concurrency, SessionsRestoredWhileAudioRunsEndInTheLastOne) {
         ASSERT_EQ(a->getGain(), e->getGain()) << b;
     }
     EXPECT_NE(fx->getParameter(bandParam(3, kFieldState)), fx->getDefaultNorm(bandParam(3, kFieldState)));
+}
+
+TEST(Concurrency, InstancesDestroyedWhileAViewReachesThemAreNeverTouchedAfter) {
+    // A view's thread sends settings to the other instances, reads another
+    // instance's signal and its own meters while audio runs, and the others
+    // are destroyed one by one meanwhile. None may be reached once its
+    // destructor began: under ThreadSanitizer that is a reported race,
+    // elsewhere it may crash.
+    auto source = makePlug(2);
+    std::vector<std::unique_ptr<Plug>> others;
+    for (int32_t k = 0; k < 12; ++k) others.push_back(makePlug(2));
+    std::atomic<bool> stop{false};
+    std::atomic<int32_t> passes{0};
+    std::thread view([&] {
+        AnalyserEngine analyser;
+        analyser.setColumns(64, 20.0, 20000.0);
+        double loudest = 0.0;
+        while (!stop) {
+            source->propagateDSP();
+            source->propagateRenderDSP();
+            PlugEd::of(*source)->propagateUISettings("Analyser");
+            analyser.setPrimary(InstanceRegistry::instance().otherAt(source.get(), 0), 0);
+            analyser.update();
+            loudest = std::max({loudest, source->getLevelMeter(0), source->getCodedLevelMeter(0)});
+            passes.fetch_add(1);
+        }
+        EXPECT_GT(loudest, 0.0);
+    });
+    std::vector<float> tone(kBlock), left(kBlock), right(kBlock);
+    for (int32_t s = 0; s < kBlock; ++s) tone[size_t(s)] = 0.25f * float(std::sin(0.13 * s));
+    float* in[2] = {tone.data(), tone.data()};
+    float* out[2] = {left.data(), right.data()};
+    while (!others.empty()) {
+        // Each goes somewhere in the view's next pass.
+        const int32_t seen = passes.load();
+        while (passes.load() == seen) source->processReplacing(in, out, kBlock);
+        others.erase(others.begin());
+    }
+    stop = true;
+    view.join();
 }

@@ -27,16 +27,34 @@ TEST(Instances, NamesCountFromZeroAndDeletingOneRenamesNoOther) {
     EXPECT_STREQ(c->getInstanceName(), "EQ: 1");  // the count at its birth
 }
 
-TEST(Instances, OthersAreCountedAroundTheAskingInstance) {
-    auto a = makePlug(2), b = makePlug(2), c = makePlug(2);
+TEST(Instances, OthersAreCountedAroundTheAskingInstanceAndHandlesOutliveThem) {
+    auto a = makePlug(2), b = makePlug(2), c = makePlug(2), d = makePlug(2);
     InstanceRegistry& registry = InstanceRegistry::instance();
-    EXPECT_EQ(registry.instanceFromOtherIndex(b.get(), 0), a.get());
-    EXPECT_EQ(registry.instanceFromOtherIndex(b.get(), 1), c.get());
-    EXPECT_EQ(registry.instanceFromOtherIndex(b.get(), 2), nullptr);
-    EXPECT_EQ(registry.instanceFromOtherIndex(a.get(), 0), b.get());
+    // The instance a handle reaches; nullptr for none.
+    auto reached = [](const InstanceRegistry::Handle& handle) {
+        Plug* fx = nullptr;
+        handle.with([&](Plug& p) { fx = &p; });
+        return fx;
+    };
+    const struct {
+        const Plug* self;
+        int32_t i;
+        const Plug* other;
+    } cases[] = {{b.get(), 0, a.get()}, {b.get(), 1, c.get()}, {b.get(), 3, nullptr},
+                 {a.get(), 0, b.get()}, {a.get(), -1, nullptr}};
+    for (const auto& k : cases) EXPECT_EQ(reached(registry.otherAt(k.self, k.i)), k.other) << k.i;
     // Every instance heard of the newcomers.
     float value = 0.0f;
     EXPECT_TRUE(PlugEd::of(*a)->takeUpdate(kGUIInstancesChanged, &value));
+
+    const InstanceRegistry::Handle kept = registry.handleOf(c.get());
+    c.reset();
+    EXPECT_EQ(reached(kept), nullptr);
+    EXPECT_EQ(reached(registry.otherAt(b.get(), 1)), d.get());
+    // Destroyed from inside a call that reached it, the instance does not
+    // wait for the pin its own thread holds.
+    registry.handleOf(d.get()).with([&](Plug&) { d.reset(); });
+    EXPECT_EQ(registry.count(), 2);
 }
 
 TEST(Instances, AUsersNameOutranksTheHostsUntilItIsCleared) {

@@ -8,6 +8,7 @@
 #include <numbers>
 
 #include "TestHost.h"
+#include "core/InstanceRegistry.h"
 #include "dsp/WindowTable.h"
 #include "session/AnalyserEngine.h"
 #include "session/PlugEd.h"
@@ -45,7 +46,7 @@ struct Scene {
         engine.applySettings(ui);
         engine.setNyquist(kRate / 2.0f);
         engine.setColumns(300, 20.0, 20000.0);
-        engine.setPrimary(fx.get(), 0);
+        engine.setPrimary(InstanceRegistry::instance().handleOf(fx.get()), 0);
         setShown(*fx, kMsState, 0);  // left and right as they are: channel 0 is the left
         settleEngine(*fx);
     }

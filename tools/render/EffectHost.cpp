@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "core/InstanceRegistry.h"
 #include "core/Plug.h"
 #include "dsp/DF1Cascade.h"
 #include "tools/render/Diagnostics.h"
@@ -143,7 +144,7 @@ void EffectHost::watchSpectrum(int32_t channelCode) {
     analyser->applySettings(ui);
     analyser->setNyquist(fx->getSampleRate() / 2.0f);
     analyser->setColumns(kReportColumns, kLowestHz, fx->getSampleRate() / 2.0);
-    analyser->setPrimary(fx.get(), channelCode);
+    analyser->setPrimary(InstanceRegistry::instance().handleOf(fx.get()), channelCode);
     framesPerLook = std::max(1, int32_t(fx->getSampleRate() / float(refresh)));
     framesToLook = framesPerLook;
 }
