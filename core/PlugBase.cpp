@@ -46,8 +46,12 @@ void PlugBase::storeNorm(int32_t index, float norm) noexcept {
     // The engine update reads rows from the timer and worker threads.
     std::atomic_ref<float>(row.norm).store(norm, std::memory_order_relaxed);
     std::atomic_ref<float>(row.value).store(value, std::memory_order_relaxed);
-    std::atomic_ref<float>(programs[curProgram].values[index]).store(norm, std::memory_order_relaxed);
-    std::atomic_ref<float>(abSlots[currentABSlot].values[index]).store(norm, std::memory_order_relaxed);
+    // The program and slot numbers change on the message thread while an
+    // audio-thread write may be here: each is read as one atomic word.
+    const int32_t program = std::atomic_ref<int32_t>(curProgram).load(std::memory_order_relaxed);
+    const int32_t slot = std::atomic_ref<int32_t>(currentABSlot).load(std::memory_order_relaxed);
+    std::atomic_ref<float>(programs[program].values[index]).store(norm, std::memory_order_relaxed);
+    std::atomic_ref<float>(abSlots[slot].values[index]).store(norm, std::memory_order_relaxed);
 }
 
 void PlugBase::setParameter(int32_t index, float norm) {
@@ -56,8 +60,9 @@ void PlugBase::setParameter(int32_t index, float norm) {
         ParamRow& row = table[index];
         const int32_t slot = int32_t(curveToReal(row, norm));
         if (slot != currentABSlot) {
-            row.norm = norm;
-            row.value = float(slot);
+            // Read by updates on the timer and worker threads, as storeNorm's rows are.
+            std::atomic_ref<float>(row.norm).store(norm, std::memory_order_relaxed);
+            std::atomic_ref<float>(row.value).store(float(slot), std::memory_order_relaxed);
             switchABSlot(slot);
             notifyEditor(index, norm);
             return;
@@ -73,7 +78,7 @@ void PlugBase::setParameter(int32_t index, float norm) {
 void PlugBase::switchABSlot(int32_t slot) {
     // Recalling a slot's values belongs to the A/B layer; the base only
     // records which slot is current, so that later writes land in it.
-    if (slot >= 0 && slot < kNumABSlots) currentABSlot = slot;
+    if (slot >= 0 && slot < kNumABSlots) std::atomic_ref<int32_t>(currentABSlot).store(slot, std::memory_order_relaxed);
 }
 
 float PlugBase::getParameter(int32_t index) {

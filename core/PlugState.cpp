@@ -87,14 +87,14 @@ void Plug::createEditor(EditorFactory makeEditor) {
 
 void Plug::setProgramIndex(int32_t program) {
     if (program < 0 || program >= kNumPrograms) return;
-    curProgram = program;
+    std::atomic_ref<int32_t>(curProgram).store(program, std::memory_order_relaxed);
     publishAutoGain();
 }
 
 void Plug::setProgram(int32_t program) {
     if (program < 0 || program >= kNumPrograms) return;
     keepExtrasInSlot();
-    curProgram = program;
+    std::atomic_ref<int32_t>(curProgram).store(program, std::memory_order_relaxed);
     const bool wasLoading = loadInProgress.load();
     loadInProgress = true;
     for (int32_t i = 0; i < kNumParams; ++i) {
@@ -133,7 +133,7 @@ void Plug::recallABSlot(int32_t slot) {
 void Plug::loadABValues(int32_t slot) {
     const bool wasLoading = loadInProgress.load();
     loadInProgress = true;
-    currentABSlot = slot;
+    std::atomic_ref<int32_t>(currentABSlot).store(slot, std::memory_order_relaxed);
     ProgramRecord& record = abSlots[slot];
     // Through display units and back: squares stored values with the ranges now in force.
     for (int32_t i = 0; i < kNumParams; ++i)
