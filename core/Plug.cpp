@@ -107,8 +107,6 @@ Plug::Plug(EffectHostCallback host, EditorFactory makeEditor)
     sampleRate = kDefaultRate;
     blockSize = kMaxBlock;
     assignParameterGroups();
-    std::fill(&programBandOrder[0][0], &programBandOrder[0][0] + kNumPrograms * kNumBands, -1);
-    std::fill(&slotBandOrder[0][0], &slotBandOrder[0][0] + kNumABSlots * kNumBands, -1);
     msMask.store(0xF);
     channelSlots = standardChannelLayout(2);
     setChannelLayout(channelSlots);
@@ -245,22 +243,12 @@ void Plug::setSampleRate(float rate) {
     remapBandFrequencies(minFrequency, maxFrequency, oldMin, boundMax, -1, true, false);
 }
 
-bool Plug::isLocked(int32_t index) const {
-    if (index < 0 || index >= kNumParams) return false;
-    return (lockMask[curProgram][index / 32] >> (index % 32)) & 1u;
-}
-
 void Plug::setParameterLocked(int32_t program, int32_t index, bool locked) {
-    if (program < 0 || program >= kNumPrograms || !isParamIndex(index)) return;
-    const uint32_t bit = 1u << (index % 32);
-    if (locked)
-        lockMask[program][index / 32] |= bit;
-    else
-        lockMask[program][index / 32] &= ~bit;
+    records.setLocked(program, index, locked);
 }
 
 void Plug::setParameter(int32_t index, float norm) {
-    if (isLocked(index)) return;
+    if (records.isLocked(curProgram, index)) return;
     PlugBaseJSON::setParameter(index, norm);
     notifyScaledRows(index);
 }
@@ -276,7 +264,7 @@ void Plug::notifyScaledRows(int32_t index) noexcept {
 
 // Audio thread: no allocation, no locks.
 void Plug::setParameterFromAudio(int32_t index, float norm) noexcept {
-    if (!isParamIndex(index) || std::isnan(norm) || isLocked(index)) return;
+    if (!isParamIndex(index) || std::isnan(norm) || records.isLocked(curProgram, index)) return;
     markChunkStale();
     if (index == abParameterIndex) {
         deferredSlotNorm.store(norm, std::memory_order_release);
@@ -427,9 +415,9 @@ void Plug::remapBandFrequencies(float newMin, float newMax, float oldMin, float 
         }
     };
     for (int32_t p = 0; p < kNumPrograms; ++p)
-        if (slot == -1 || slot == p) remap(programs[p]);
+        if (slot == -1 || slot == p) remap(records.program(p));
     if (all)
-        for (ProgramRecord& s : abSlots) remap(s);
+        for (int32_t s = 0; s < kNumABSlots; ++s) remap(records.slot(s));
     if (!notify) return;
     updateFrequencyLimits();
     for (int32_t b = 0; b < kNumBands; ++b) {

@@ -199,11 +199,9 @@ public:
     void clearUndo();
     size_t undoDepth() const { return undoStack.size(); }
 
-    // Display order of the bands of a program: band numbers, -1 after the
-    // last; and its auto gain switch.
-    const int32_t* getBandOrder(int32_t program) const;
+    // Sets the band order or the auto gain switch of a program (read them
+    // from programStore()).
     void setBandOrder(int32_t program, const int32_t* order, int32_t count);
-    int32_t getAutoGain(int32_t program) const;
     void setAutoGain(int32_t program, int32_t state);
     // Multiplies the channel levels by the auto gain now in force, so the
     // switch can go off without a jump in level.
@@ -232,7 +230,6 @@ public:
     // frequency, and gain and Q where the AutoListen settings leave them to
     // the user; every other band keeps frequency alone.
     int32_t bandControls(int32_t band, char* label, bool listening);
-    uint32_t getLockWord(int32_t program, int32_t word) const;
     // The instance's name. A host's name (byUser false) shows unless the
     // user has named the instance; a user's empty name gives the host's
     // back. Names are cut to 31 bytes, never inside a UTF-8 character.
@@ -277,7 +274,8 @@ public:
     EQBank& getBank() { return bank; }
     // True while every live band covers both channels of a stereo instance.
     bool areAllBandsStereo() const { return allBandsStereo; }
-    // Locks bits of a program's lock mask; locked parameters ignore setParameter.
+    // Locks a parameter of a program; while that program is current the
+    // parameter ignores setParameter.
     void setParameterLocked(int32_t program, int32_t index, bool locked);
 
     static bool audioHasRun() { return audioHasRunFlag.load(std::memory_order_relaxed); }
@@ -348,7 +346,7 @@ private:
     void listenOnBeginEdit(int32_t index);
     void listenOnEndEdit(int32_t index);
     // The auto gain switch of the current program, for the engine update.
-    void publishAutoGain() { autoGainLive.store(programAutoGain[curProgram], std::memory_order_relaxed); }
+    void publishAutoGain() { autoGainLive.store(records.autoGain(curProgram), std::memory_order_relaxed); }
     void notifyEditor(int32_t tag, float value) override;
     // The editor shows band gains times the scale and band frequencies times
     // the shift and the pitch factor: a change of either re-shows them.
@@ -369,7 +367,6 @@ private:
     void applyUndoStep(const UndoEntry& step, bool automate);
     float rowValue(int32_t index) const;
     static int64_t clockMs();
-    bool isLocked(int32_t index) const;
 
     // Named seams of layers that stand beside the effect core: the instance
     // registry, the editor object and the default bank. Each does nothing
@@ -438,11 +435,6 @@ private:
     int32_t listenIgnoresQ = 0;     // "AutoListen Ignores Q"
     std::atomic<int32_t> autoGainLive{0};
     std::atomic<bool> offline{false};
-    uint32_t lockMask[kNumPrograms][kLockWordsPerProgram] = {};
-    int32_t programBandOrder[kNumPrograms][kNumBands];
-    int32_t programAutoGain[kNumPrograms] = {};
-    int32_t slotBandOrder[kNumABSlots][kNumBands];
-    int32_t slotAutoGain[kNumABSlots] = {};
     bool automateAll = true;  // a slot recall is automated to the host
     static constexpr size_t kNameBytes = 32;
     char displayName[kNameBytes] = {};

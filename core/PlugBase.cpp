@@ -11,14 +11,6 @@ PlugBase::PlugBase(EffectHostCallback host) : AudioEffectX(host, kNumPrograms, k
     const ParamRow* defaults = staticParamTable();
     table = std::make_unique<ParamRow[]>(kNumParams);
     for (int32_t i = 0; i < kNumParams; ++i) table[i] = defaults[i];
-    for (ProgramRecord& p : programs) {
-        // "-" marks a program nobody has used; the preset menu lists programs
-        // up to the last one in use.
-        std::memset(p.name, 0, sizeof p.name);
-        p.name[0] = '-';
-        for (int32_t i = 0; i < kNumParams; ++i) p.values[i] = defaults[i].norm;
-    }
-    for (ProgramRecord& s : abSlots) s = programs[0];
 }
 
 PlugBase::~PlugBase() = default;
@@ -46,12 +38,10 @@ void PlugBase::storeNorm(int32_t index, float norm) noexcept {
     // The engine update reads rows from the timer and worker threads.
     std::atomic_ref<float>(row.norm).store(norm, std::memory_order_relaxed);
     std::atomic_ref<float>(row.value).store(value, std::memory_order_relaxed);
-    // The program and slot numbers change on the message thread while an
-    // audio-thread write may be here: each is read as one atomic word.
-    const int32_t program = std::atomic_ref<int32_t>(curProgram).load(std::memory_order_relaxed);
-    const int32_t slot = std::atomic_ref<int32_t>(currentABSlot).load(std::memory_order_relaxed);
-    std::atomic_ref<float>(programs[program].values[index]).store(norm, std::memory_order_relaxed);
-    std::atomic_ref<float>(abSlots[slot].values[index]).store(norm, std::memory_order_relaxed);
+    // The program number changes on the message thread while an audio-thread
+    // write may be here: it is read as one atomic word, as the store reads
+    // the slot number.
+    records.storeValue(std::atomic_ref<int32_t>(curProgram).load(std::memory_order_relaxed), index, norm);
 }
 
 void PlugBase::setParameter(int32_t index, float norm) {
@@ -59,7 +49,7 @@ void PlugBase::setParameter(int32_t index, float norm) {
     if (index == abParameterIndex && isParamIndex(index) && !loadInProgress) {
         ParamRow& row = table[index];
         const int32_t slot = int32_t(curveToReal(row, norm));
-        if (slot != currentABSlot) {
+        if (slot != records.currentSlot()) {
             // Read by updates on the timer and worker threads, as storeNorm's rows are.
             std::atomic_ref<float>(row.norm).store(norm, std::memory_order_relaxed);
             std::atomic_ref<float>(row.value).store(float(slot), std::memory_order_relaxed);
@@ -78,7 +68,7 @@ void PlugBase::setParameter(int32_t index, float norm) {
 void PlugBase::switchABSlot(int32_t slot) {
     // Recalling a slot's values belongs to the A/B layer; the base only
     // records which slot is current, so that later writes land in it.
-    if (slot >= 0 && slot < kNumABSlots) std::atomic_ref<int32_t>(currentABSlot).store(slot, std::memory_order_relaxed);
+    if (slot >= 0 && slot < kNumABSlots) records.setCurrentSlot(slot);
 }
 
 float PlugBase::getParameter(int32_t index) {
@@ -144,12 +134,12 @@ void PlugBase::getParameterName(int32_t index, char* text) {
 
 void PlugBase::setProgramName(char* name) {
     if (!name) return;
-    std::snprintf(programs[curProgram].name, kProgramNameLength, "%s", name);
+    records.setName(curProgram, name);
 }
 
 void PlugBase::getProgramName(char* name) {
     if (!name) return;
-    std::snprintf(name, kProgramNameLength, "%s", programs[curProgram].name);
+    std::snprintf(name, kProgramNameLength, "%s", records.program(curProgram).name);
 }
 
 void PlugBase::getParameterDisplay(int32_t index, char* text) {

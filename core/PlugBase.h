@@ -1,6 +1,6 @@
 #pragma once
-// The effect's parameter layer: the live table, the programs, the A/B slot
-// records and the lock masks, with the value mapping and base formatting.
+// The effect's parameter layer: the live table and the store of programs
+// and A/B slots, with the value mapping and base formatting.
 // Every index from outside is checked here; out-of-range reads give neutral
 // values and writes do nothing.
 
@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/ParamTable.h"
-#include "core/ProgramRecord.h"
+#include "core/ProgramStore.h"
 #include "effect/AudioEffectX.h"
 
 // Capacity of the text buffers that the formatting operations fill.
@@ -59,14 +59,16 @@ public:
     virtual void formatParameter(int32_t index, float norm, char* text, bool musical);
     virtual void formatCurrentParameter(int32_t index, char* text, bool musical);
     virtual void setABParameterIndex(int32_t index) { abParameterIndex = index; }
-    virtual int32_t getABSlot() { return currentABSlot; }
+    virtual int32_t getABSlot() { return records.currentSlot(); }
     virtual void switchABSlot(int32_t slot);
     virtual void refreshEngine(bool force) { (void)force; }
 
     // Read-only view of a live row; nullptr outside the table.
     const ParamRow* getRow(int32_t index) const { return isParamIndex(index) ? &table[index] : nullptr; }
-    const ProgramRecord& getProgramRecord(int32_t program) const { return programs[program]; }
-    const ProgramRecord& getABSlotRecord(int32_t slot) const { return abSlots[slot]; }
+    // The stored programs and slots, for reading: what the editor's preset
+    // and A/B menus show. Writes go through the effect, which keeps the
+    // engine, the editor and the chunk in step.
+    const ProgramStore& programStore() const { return records; }
     bool isLoadInProgress() const { return loadInProgress; }
 
 protected:
@@ -92,9 +94,7 @@ protected:
     bool inUndo = false;
 
     std::unique_ptr<ParamRow[]> table;
-    ProgramRecord programs[kNumPrograms];
-    ProgramRecord abSlots[kNumABSlots];
-    int32_t currentABSlot = 0;
+    ProgramStore records;
     int32_t abParameterIndex = -1;
     // Set while values are moved in bulk (message thread); engine updates
     // on the timer thread hold back meanwhile.

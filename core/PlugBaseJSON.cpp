@@ -133,9 +133,9 @@ void PlugBaseJSON::readParameters(const cJSON* object, ProgramRecord& record, ui
 }
 
 void PlugBaseJSON::writeProgramParameters(cJSON* object, int32_t program) {
-    if (program >= 0 && program < kNumPrograms) writeParameters(object, programs[program]);
+    if (program >= 0 && program < kNumPrograms) writeParameters(object, records.program(program));
 }
 
 void PlugBaseJSON::readProgramParameters(const cJSON* object, int32_t program) {
-    if (program >= 0 && program < kNumPrograms) readParameters(object, programs[program], kLoadEQ | kLoadDSP);
+    if (program >= 0 && program < kNumPrograms) readParameters(object, records.program(program), kLoadEQ | kLoadDSP);
 }

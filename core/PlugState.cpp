@@ -5,8 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstring>
 
 #include "core/ParameterNameTable.h"
 #include "core/Plug.h"
@@ -18,11 +16,9 @@ constexpr float kStandardMin = 10.0f;
 constexpr float kStandardMax = 22000.0f;
 constexpr float kExtendedMin = 5.0f;
 
-// Copies a document's name into a program name: at most 63 bytes, always
-// terminated; a name of another type reads as empty.
-void copyName(char* to, const cJSON* item) {
-    const char* text = cJSON_IsString(item) ? item->valuestring : "";
-    std::snprintf(to, kProgramNameLength, "%s", text ? text : "");
+// A document's name: a name of another type reads as empty.
+const char* nameIn(const cJSON* item) {
+    return cJSON_IsString(item) ? item->valuestring : "";
 }
 
 // `bandOrder` of a record into `order`: entries beyond those in the
@@ -44,37 +40,15 @@ uint32_t toWord(double x) {
 // ---------------------------------------------------------------------------
 // Records of programs and slots
 
-const int32_t* Plug::getBandOrder(int32_t program) const {
-    return programBandOrder[std::clamp(program, 0, kNumPrograms - 1)];
-}
-
 void Plug::setBandOrder(int32_t program, const int32_t* order, int32_t count) {
-    if (program < 0 || program >= kNumPrograms || order == nullptr) return;
-    for (int32_t i = 0; i < kNumBands; ++i) {
-        const int32_t band = i < count ? order[i] : -1;
-        programBandOrder[program][i] = (band >= 0 && band < kNumBands) ? band : -1;
-    }
-    // The current slot mirrors the current program, as parameters do.
-    if (program == curProgram) std::copy_n(programBandOrder[program], kNumBands, slotBandOrder[currentABSlot]);
-    markChunkStale();
-}
-
-int32_t Plug::getAutoGain(int32_t program) const {
-    return programAutoGain[std::clamp(program, 0, kNumPrograms - 1)];
+    if (records.setBandOrder(program, order, count, curProgram)) markChunkStale();
 }
 
 void Plug::setAutoGain(int32_t program, int32_t state) {
-    if (program < 0 || program >= kNumPrograms) return;
-    programAutoGain[program] = state;
-    if (program == curProgram) slotAutoGain[currentABSlot] = state;
+    if (!records.setAutoGain(program, state, curProgram)) return;
     publishAutoGain();
     markChunkStale();
     refreshEngine(true);
-}
-
-uint32_t Plug::getLockWord(int32_t program, int32_t word) const {
-    if (program < 0 || program >= kNumPrograms || word < 0 || word >= kLockWordsPerProgram) return 0;
-    return lockMask[program][word];
 }
 
 void Plug::notifyEditor(int32_t tag, float value) {
@@ -98,7 +72,7 @@ void Plug::setProgram(int32_t program) {
     const bool wasLoading = loadInProgress.load();
     loadInProgress = true;
     for (int32_t i = 0; i < kNumParams; ++i) {
-        storeNorm(i, programs[program].values[i]);
+        storeNorm(i, records.program(program).values[i]);
         notifyEditor(i, table[i].norm);
     }
     loadInProgress = wasLoading;
@@ -117,15 +91,13 @@ void Plug::switchABSlot(int32_t slot) {
 
 void Plug::keepExtrasInSlot() {
     // The band order and auto gain of the program stay with the current slot.
-    std::copy_n(programBandOrder[curProgram], kNumBands, slotBandOrder[currentABSlot]);
-    slotAutoGain[currentABSlot] = programAutoGain[curProgram];
+    records.copyExtrasToSlot(curProgram, records.currentSlot());
 }
 
 void Plug::recallABSlot(int32_t slot) {
     if (slot < 0 || slot >= kNumABSlots) return;
     loadABValues(slot);
-    std::copy_n(slotBandOrder[slot], kNumBands, programBandOrder[curProgram]);
-    programAutoGain[curProgram] = slotAutoGain[slot];
+    records.copyExtrasToProgram(slot, curProgram);
     publishAutoGain();
     refreshEngine(true);
 }
@@ -133,8 +105,8 @@ void Plug::recallABSlot(int32_t slot) {
 void Plug::loadABValues(int32_t slot) {
     const bool wasLoading = loadInProgress.load();
     loadInProgress = true;
-    std::atomic_ref<int32_t>(currentABSlot).store(slot, std::memory_order_relaxed);
-    ProgramRecord& record = abSlots[slot];
+    records.setCurrentSlot(slot);
+    ProgramRecord& record = records.slot(slot);
     // Through display units and back: squares stored values with the ranges now in force.
     for (int32_t i = 0; i < kNumParams; ++i)
         record.values[i] = float(displayToNorm(i, normToDisplay(i, record.values[i])));
@@ -165,14 +137,15 @@ void Plug::writeBandOrder(cJSON* object, const int32_t* order) {
 void Plug::writeLockWords(cJSON* object, int32_t program) {
     cJSON* locks = cJSON_AddArrayToObject(object, "lockArray");
     for (int32_t w = 0; locks != nullptr && w < kLockWordsPerProgram; ++w)
-        cJSON_AddItemToArray(locks, cJSON_CreateNumber(lockMask[program][w]));
+        cJSON_AddItemToArray(locks, cJSON_CreateNumber(records.lockWord(program, w)));
 }
 
 void Plug::writeABParameters(cJSON* object, int32_t slot) {
     if (slot < 0 || slot >= kNumABSlots) return;
-    writeParameters(object, abSlots[slot]);
-    writeBandOrder(object, slotBandOrder[slot]);
-    cJSON_AddNumberToObject(object, "autoGain", slotAutoGain[slot]);
+    const RecordExtras& extras = records.slotExtras(slot);
+    writeParameters(object, records.slot(slot));
+    writeBandOrder(object, extras.bandOrder);
+    cJSON_AddNumberToObject(object, "autoGain", extras.autoGain);
 }
 
 void Plug::writeFrequencyRange(cJSON* root) {
@@ -192,10 +165,10 @@ cJSON* Plug::buildStateDocument(bool presetOnly) {
             cJSON* item = cJSON_CreateObject();
             if (item == nullptr) continue;
             writeProgramParameters(item, p);
-            cJSON_AddStringToObject(item, "name", programs[p].name);
-            writeBandOrder(item, programBandOrder[p]);
+            cJSON_AddStringToObject(item, "name", records.program(p).name);
+            writeBandOrder(item, records.programExtras(p).bandOrder);
             writeLockWords(item, p);
-            cJSON_AddNumberToObject(item, "autoGain", programAutoGain[p]);
+            cJSON_AddNumberToObject(item, "autoGain", records.programExtras(p).autoGain);
             writeProgramExtras(item, p);
             cJSON_AddItemToArray(list, item);
         }
@@ -210,7 +183,7 @@ cJSON* Plug::buildStateDocument(bool presetOnly) {
     } else {
         // A preset holds the current program in full, filtered by the parts it carries.
         cJSON* parameters = cJSON_AddObjectToObject(root, "parameters");
-        const ProgramRecord& record = programs[curProgram];
+        const ProgramRecord& record = records.program(curProgram);
         for (int32_t i = 0; parameters != nullptr && i < kNumParams; ++i) {
             const uint32_t part = isDspParameter(i) ? kLoadDSP : kLoadEQ;
             if ((loadingFlags & part) == 0) continue;
@@ -218,9 +191,9 @@ cJSON* Plug::buildStateDocument(bool presetOnly) {
         }
         cJSON_AddStringToObject(root, "name", record.name);
         if (eqPart) {
-            writeBandOrder(root, programBandOrder[curProgram]);
+            writeBandOrder(root, records.programExtras(curProgram).bandOrder);
             writeLockWords(root, curProgram);
-            cJSON_AddNumberToObject(root, "autoGain", programAutoGain[curProgram]);
+            cJSON_AddNumberToObject(root, "autoGain", records.programExtras(curProgram).autoGain);
         }
     }
     writeFrequencyRange(root);
@@ -246,19 +219,21 @@ cJSON* Plug::buildStateDocument(bool presetOnly) {
 // Reading
 
 void Plug::readRecordExtras(const cJSON* object, int32_t program) {
-    readBandOrder(object, programBandOrder[program]);
+    RecordExtras& extras = records.programExtras(program);
+    readBandOrder(object, extras.bandOrder);
     int32_t i = 0;
     const cJSON* locks = cJSON_GetObjectItem(object, "lockArray");
     for (const cJSON* e = cJSON_IsArray(locks) ? locks->child : nullptr; e && i < kLockWordsPerProgram; e = e->next, ++i)
-        lockMask[program][i] = toWord(e->valuedouble);
-    if (const cJSON* gain = cJSON_GetObjectItem(object, "autoGain")) programAutoGain[program] = gain->valueint;
+        records.setLockWord(program, i, toWord(e->valuedouble));
+    if (const cJSON* gain = cJSON_GetObjectItem(object, "autoGain")) extras.autoGain = gain->valueint;
 }
 
 void Plug::readABParameters(const cJSON* object, int32_t slot) {
     if (slot < 0 || slot >= kNumABSlots) return;
-    readParameters(object, abSlots[slot], kLoadEQ | kLoadDSP);
-    readBandOrder(object, slotBandOrder[slot]);
-    if (const cJSON* gain = cJSON_GetObjectItem(object, "autoGain")) slotAutoGain[slot] = gain->valueint;
+    RecordExtras& extras = records.slotExtras(slot);
+    readParameters(object, records.slot(slot), kLoadEQ | kLoadDSP);
+    readBandOrder(object, extras.bandOrder);
+    if (const cJSON* gain = cJSON_GetObjectItem(object, "autoGain")) extras.autoGain = gain->valueint;
 }
 
 void Plug::applyFrequencyRange(const cJSON* root, int32_t program) {
@@ -287,24 +262,23 @@ void Plug::applyFrequencyRange(const cJSON* root, int32_t program) {
     // The live rows follow their remapped program, so each band keeps its hertz.
     for (int32_t b = 0; b < kNumBands; ++b) {
         const int32_t i = bandParam(b, kFieldFrequency);
-        storeNorm(i, programs[curProgram].values[i]);
+        storeNorm(i, records.program(curProgram).values[i]);
     }
 }
 
 void Plug::applyPresetDocument(const cJSON* object, int32_t program) {
     if (program < 0 || program >= kNumPrograms) return;
-    if (const cJSON* name = cJSON_GetObjectItem(object, "name")) copyName(programs[program].name, name);
-    std::fill_n(lockMask[program], kLockWordsPerProgram, 0u);
+    if (const cJSON* name = cJSON_GetObjectItem(object, "name")) records.setName(program, nameIn(name));
+    records.clearLocks(program);
     // Absent parameters take their defaults, whatever parts are loaded.
-    readParameters(object, programs[program], loadingFlags & (kLoadEQ | kLoadDSP));
+    readParameters(object, records.program(program), loadingFlags & (kLoadEQ | kLoadDSP));
     if ((loadingFlags & kLoadEQ) == 0) return;
     readRecordExtras(object, program);
     applyFrequencyRange(object, program);
 }
 
 cJSON* Plug::applyStateDocument(const char* text, bool presetOnly) {
-    if (!presetOnly)
-        for (auto& words : lockMask) std::fill(std::begin(words), std::end(words), 0u);
+    if (!presetOnly) records.clearAllLocks();
     if (text == nullptr) return nullptr;
     cJSON* root = cJSON_Parse(documentStart(text));
     if (root == nullptr) return nullptr;
@@ -320,13 +294,13 @@ cJSON* Plug::applyStateDocument(const char* text, bool presetOnly) {
         if (presets != nullptr) {
             int32_t p = 0;
             for (const cJSON* item = firstPreset; item != nullptr && p < kNumPrograms; item = item->next, ++p) {
-                copyName(programs[p].name, cJSON_GetObjectItem(item, "name"));
+                records.setName(p, nameIn(cJSON_GetObjectItem(item, "name")));
                 readProgramParameters(item, p);
                 readProgramExtras(item, p);
             }
         } else {
             // A document of one program: the root is the program.
-            if (const cJSON* name = cJSON_GetObjectItem(root, "name")) copyName(programs[curProgram].name, name);
+            if (const cJSON* name = cJSON_GetObjectItem(root, "name")) records.setName(curProgram, nameIn(name));
             readProgramParameters(root, curProgram);
         }
         setProgram(curProgram);
@@ -340,8 +314,7 @@ cJSON* Plug::applyStateDocument(const char* text, bool presetOnly) {
             }
         } else if (presets != nullptr) {
             // From before the slots existed: every slot holds the live state.
-            for (ProgramRecord& slot : abSlots)
-                for (int32_t i = 0; i < kNumParams; ++i) slot.values[i] = table[i].norm;
+            for (int32_t s = 0; s < kNumABSlots; ++s) records.setSlotValues(s, table.get());
         }
         loadInProgress = false;
         int32_t p = 0;

@@ -51,7 +51,7 @@ void Plug::setParameterAutomated(int32_t index, float norm) {
 // The value a step stores for id: the slot parameter by its slot, other
 // parameters by their normalised value, markers as 0.
 float Plug::undoValueOf(int32_t id) const {
-    if (id == kABBank) return float(currentABSlot) * 0.125f;
+    if (id == kABBank) return float(records.currentSlot()) * 0.125f;
     return isParamIndex(id) ? table[id].norm : 0.0f;
 }
 
@@ -121,8 +121,7 @@ void Plug::clearUndo() {
 
 void Plug::copyToABSlot(int32_t slot) {
     if (slot < 0 || slot >= kNumABSlots) return;
-    std::copy_n(programBandOrder[curProgram], kNumBands, slotBandOrder[slot]);
-    slotAutoGain[slot] = programAutoGain[curProgram];
-    for (int32_t i = 0; i < kNumParams; ++i) abSlots[slot].values[i] = table[i].norm;
+    records.copyExtrasToSlot(curProgram, slot);
+    records.setSlotValues(slot, table.get());
     markChunkStale();
 }

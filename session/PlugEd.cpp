@@ -265,11 +265,11 @@ void PlugEd::rebuildPresetMenu() {
     presetRoot = cJSON_CreateObject();
     presetTree = presetRoot;
     // The programs up to the last one in use; an unused program is named "-".
-    int32_t last = kNumPrograms - 1;
-    while (last > 0 && std::strcmp(effect->getProgramRecord(last).name, "-") == 0) --last;
+    const ProgramStore& store = effect->programStore();
+    const int32_t last = store.lastProgramInUse();
     const char* name = "";
     for (int32_t p = 0; p <= last; ++p) {
-        name = effect->getProgramRecord(p).name;
+        name = store.program(p).name;
         const char* shown = std::strcmp(name, "-") == 0 ? " " : name;
         presetMenu.entries.push_back({PresetMenu::Kind::kItem, shown, nullptr});
         cJSON_AddNumberToObject(presetRoot, shown, p);

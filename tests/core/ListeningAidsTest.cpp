@@ -128,7 +128,7 @@ TEST(AutoGain, TheSwitchScalesTheChannelGainsAndBakingKeepsTheLevel) {
     PlugEd::of(*fx)->setAutoGain(false, false);
     settleEngine(*fx);
     EXPECT_NEAR(fx->getChannelGainTarget(0), plain * g, 1e-4);
-    EXPECT_EQ(fx->getAutoGain(fx->getProgram()), 0);
+    EXPECT_EQ(fx->programStore().autoGain(fx->getProgram()), 0);
 }
 
 TEST(AutoGain, PinkNoiseKeepsItsLoudnessThroughAWideBoost) {

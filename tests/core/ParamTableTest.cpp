@@ -135,9 +135,9 @@ TEST(PlugParameters, WritesKeepNormAndRealValueInStepAndAreClamped) {
     EXPECT_EQ(fx->getRealValue(kGain), 36.0f);
     // The write lands in the current program and the current A/B slot too.
     fx->setParameter(kBand2Q, 0.25f);
-    EXPECT_EQ(fx->getProgramRecord(0).values[kBand2Q], 0.25f);
-    EXPECT_EQ(fx->getABSlotRecord(0).values[kBand2Q], 0.25f);
-    EXPECT_EQ(fx->getProgramRecord(1).values[kBand2Q], fx->getDefaultNorm(kBand2Q));
+    EXPECT_EQ(fx->programStore().program(0).values[kBand2Q], 0.25f);
+    EXPECT_EQ(fx->programStore().slot(0).values[kBand2Q], 0.25f);
+    EXPECT_EQ(fx->programStore().program(1).values[kBand2Q], fx->getDefaultNorm(kBand2Q));
 }
 
 TEST(PlugParameters, StepsAndSnapping) {
@@ -176,8 +176,8 @@ TEST(PlugParameters, TheABParameterSwitchesSlots) {
     EXPECT_EQ(fx->getABSlot(), 3);
     EXPECT_EQ(fx->getRealValue(kABBank), 3.0f);
     fx->setParameter(kGain, 0.25f);
-    EXPECT_EQ(fx->getABSlotRecord(3).values[kGain], 0.25f);
-    EXPECT_NE(fx->getABSlotRecord(0).values[kGain], 0.25f);
+    EXPECT_EQ(fx->programStore().slot(3).values[kGain], 0.25f);
+    EXPECT_NE(fx->programStore().slot(0).values[kGain], 0.25f);
 }
 
 TEST(PlugParameters, FrequencyLimitsMoveNormsNotFrequencies) {
@@ -195,18 +195,18 @@ TEST(PlugParameters, FrequencyLimitsMoveNormsNotFrequencies) {
     const double n = std::log(1000.0 / 5.0) / std::log(extMax / 5.0);
     fx->setParameter(kBand2Frequency, float(n));
     fx->remapBandFrequencies(10, 22000, 5, float(extMax), -1, true, false);
-    const float stored = fx->getProgramRecord(0).values[kBand2Frequency];
+    const float stored = fx->programStore().program(0).values[kBand2Frequency];
     EXPECT_NEAR(10.0 * std::exp(stored * std::log(2200.0)), 1000.0, 0.05);
     // A frequency the new range cannot hold is cut to its edge.
     fx->setParameter(kBand3Frequency, 1.0f);  // 23950 Hz on the extended range
     fx->remapBandFrequencies(10, 22000, 5, float(extMax), 0, false, false);
-    EXPECT_EQ(fx->getProgramRecord(0).values[kBand3Frequency], 1.0f);
+    EXPECT_EQ(fx->programStore().program(0).values[kBand3Frequency], 1.0f);
     // There and back again leaves the default 80 Hz where it was.
-    const float original = fx->getProgramRecord(0).values[kBand4Frequency];
+    const float original = fx->programStore().program(0).values[kBand4Frequency];
     fx->remapBandFrequencies(5, float(extMax), 10, 22000, -1, true, false);
-    EXPECT_NE(fx->getProgramRecord(0).values[kBand4Frequency], original);
+    EXPECT_NE(fx->programStore().program(0).values[kBand4Frequency], original);
     fx->remapBandFrequencies(10, 22000, 5, float(extMax), -1, true, false);
-    EXPECT_NEAR(fx->getProgramRecord(0).values[kBand4Frequency], original, 1e-6);
+    EXPECT_NEAR(fx->programStore().program(0).values[kBand4Frequency], original, 1e-6);
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ void buildRichState(Plug& fx) {
 }
 
 const ProgramRecord& live(Plug& fx) {
-    return fx.getProgramRecord(fx.getProgram());
+    return fx.programStore().program(fx.getProgram());
 }
 
 }  // namespace
@@ -96,10 +96,10 @@ TEST(StateRoundTrip, AFreshInstanceGivesBackTheSameChunkPlainAndCompressed) {
 
         EXPECT_EQ(restored->getProgram(), 3);
         EXPECT_EQ(restored->getABSlot(), 2);
-        EXPECT_STREQ(restored->getProgramRecord(3).name, "Air lift");
-        EXPECT_EQ(restored->getLockWord(5, kGain / 32), 1u << (kGain % 32));
-        EXPECT_EQ(restored->getAutoGain(3), 2);
-        EXPECT_EQ(restored->getBandOrder(3)[0], -1);  // slot C's band order came with it
+        EXPECT_STREQ(restored->programStore().program(3).name, "Air lift");
+        EXPECT_EQ(restored->programStore().lockWord(5, kGain / 32), 1u << (kGain % 32));
+        EXPECT_EQ(restored->programStore().autoGain(3), 2);
+        EXPECT_EQ(restored->programStore().bandOrder(3)[0], -1);  // slot C's band order came with it
         EXPECT_EQ(restored->getGroupMask(1), 3);
         EXPECT_FLOAT_EQ(restored->getRenderSetting(2), 3.0f);
         EXPECT_STREQ(restored->getInstanceName(), "Master bus");
@@ -111,8 +111,8 @@ TEST(StateRoundTrip, AFreshInstanceGivesBackTheSameChunkPlainAndCompressed) {
             ASSERT_EQ(restored->getParameter(i), saved->getParameter(i)) << "parameter " << i;
         // Slot A still holds what it had when slot C was chosen.
         restored->switchABSlot(0);
-        EXPECT_EQ(restored->getBandOrder(3)[1], 4);
-        EXPECT_EQ(restored->getAutoGain(3), 1);
+        EXPECT_EQ(restored->programStore().bandOrder(3)[1], 4);
+        EXPECT_EQ(restored->programStore().autoGain(3), 1);
         EXPECT_NEAR(restored->getRealValue(kGain), -1.5, 1e-5);  // the curve in float
     }
 }
@@ -240,7 +240,7 @@ TEST(StateDamage, AFailedFullStateStillClearsTheLockWords) {
     auto fx = makePlug(2);
     fx->setParameterLocked(0, kGain, true);
     applyText(*fx, "not json");
-    EXPECT_EQ(fx->getLockWord(0, kGain / 32), 0u);
+    EXPECT_EQ(fx->programStore().lockWord(0, kGain / 32), 0u);
 }
 
 TEST(StateDamage, WrongTypesReadAsZeroOrEmpty) {
@@ -253,11 +253,11 @@ TEST(StateDamage, WrongTypesReadAsZeroOrEmpty) {
 
     applyText(*fx, R"({"presets": [{"name": 12, "parameters": {"kGain": "loud", "kBand1Gain": 0.75},
                                     "bandOrder": "x", "lockArray": [true, -5, 1e99], "autoGain": []}]})");
-    EXPECT_STREQ(fx->getProgramRecord(0).name, "");
+    EXPECT_STREQ(fx->programStore().program(0).name, "");
     EXPECT_EQ(fx->getParameter(kGain), 0.0f);
     EXPECT_EQ(fx->getParameter(bandParam(0, kFieldGain)), 0.75f);
-    EXPECT_EQ(fx->getLockWord(0, 0), 0u);
-    EXPECT_EQ(fx->getLockWord(0, 2), 0xFFFFFFFFu);
+    EXPECT_EQ(fx->programStore().lockWord(0, 0), 0u);
+    EXPECT_EQ(fx->programStore().lockWord(0, 2), 0xFFFFFFFFu);
 }
 
 // ---------------------------------------------------------------------------
@@ -272,7 +272,7 @@ TEST(StateKeys, ParameterNamesAreExactWhileDocumentKeysIgnoreCase) {
     EXPECT_EQ(fx->getParameter(bandParam(0, kFieldGain)), 0.25f);
     EXPECT_EQ(fx->getParameter(bandParam(1, kFieldGain)), 1.0f);  // values live on 0..1
     EXPECT_EQ(fx->getParameter(bandParam(2, kFieldGain)), 0.0f);
-    EXPECT_EQ(fx->getABSlotRecord(0).values[kScale], 0.1f);
+    EXPECT_EQ(fx->programStore().slot(0).values[kScale], 0.1f);
 }
 
 TEST(StateKeys, DifferenceFormWritesOnlyWhatDiffers) {
@@ -303,7 +303,7 @@ TEST(StateMigration, OlderDocumentsGetTheirDocumentedDefaults) {
     auto fx = makePlug(2);
     // Before the A/B slots: every slot takes the live state.
     applyText(*fx, R"({"presets": [{"name": "Old", "parameters": {"kGain": 0.8}}], "zla": true})");
-    for (int32_t s = 0; s < kNumABSlots; ++s) EXPECT_EQ(fx->getABSlotRecord(s).values[kGain], 0.8f) << s;
+    for (int32_t s = 0; s < kNumABSlots; ++s) EXPECT_EQ(fx->programStore().slot(s).values[kGain], 0.8f) << s;
     EXPECT_FALSE(fx->isLegacyAlignment());
 
     // No zla: the older alignment, and it is not written again.
@@ -314,7 +314,7 @@ TEST(StateMigration, OlderDocumentsGetTheirDocumentedDefaults) {
     // No presets: a document of one program, the current one.
     fx->setProgram(4);
     applyText(*fx, R"({"name": "Single", "parameters": {"kBand1Gain": 0.6}, "zla": true})");
-    EXPECT_STREQ(fx->getProgramRecord(4).name, "Single");
+    EXPECT_STREQ(fx->programStore().program(4).name, "Single");
     EXPECT_EQ(fx->getParameter(bandParam(0, kFieldGain)), 0.6f);
     EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));
 
@@ -332,9 +332,9 @@ TEST(StateMigration, ShortAndLongListsTouchOnlyWhatTheyHold) {
     const int32_t order[] = {5, 6, 7, 8, -1};
     fx->setBandOrder(1, order, 5);
     applyText(*fx, R"({"presets": [{}, {"bandOrder": [9, 2]}]})");
-    EXPECT_EQ(fx->getBandOrder(1)[0], 9);
-    EXPECT_EQ(fx->getBandOrder(1)[1], 2);
-    EXPECT_EQ(fx->getBandOrder(1)[2], 7);  // beyond the document's entries
+    EXPECT_EQ(fx->programStore().bandOrder(1)[0], 9);
+    EXPECT_EQ(fx->programStore().bandOrder(1)[1], 2);
+    EXPECT_EQ(fx->programStore().bandOrder(1)[2], 7);  // beyond the document's entries
 
     std::string many = R"({"presets": [)";
     for (int32_t p = 0; p < 25; ++p) many += std::string(p ? "," : "") + "{\"name\": \"P" + std::to_string(p) + "\"}";
@@ -342,8 +342,8 @@ TEST(StateMigration, ShortAndLongListsTouchOnlyWhatTheyHold) {
     for (int32_t s = 0; s < 10; ++s) many += std::string(s ? "," : "") + "{\"parameters\": {\"kGain\": 0.5}}";
     many += "]}";
     applyText(*fx, many);
-    EXPECT_STREQ(fx->getProgramRecord(19).name, "P19");
-    EXPECT_EQ(fx->getABSlotRecord(7).values[kGain], 0.5f);
+    EXPECT_STREQ(fx->programStore().program(19).name, "P19");
+    EXPECT_EQ(fx->programStore().slot(7).values[kGain], 0.5f);
 }
 
 TEST(StateMigration, ARangeNeedsBothBounds) {
@@ -409,13 +409,13 @@ TEST(ProgramsAndSlots, EachSlotRecallsItsValuesBandOrderAndAutoGain) {
     fx->setAutoGain(0, 1);
     fx->switchABSlot(1);
     EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));  // slot B is fresh
-    EXPECT_EQ(fx->getBandOrder(0)[0], -1);
-    EXPECT_EQ(fx->getAutoGain(0), 0);
+    EXPECT_EQ(fx->programStore().bandOrder(0)[0], -1);
+    EXPECT_EQ(fx->programStore().autoGain(0), 0);
     setReal(*fx, kGain, -2.0);
     fx->switchABSlot(0);
     EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 2.0f);
-    EXPECT_EQ(fx->getBandOrder(0)[0], 3);
-    EXPECT_EQ(fx->getAutoGain(0), 1);
+    EXPECT_EQ(fx->programStore().bandOrder(0)[0], 3);
+    EXPECT_EQ(fx->programStore().autoGain(0), 1);
     fx->switchABSlot(1);
     EXPECT_FLOAT_EQ(fx->getRealValue(kGain), -2.0f);
     EXPECT_EQ(live(*fx).values[kGain], fx->getParameter(kGain));
@@ -490,11 +490,11 @@ TEST(StateMigration, EachTopLevelKeyLeftOutGivesItsDocumentedReading) {
         return fx;
     };
 
-    EXPECT_STREQ(without("presets")->getProgramRecord(3).name, "-");  // read as a single program: 3 untouched
+    EXPECT_STREQ(without("presets")->programStore().program(3).name, "-");  // read as a single program: 3 untouched
     {
         auto fx = without("ab");
         for (int32_t s = 0; s < kNumABSlots; ++s)  // every slot holds the live state
-            EXPECT_EQ(fx->getABSlotRecord(s).values[kGain], fx->getParameter(kGain)) << s;
+            EXPECT_EQ(fx->programStore().slot(s).values[kGain], fx->getParameter(kGain)) << s;
     }
     EXPECT_TRUE(without("zla")->isLegacyAlignment());
     EXPECT_EQ(without("renderParams")->getRenderSetting(0), 1.0f);  // kept

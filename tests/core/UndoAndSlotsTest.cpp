@@ -188,10 +188,10 @@ TEST(ABSlots, CopyToASlotKeepsTheCurrentSlot) {
     fx->setBandOrder(0, order, 2);
     PlugEd::of(*fx)->copyToABSlot(4);
     EXPECT_EQ(fx->getABSlot(), 0);
-    EXPECT_EQ(fx->getABSlotRecord(4).values[kGain], fx->getParameter(kGain));
+    EXPECT_EQ(fx->programStore().slot(4).values[kGain], fx->getParameter(kGain));
     fx->switchABSlot(4);
     EXPECT_FLOAT_EQ(fx->getRealValue(kGain), -2.5f);
-    EXPECT_EQ(fx->getBandOrder(0)[0], 7);
+    EXPECT_EQ(fx->programStore().bandOrder(0)[0], 7);
 }
 
 TEST(ABSlots, AutomationOfTheSlotParameterSwitchesSlots) {

@@ -87,7 +87,7 @@ TEST(PresetMenu, ChoosingAProgramAFileOrABanksProgramLoadsIt) {
     // Positions: program 0, the separator, "Air", "Mastering".
     ed.applyMenuPreset(root, 2);
     EXPECT_NEAR(shownOf(*fx, bandParam(0, kFieldGain)), 2.0, 1e-4);
-    EXPECT_STREQ(fx->getProgramRecord(0).name, "Air");
+    EXPECT_STREQ(fx->programStore().program(0).name, "Air");
 
     const cJSON* mastering = cJSON_GetArrayItem(root, 3);
     ed.applyMenuPreset(mastering, 0);
@@ -96,7 +96,7 @@ TEST(PresetMenu, ChoosingAProgramAFileOrABanksProgramLoadsIt) {
     EXPECT_FALSE(ed.canPresetPrev());
     ed.presetNext();
     EXPECT_NEAR(shownOf(*fx, bandParam(0, kFieldGain)), -2.0, 1e-4);
-    EXPECT_STREQ(fx->getProgramRecord(0).name, "10 Dark");
+    EXPECT_STREQ(fx->programStore().program(0).name, "10 Dark");
     EXPECT_FALSE(ed.canPresetNext());
     ed.presetPrev();
     EXPECT_NEAR(shownOf(*fx, bandParam(0, kFieldGain)), 1.0, 1e-4);
@@ -114,7 +114,7 @@ TEST(PresetFilesTest, APresetRoundTripsAndHonoursTheLoadingFlags) {
     ASSERT_TRUE(ed.loadPreset(path));
     EXPECT_NEAR(shownOf(*target, bandParam(0, kFieldGain)), 3.0, 1e-4);
     EXPECT_FLOAT_EQ(target->getRealValue(kIRLength), 6.0f);
-    EXPECT_STREQ(target->getProgramRecord(0).name, "Tilt");
+    EXPECT_STREQ(target->programStore().program(0).name, "Tilt");
 
     // EQ only: the DSP part of the file is left at its default.
     auto eqOnly = makePlug(2);
@@ -146,9 +146,10 @@ TEST(PresetFilesTest, ABankOfTwentyProgramsRoundTrips) {
     ASSERT_TRUE(PlugEd::of(*target)->loadBank(path));
     EXPECT_EQ(target->getProgram(), 7);
     for (int32_t p = 0; p < kNumPrograms; ++p) {
-        EXPECT_STREQ(target->getProgramRecord(p).name, source->getProgramRecord(p).name);
+        EXPECT_STREQ(target->programStore().program(p).name, source->programStore().program(p).name);
         for (int32_t i = 0; i < kNumParams; ++i)
-            ASSERT_EQ(target->getProgramRecord(p).values[i], source->getProgramRecord(p).values[i]) << p << "/" << i;
+            ASSERT_EQ(target->programStore().program(p).values[i], source->programStore().program(p).values[i])
+                << p << "/" << i;
     }
     EXPECT_EQ(valuesOf(*target), valuesOf(*source));
 }
@@ -165,7 +166,7 @@ TEST(PresetFilesTest, FilesThatCannotBeReadOrWrittenAlertAndChangeNothing) {
     EXPECT_FALSE(ed.loadBank(presetFolder() + "missing.fwb"));
     EXPECT_FALSE(ed.savePreset("/proc/no-such-place/out.fwi"));
     EXPECT_EQ(valuesOf(*fx), before);
-    EXPECT_STREQ(fx->getProgramRecord(0).name, "Keep");
+    EXPECT_STREQ(fx->programStore().program(0).name, "Keep");
     const std::vector<Alerts::Alert> alerts = Alerts::instance().takeAll();
     ASSERT_EQ(alerts.size(), 3u);
     EXPECT_NE(alerts[0].text.find("Failed to read from file " + presetFolder() + "missing.fwi"), std::string::npos);
@@ -188,7 +189,7 @@ TEST(PresetFilesTest, ANewInstanceStartsFromTheDefaultBankOrTheFactoryBank) {
     }
     {
         auto fresh = makePlug(2);
-        EXPECT_STREQ(fresh->getProgramRecord(4).name, "Factory four");
+        EXPECT_STREQ(fresh->programStore().program(4).name, "Factory four");
         EXPECT_EQ(fresh->getProgram(), 4);
         EXPECT_FLOAT_EQ(fresh->getRealValue(kGain), -3.0f);
     }
@@ -201,6 +202,6 @@ TEST(PresetFilesTest, ANewInstanceStartsFromTheDefaultBankOrTheFactoryBank) {
     }
     // The default bank now stands before the factory bank.
     auto fresh = makePlug(2);
-    EXPECT_STREQ(fresh->getProgramRecord(4).name, "My default");
+    EXPECT_STREQ(fresh->programStore().program(4).name, "My default");
     EXPECT_EQ(fresh->getProgram(), 4);
 }

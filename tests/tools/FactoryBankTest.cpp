@@ -99,7 +99,7 @@ TEST(FactoryBank, HoldsTheTwentyProgramsOfTheSourceInOrder) {
     ASSERT_EQ(names.size(), size_t(kPrograms));
     auto fx = loaded(slurp(kBankFile), false);
     EXPECT_EQ(fx->getProgram(), 0);
-    for (int32_t p = 0; p < kPrograms; ++p) EXPECT_EQ(fx->getProgramRecord(p).name, names[size_t(p)]) << p;
+    for (int32_t p = 0; p < kPrograms; ++p) EXPECT_EQ(fx->programStore().program(p).name, names[size_t(p)]) << p;
 
     // The presets folder holds one file per program and nothing else.
     std::vector<std::string> files;
@@ -113,7 +113,7 @@ TEST(FactoryBank, EveryProgramChangesTheDefaultsAndSwitchesABandOn) {
     auto fx = loaded(slurp(kBankFile), false);
     const ProgramRecord& defaults = fx->getDefaultProgram();
     for (int32_t p = 0; p < kPrograms; ++p) {
-        const ProgramRecord& record = fx->getProgramRecord(p);
+        const ProgramRecord& record = fx->programStore().program(p);
         EXPECT_NE(std::memcmp(record.values, defaults.values, sizeof record.values), 0) << record.name;
         int32_t bandsOn = 0;
         for (int32_t b = 0; b < kNumBands; ++b) {
@@ -133,15 +133,15 @@ TEST(FactoryBank, EachPresetFileSetsExactlyTheSettingsOfItsProgram) {
         ASSERT_FALSE(preset.empty()) << names[size_t(p)];
         // A preset lands in whichever program is current, here the last one.
         auto fx = loaded(preset, true, kPrograms - 1);
-        const ProgramRecord& got = fx->getProgramRecord(kPrograms - 1);
-        const ProgramRecord& want = bank->getProgramRecord(p);
+        const ProgramRecord& got = fx->programStore().program(kPrograms - 1);
+        const ProgramRecord& want = bank->programStore().program(p);
         EXPECT_STREQ(got.name, want.name);
         for (int32_t i = 0; i < kNumParams; ++i) {
             EXPECT_EQ(got.values[i], want.values[i]) << want.name << ": " << fx->getRow(i)->name;
             EXPECT_EQ(fx->getParameter(i), want.values[i]) << want.name << ": " << fx->getRow(i)->name;
         }
         // The other programs of the fresh instance keep their defaults.
-        EXPECT_EQ(std::memcmp(fx->getProgramRecord(0).values, fx->getDefaultProgram().values,
+        EXPECT_EQ(std::memcmp(fx->programStore().program(0).values, fx->getDefaultProgram().values,
                               sizeof got.values),
                   0);
     }
@@ -170,7 +170,7 @@ TEST(FactoryBank, EveryProgramRendersNoiseAtASaneLevel) {
         double* out[2] = {scrap[0].data(), scrap[1].data()};
         for (int k = 0; k < 4; ++k) fx->processDoubleReplacing(in, out, kBlock);
         const int64_t latency = fx->getAeffect()->initialDelay;
-        ASSERT_LT(latency, kFrames / 2) << fx->getProgramRecord(p).name;
+        ASSERT_LT(latency, kFrames / 2) << fx->programStore().program(p).name;
 
         std::vector<double> result[2] = {std::vector<double>(size_t(kFrames)), std::vector<double>(size_t(kFrames))};
         for (int64_t s = 0; s < kFrames; s += kBlock) {
@@ -194,7 +194,7 @@ TEST(FactoryBank, EveryProgramRendersNoiseAtASaneLevel) {
             const double n = double(kFrames - from);
             const double levelDb = 20.0 * std::log10(std::sqrt(power / n) / inputRms);
             const double changeDb = 20.0 * std::log10(std::sqrt(change / n) / inputRms);
-            const std::string what = std::string(fx->getProgramRecord(p).name) + ", channel " + std::to_string(c);
+            const std::string what = std::string(fx->programStore().program(p).name) + ", channel " + std::to_string(c);
             EXPECT_TRUE(finite) << what;
             EXPECT_LT(levelDb, 6.0) << what;
             EXPECT_GT(levelDb, -6.0) << what;

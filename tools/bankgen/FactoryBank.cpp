@@ -126,7 +126,7 @@ BankChunks buildBank(const BankSource& source) {
             // A factory setting is meant as written: a clamped one is a mistake.
             if (!warning.empty()) throw at(setting.line, warning);
         }
-        if (sameAsDefaults(fx->getProgramRecord(p), fx->getDefaultProgram()))
+        if (sameAsDefaults(fx->programStore().program(p), fx->getDefaultProgram()))
             throw at(program.line, "program '" + program.name + "' leaves every parameter at its default");
     }
 

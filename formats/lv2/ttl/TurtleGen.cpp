@@ -90,7 +90,7 @@ std::vector<lv2ttl::FactoryPreset> factoryPresets(Plug& fx, const std::string& b
     std::vector<lv2ttl::FactoryPreset> presets;
     for (int32_t p = 0; p < kNumPrograms; ++p) {
         fx.setProgram(p);
-        const char* name = fx.getProgramRecord(p).name;
+        const char* name = fx.programStore().program(p).name;
         if (name[0] == '\0' || std::strcmp(name, kUnnamedProgram) == 0) continue;
         lv2ttl::FactoryPreset preset;
         preset.program = p;

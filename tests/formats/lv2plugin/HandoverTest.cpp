@@ -51,8 +51,8 @@ TEST(Lv2Handover, RunWritesThePortsAndTheUpdateFollowsOnTheWorkerOrBeforeTheBloc
         host.run(64);
         // Stored by run() itself: the row, the program and the slot.
         EXPECT_EQ(fx.getParameter(kGain1), 1.0f);
-        EXPECT_EQ(fx.getProgramRecord(fx.getProgram()).values[kGain1], 1.0f);
-        EXPECT_EQ(fx.getABSlotRecord(0).values[kGain1], 1.0f);
+        EXPECT_EQ(fx.programStore().program(fx.getProgram()).values[kGain1], 1.0f);
+        EXPECT_EQ(fx.programStore().slot(0).values[kGain1], 1.0f);
         EXPECT_EQ(fx.getParameter(kQ4), staticParamTable()[kQ4].norm);
         EXPECT_EQ(host.workRequests, worker ? 1 : 0);  // one request until the work is done
         if (worker) {

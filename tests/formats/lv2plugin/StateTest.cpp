@@ -101,7 +101,7 @@ TEST(Lv2State, APresetSavedByTheEditorLeavesTheSessionWhole) {
         return std::strcmp(a.name, b.name) == 0 && std::memcmp(a.values, b.values, sizeof a.values) == 0;
     };
     for (int32_t p = 0; p < kNumPrograms; ++p)
-        EXPECT_TRUE(same(fresh.effect().getProgramRecord(p), fx.getProgramRecord(p))) << "program " << p;
+        EXPECT_TRUE(same(fresh.effect().programStore().program(p), fx.programStore().program(p))) << "program " << p;
     for (int32_t s = 0; s < kNumABSlots; ++s)
-        EXPECT_TRUE(same(fresh.effect().getABSlotRecord(s), fx.getABSlotRecord(s))) << "slot " << s;
+        EXPECT_TRUE(same(fresh.effect().programStore().slot(s), fx.programStore().slot(s))) << "slot " << s;
 }

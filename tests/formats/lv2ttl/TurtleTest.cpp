@@ -240,7 +240,7 @@ TEST_F(Lv2Turtle, EveryPluginHasEveryNamedFactoryProgramWithTheEffectsValues) {
     auto fx = effect(true);
     std::map<std::string, int32_t> programs;
     for (int32_t p = 0; p < kNumPrograms; ++p)
-        if (std::string(fx->getProgramRecord(p).name) != "-") programs[fx->getProgramRecord(p).name] = p;
+        if (std::string(fx->programStore().program(p).name) != "-") programs[fx->programStore().program(p).name] = p;
     ASSERT_FALSE(programs.empty());
 
     for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
