@@ -4,7 +4,8 @@
 #   make test    deps + release build + all tests
 #   make check   the same tests under AddressSanitizer + UndefinedBehaviorSanitizer
 #   make tsan    the tests under ThreadSanitizer
-#   make fuzz    the state chunk fuzzer for FUZZ_SECONDS (default 60), clang + ASan/UBSan
+#   make fuzz    the fuzzers (state chunks, preset folder, MIDI files, LV2 state) one after another,
+#                FUZZ_SECONDS (default 60) in all, clang + ASan/UBSan
 #   make bench   benchmarks (release)
 #   make bench-deps   install the peer LV2 equalisers the LV2 benchmark measures against
 #   make bench-peers  our LV2 plug-in against those peers (release)
@@ -58,13 +59,23 @@ build/fuzz/build.ninja:
 	CC=clang CXX=clang++ cmake -S . -B build/fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
 		-DFW_SANITIZE=address -DFW_FUZZ=ON
 
-# New inputs found go to build/fuzz/corpus; a finding is written as build/fuzz/crash-* etc.
+# Each fuzzer runs for a share of FUZZ_SECONDS, from its seeds in tests/fuzz/seeds/<seeds>
+# and the inputs it found before, kept in build/fuzz/corpus/<seeds>; a finding is written
+# as build/fuzz/<name>-crash-* etc. and stops the run. The LV2 fuzzer also starts from the
+# state chunk seeds.
+FUZZERS := state:state preset:preset midi:midi lv2-state:lv2
+FUZZ_SHARE = $(shell s=$$(( $(FUZZ_SECONDS) / 4 )); echo $$(( s > 0 ? s : 1 )))
 fuzz: deps build/fuzz/build.ninja
-	cmake --build build/fuzz --target fenwoldrine-state-fuzzer -j $(JOBS)
-	mkdir -p build/fuzz/corpus
-	ASAN_OPTIONS=detect_leaks=1 ./build/fuzz/tests/fuzz/fenwoldrine-state-fuzzer \
-		-max_total_time=$(FUZZ_SECONDS) -timeout=20 -rss_limit_mb=4096 -print_final_stats=1 \
-		-artifact_prefix=build/fuzz/ build/fuzz/corpus tests/fuzz/seeds
+	cmake --build build/fuzz -j $(JOBS) --target $(foreach f,$(FUZZERS),fenwoldrine-$(firstword $(subst :, ,$(f)))-fuzzer)
+	@set -e; for f in $(FUZZERS); do \
+		name=$${f%%:*}; seeds=$${f##*:}; extra=; \
+		if [ $$seeds = lv2 ]; then extra=tests/fuzz/seeds/state; fi; \
+		mkdir -p build/fuzz/corpus/$$seeds; \
+		echo "== fenwoldrine-$$name-fuzzer, $(FUZZ_SHARE) s"; \
+		ASAN_OPTIONS=detect_leaks=1 ./build/fuzz/tests/fuzz/fenwoldrine-$$name-fuzzer \
+			-max_total_time=$(FUZZ_SHARE) -timeout=20 -rss_limit_mb=4096 -print_final_stats=1 \
+			-artifact_prefix=build/fuzz/$$name- build/fuzz/corpus/$$seeds tests/fuzz/seeds/$$seeds $$extra; \
+	done
 
 bench: deps
 	$(MAKE) release

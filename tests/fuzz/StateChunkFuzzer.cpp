@@ -4,7 +4,6 @@
 // same state, so a finding replays on its own.
 
 #include <cjson/cJSON.h>
-#include <stdlib.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -15,29 +14,13 @@
 #include <string>
 #include <vector>
 
+#include "FuzzSupport.h"
 #include "core/ChannelLayout.h"
 #include "core/Plug.h"
 #include "session/PlugEd.h"
 #include "state/ChunkCodec.h"
 
 namespace {
-
-std::string homeFolder;
-
-void removeHome() {
-    std::error_code ignored;
-    if (!homeFolder.empty()) std::filesystem::remove_all(homeFolder, ignored);
-}
-
-// The settings of this run live in a folder of its own.
-void useTemporaryHome() {
-    char pattern[] = "/tmp/fw-fuzz-home-XXXXXX";
-    if (mkdtemp(pattern) == nullptr) std::abort();
-    homeFolder = pattern;
-    for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CONFIG_DIRS"})
-        setenv(variable, (homeFolder + "/" + variable).c_str(), 1);
-    std::atexit(removeHome);
-}
 
 std::string documentOf(Plug& fx) {
     fx.markChunkStale();
@@ -111,7 +94,7 @@ Fixture& fixture() {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    useTemporaryHome();
+    fuzzsupport::useTemporaryHome();
     fixture();
     return 0;
 }
