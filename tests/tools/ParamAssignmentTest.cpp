@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "core/Plug.h"
@@ -159,5 +160,44 @@ TEST_F(ParamAssignmentTest, MalformedAssignmentsAreRefused) {
     EXPECT_NE(failure("Gain=").find("no value given for Gain"), std::string::npos);
     EXPECT_NE(failure("Gain=loud").find("'loud' is not a value of Gain; give a number in dB"), std::string::npos);
     EXPECT_NE(failure("Gain=nan").find("not a value"), std::string::npos);
-    EXPECT_NE(failure("Gain=1,5").find("does not take ',5'"), std::string::npos);
+    EXPECT_NE(failure("Gain=1;5").find("does not take ';5'"), std::string::npos);
+}
+
+// Values typed as in the editor's text entry: commas, "k" for thousands and
+// for the point, notes for frequencies.
+TEST_F(ParamAssignmentTest, ValuesReadAsTheEditorReadsThem) {
+    struct Row {
+        const char* assignment;
+        double real;  // the value the effect then holds; NAN when refused
+        const char* message;  // a fragment of the refusal or of the clamping warning
+    };
+    const Row rows[] = {
+        {"Band1 Frequency=3k", 3000.0, ""},          {"Band1 Frequency=1k5", 1500.0, ""},
+        {"Band1 Frequency=2,5kHz", 2500.0, ""},      {"Band1 Frequency=2.5k Hz", 2500.0, ""},
+        {"Band1 Frequency=1,5 kHz", 1500.0, ""},     {"Band1 Frequency=12k25", 12250.0, ""},
+        {"Band1 Frequency=a4", 440.0, ""},           {"Band1 Frequency=A4 Hz", 440.0, ""},
+        {"Band1 Frequency=c5", 523.2511, ""},        {"Band1 Frequency=c#5+20", 560.8067, ""},
+        {"Band1 Frequency=e2-50", 80.0609, ""},      {"Band1 Frequency=g#3", 207.6523, ""},
+        {"Band1 Frequency=a-1", 13.75, ""},          {"Band1 Frequency=a-2", 10.0, "outside the range"},
+        {"Band1 Frequency=40k", 22000.0, "outside"}, {"Gain=-1,5", -1.5, ""},
+        {"Gain=+2,25 dB", 2.25, ""},                 {"Band1 Q=0,7", 0.7, ""},
+        {"Gain=1k", 36.0, "outside the range"},      {"Mode=1k", 1.0, "outside the range"},
+        {"Band1 Frequency=h4", NAN, "'h4' is not a value of Band1 Frequency"},
+        {"Band1 Frequency=a", NAN, "not a value"},   {"Band1 Frequency=c#5+", NAN, "not a value"},
+        {"Gain=a4", NAN, "not a value of Gain"},     {"Gain=3kHz", NAN, "Gain does not take 'Hz'"},
+        {"Band1 Frequency=1k5k", NAN, "does not take 'k'"}, {"Band1 Frequency=3 k", NAN, "does not take 'k'"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.assignment);
+        if (std::isnan(row.real)) {
+            EXPECT_NE(failure(row.assignment).find(row.message), std::string::npos) << failure(row.assignment);
+            continue;
+        }
+        std::string warning;
+        EXPECT_NEAR(set(row.assignment, &warning), row.real, 1e-5 * std::max(1.0, std::fabs(row.real)));
+        EXPECT_NE(warning.find(row.message), std::string::npos) << warning;
+        if (!*row.message) {
+            EXPECT_EQ(warning, "");
+        }
+    }
 }

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cctype>
-#include <charconv>
 #include <cmath>
 #include <numeric>
+#include <optional>
 
 #include "core/Plug.h"
+#include "session/ValueText.h"
 #include "tools/render/ParamDisplay.h"
 #include "tools/render/RenderError.h"
 
@@ -38,29 +39,6 @@ int32_t wordIndex(const ChoiceWords& choices, std::string_view text) {
     for (int32_t k = 0; k < choices.count; ++k)
         if (sameText(choices.words[k], text)) return k;
     return -1;
-}
-
-struct NumberText {
-    bool parsed = false;
-    double value = 0.0;
-    std::string_view digits;  // the text of the number
-    std::string_view unit;    // what follows it, trimmed
-};
-
-NumberText splitNumber(std::string_view text) {
-    NumberText n;
-    const char* begin = text.data();
-    const char* end = begin + text.size();
-    const char* first = begin;
-    if (first != end && *first == '+') ++first;
-    double x = 0.0;
-    const auto [stop, ec] = std::from_chars(first, end, x);
-    if (ec != std::errc() || stop == first || !std::isfinite(x)) return n;
-    n.parsed = true;
-    n.value = x;
-    n.digits = std::string_view(first, size_t(stop - first));
-    n.unit = trim(std::string_view(stop, size_t(end - stop)));
-    return n;
 }
 
 bool isWholeNumberRow(const ParamRow& row) {
@@ -163,14 +141,16 @@ ParsedValue ParamAssignment::parseValue(int32_t index, std::string_view raw) con
     };
     if (const int32_t k = wordIndex(choices, text); k >= 0) return byWord(k);
 
-    const NumberText number = splitNumber(text);
+    const bool frequency = shownUnit(fx, index) == "Hz";
+    const std::optional<ValueReading> number = readValueText(text, frequency);
     const bool level = isChannelLevel(index);
     double shown = 0.0;   // the value in the unit the user sees
     bool silence = false;  // a channel level of nothing
-    if (number.parsed) {
-        const double factor = unitFactor(index, number.unit);
-        if (const int32_t k = wordIndex(choices, number.digits); k >= 0 && factor == 1.0) return byWord(k);
-        shown = number.value * factor;
+    if (number) {
+        const double factor = unitFactor(index, number->rest);
+        if (const int32_t k = wordIndex(choices, number->written); k >= 0 && factor == 1.0 && !number->kilo)
+            return byWord(k);
+        shown = number->value * factor;
     } else if (level) {
         // "-" is how the effect shows silence; "-inf" means the same.
         std::string_view word = text;

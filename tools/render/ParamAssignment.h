@@ -8,6 +8,9 @@
 // in Hz after Shift, channel levels in dB), optionally followed by that unit
 // ("dB", "Hz", "kHz", "%", "Q", "samples"), or one of the row's choice words
 // in any case; choice rows also take their real value as a whole number.
+// Numbers are read as the editor's text entry reads them (session/ValueText):
+// "2,5" is 2.5, "3k" is 3000, "1k5" is 1500, and frequencies may be notes
+// ("a4" is 440 Hz, "c#5+20" twenty cents above C#5).
 // Values outside the range shown are clamped, with a warning.
 
 #include <cstdint>
