@@ -284,20 +284,6 @@ TEST_F(RenderTest, FileChannelsReachTheEffectSlotsOfTheirLabels) {
 // ---------------------------------------------------------------------------
 // Odd input and the listing
 
-TEST_F(RenderTest, NotANumberInTheInputDoesNotStopTheRender) {
-    Audio a = sineAudio(2, 48000, 2000, 0.5, 440.0);
-    a.samples[100] = std::numeric_limits<double>::quiet_NaN();
-    a.samples[201] = std::numeric_limits<double>::infinity();
-    writeFloatFile(dir / "in.wav", a, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
-    render(dir / "in.wav", dir / "out.wav", {"--bits", "16", "--no-dither"});
-    EXPECT_NE(lastErr.find("not numbers (NaN); written as 0"), std::string::npos);
-    const std::vector<int32_t> codes = readCodes(dir / "out.wav", 16);
-    ASSERT_EQ(codes.size(), a.samples.size());
-    EXPECT_EQ(codes[100], 0);
-    render(dir / "in.wav", dir / "out-float.wav", {});
-    EXPECT_EQ(readFile(dir / "out-float.wav").frames(), 2000);
-}
-
 TEST_F(RenderTest, ListParamsPrintsEveryParameterAsShown) {
     const RunResult r = runRenderer({"--list-params", "--set", "Scale=12"});
     ASSERT_EQ(r.status, 0) << r.err;

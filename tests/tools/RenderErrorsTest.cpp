@@ -7,6 +7,12 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <limits>
+#include <map>
 
 #include "ToolTestSupport.h"
 
@@ -31,6 +37,16 @@ protected:
     void expectNothingWritten() const {
         EXPECT_EQ(dir.entries(), std::vector<std::string>{"in.wav"});
         EXPECT_EQ(readCodes(input, 16), std::vector<int32_t>(2 * 4800, 1000));
+    }
+
+    // Every file in the directory with its bytes.
+    std::map<std::string, std::string> snapshot() const {
+        std::map<std::string, std::string> files;
+        for (const std::string& name : dir.entries()) {
+            std::ifstream in(dir / name, std::ios::binary);
+            files[name] = std::string(std::istreambuf_iterator<char>(in), {});
+        }
+        return files;
     }
 
     ScratchDir dir;
@@ -141,4 +157,113 @@ TEST_F(RenderErrorTest, FullDiskExitsWithOneAndRemovesThePartialFile) {
     EXPECT_EQ(r.status, 1) << r.err;
     EXPECT_NE(r.err.find("cannot write"), std::string::npos) << r.err;
     EXPECT_EQ(dir.entries(), std::vector<std::string>{"in.wav"});
+}
+
+TEST_F(RenderErrorTest, NoFileIsWrittenOverAFileReadOrWritten) {
+    // A state, a preset and a MIDI file to read; a link to the input.
+    ASSERT_EQ(runRenderer({"--save-state", dir / "s.fws", "--save-preset", dir / "p.fwi"}).status, 0);
+    std::ofstream(dir / "m.mid") << "MThd";
+    ASSERT_EQ(symlink(input.c_str(), (dir / "alias.wav").c_str()), 0);
+    const std::string elsewhere = dir / ("../" + std::filesystem::path(dir.path()).filename().string());
+    struct Row { std::vector<std::string> args; std::string message; };  // message "" when the command is fine
+    const std::string alias = dir / "alias.wav", r = dir / "r.csv";
+    const Row rows[] = {
+        {{input, output, "--save-state", input}, "the --save-state file '" + input + "' is the input"},
+        {{input, output, "--spectrum", input}, "the --spectrum file '" + input + "' is the input"},
+        {{input, output, "--spectrum", output}, "the --spectrum file '" + output + "' is the output"},
+        {{input, output, "--save-preset", dir / "./out.wav"}, "is the same file as the output '" + output + "'"},
+        {{input, output, "--save-state", alias}, "the --save-state file '" + alias + "' is the same file as the input"},
+        {{input, output, "--state", dir / "s.fws", "--save-state", elsewhere + "/s.fws"}, "as the --state file"},
+        {{input, output, "--preset", dir / "p.fwi", "--save-preset", dir / "p.fwi"}, "is the --preset file"},
+        {{input, output, "--midi", dir / "m.mid", "--spectrum", elsewhere + "/m.mid"}, "as the --midi file"},
+        {{"--bank", dir / "p.fwi", "--save-preset", dir / "p.fwi"}, "the --save-preset file"},
+        {{"--response", r, "--save-state", r}, "the --response file '" + r + "' is the --save-state file"},
+        {{"--list-params", "--save-state", dir / "x", "--save-preset", elsewhere + "/x"}, "as the --save-state file"},
+        {{input, alias}, "the output '" + alias + "' is the same file as the input"},
+        {{input, output, "--spectrum", "-"}, ""},
+        {{"--response", "-", "--save-state", dir / "t.fws"}, ""},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.args.back());
+        const std::map<std::string, std::string> before = snapshot();
+        const RunResult r = runRenderer(row.args);
+        if (!row.message.empty()) {
+            expectFailure(r, 2, row.message);
+            EXPECT_NE(r.err.find("nothing was written"), std::string::npos);
+            EXPECT_EQ(snapshot(), before);
+        } else {
+            EXPECT_EQ(r.status, 0) << r.err;
+        }
+    }
+    EXPECT_TRUE(fileExists(output));
+    EXPECT_TRUE(fileExists(dir / "t.fws"));
+}
+
+TEST_F(RenderErrorTest, ControlCharactersInMessagesAreShownAsEscapes) {
+    struct Row { std::vector<std::string> args; int status; std::string shown; };
+    const Row rows[] = {
+        {{"--set", "Gain\x1b[2J=1", input, output}, 2, "unknown parameter 'Gain\\x1b[2J'"},
+        {{"--set", "Gain=lo\nud", input, output}, 2, "'lo\\nud' is not a value of Gain"},
+        {{"--set", "Gain=\xc2\x9b" "1", input, output}, 2, "'\\xc2\\x9b1' is not a value"},
+        {{"--set", "G\xc3\xa4in=1", input, output}, 2, "unknown parameter 'G\xc3\xa4in'"},
+        {{"--vol\tume", input, output}, 2, "unknown option '--vol\\tume'"},
+        {{"--format", "w\x7fv", input, output}, 2, "bad --format 'w\\x7fv'"},
+        {{dir / "a\rb.wav", output}, 2, "a\\rb.wav"},
+        {{input, dir / "o\x1b]0;x\x07.wav"}, 0, "wrote '" + dir / "o\\x1b]0;x\\x07.wav'"},
+    };
+    for (const Row& row : rows) {
+        const RunResult r = runRenderer(row.args);
+        EXPECT_EQ(r.status, row.status) << r.err;
+        EXPECT_NE(r.err.find(row.shown), std::string::npos) << r.err;
+        auto inert = [](char c) { return c == '\n' || (uint8_t(c) >= 0x20 && uint8_t(c) != 0x7f); };
+        EXPECT_TRUE(std::all_of(r.err.begin(), r.err.end(), inert)) << r.err;
+        EXPECT_EQ(r.err.find("\xc2\x9b"), std::string::npos);
+    }
+}
+
+TEST_F(RenderErrorTest, SamplesThatAreNotFiniteAreNeverWritten) {
+    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    using Poison = std::vector<std::pair<int64_t, double>>;  // (interleaved index, value)
+    struct Row { Poison poison; std::vector<std::string> args; int status; const char* message; };
+    Poison burst;
+    for (int64_t k = 0; k < 10; ++k) burst.emplace_back(2 * (24000 + k) + 1, kNaN);
+    const Row rows[] = {
+        {burst, {}, 0, "10 input samples were not finite (first at 0.500 s, channel 2); they were rendered as silence"},
+        {{{100, kInf}}, {"--bits", "16"}, 0, "1 input sample was not finite (first at 0.001 s, channel 1)"},
+        {{{7, -kInf}, {8, kNaN}}, {"--set", "Mode=FIR", "--tail", "0.1"}, 0, "2 input samples were not finite"},
+        {burst, {"--strict", "--save-state", dir / "s.fws"}, 2,
+         "10 input samples were not finite (first at 0.500 s, channel 2); --strict refuses such input"},
+        {{}, {"--strict"}, 0, ""},
+    };
+    const std::string clean = dir / "clean.wav", floatIn = dir / "float.wav";
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.message);
+        std::filesystem::remove(output);
+        Audio a = sineAudio(2, 48000, 48000, 0.5, 997.0);
+        for (const auto& [at, value] : row.poison) a.samples[size_t(at)] = 0.0;
+        writeFloatFile(clean, a, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+        for (const auto& [at, value] : row.poison) a.samples[size_t(at)] = value;
+        writeFloatFile(floatIn, a, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+
+        std::vector<std::string> args = row.args;
+        args.insert(args.end(), {"--quiet", floatIn, output});
+        const RunResult r = runRenderer(args);
+        if (row.status != 0) {
+            expectFailure(r, row.status, row.message);
+            EXPECT_FALSE(fileExists(output));
+            EXPECT_FALSE(fileExists(dir / "s.fws"));
+            continue;
+        }
+        ASSERT_EQ(r.status, 0) << r.err;
+        EXPECT_NE(r.err.find(row.message), std::string::npos) << r.err;
+        EXPECT_EQ(r.err.empty(), row.poison.empty()) << r.err;
+        // The render is that of the input with silence in place of the bad samples.
+        const Audio got = readFile(output);
+        EXPECT_TRUE(std::all_of(got.samples.begin(), got.samples.end(), [](double x) { return std::isfinite(x); }));
+        args.back() = dir / "reference.wav";
+        args[args.size() - 2] = clean;
+        ASSERT_EQ(runRenderer(args).status, 0);
+        EXPECT_EQ(got.samples, readFile(dir / "reference.wav").samples);
+    }
 }

@@ -6,6 +6,7 @@
 #include "tools/render/ChannelOrder.h"
 #include "tools/render/Diagnostics.h"
 #include "tools/render/EffectHost.h"
+#include "tools/render/FileRoles.h"
 #include "tools/render/ParamListing.h"
 #include "tools/render/RenderError.h"
 #include "tools/render/RenderOptions.h"
@@ -57,12 +58,15 @@ void listPresets(const RenderOptions& options, std::FILE* out) {
 }  // namespace
 
 int runRenderCommand(const std::vector<std::string>& args, std::FILE* out, std::FILE* err) {
+    // Failures are reported even under --quiet, through the same escaping as every other line.
+    Diagnostics failures(err, false);
     try {
         const RenderOptions options = parseCommandLine(args);
         if (options.help) {
             std::fputs(usageText(), out);
             return int(ExitStatus::kSuccess);
         }
+        checkFileRoles(options);
         Diagnostics diagnostics(err, options.quiet);
         if (options.listParams) {
             listParameters(options, diagnostics, out);
@@ -81,13 +85,13 @@ int runRenderCommand(const std::vector<std::string>& args, std::FILE* out, std::
         }
         return int(ExitStatus::kSuccess);
     } catch (const RenderError& e) {
-        std::fprintf(err, "%s: %s\n", kProgramName, e.what());
+        failures.error(e.what());
         return int(e.status());
     } catch (const std::bad_alloc&) {
-        std::fprintf(err, "%s: out of memory\n", kProgramName);
+        failures.error("out of memory");
         return int(ExitStatus::kWriteFailure);
     } catch (const std::exception& e) {
-        std::fprintf(err, "%s: %s\n", kProgramName, e.what());
+        failures.error(e.what());
         return int(ExitStatus::kWriteFailure);
     }
 }

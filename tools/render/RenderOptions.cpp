@@ -25,7 +25,9 @@ constexpr const char* kUsage =
     "  --set NAME=VALUE  set a parameter by the name and value the effect shows\n"
     "                    (and \"Auto Gain=On\" for the current program's auto gain),\n"
     "                    e.g. \"Gain=-3 dB\", \"Band1 Frequency=2.5kHz\", \"Mode=FIR\";\n"
-    "                    repeatable, applied in order\n"
+    "                    repeatable, applied in order. Numbers read as in the\n"
+    "                    editor: \"2,5\" is 2.5, \"3k\" 3000, \"1k5\" 1500; a frequency\n"
+    "                    may be a note: \"a4\" (440 Hz), \"c#5+20\" (cents after + or -)\n"
     "  --format FMT      output container: wav, aiff, flac, w64, caf\n"
     "                    (default: the input's)\n"
     "  --bits B          output samples: 16, 24, 32 or float (default: the input's)\n"
@@ -62,8 +64,16 @@ constexpr const char* kUsage =
     "  --list-presets    list the preset menu: the programs, then the preset folder\n"
     "  --list-params     list every parameter: index, name, unit, minimum,\n"
     "                    maximum, default and choices, tab separated\n"
+    "  --strict          refuse an input holding samples that are not finite\n"
+    "                    (NaN or infinite): exit 2 before anything is written.\n"
+    "                    Without it such samples are rendered as silence, with a\n"
+    "                    warning giving their count and where the first one is.\n"
+    "                    No sample that is not finite is ever written\n"
     "  --quiet           no progress bar and no notes (warnings still appear)\n"
     "  --help            show this text\n"
+    "\n"
+    "No file written may be a file read or another file written (links and\n"
+    "other spellings of a path included): such a command is refused first.\n"
     "\n"
     "exit status: 0 done, 1 the output could not be written, 2 bad usage or input\n";
 
@@ -210,6 +220,7 @@ RenderOptions parseCommandLine(const std::vector<std::string>& args) {
         if (arg == "--list-params") { o.listParams = true; continue; }
         if (arg == "--list-presets") { o.listPresets = true; continue; }
         if (arg == "--meters") { o.meters = true; continue; }
+        if (arg == "--strict") { o.strict = true; continue; }
 
         const size_t eq = arg.find('=');
         const std::string name = arg.substr(0, eq);

@@ -41,6 +41,7 @@ struct RenderOptions {
     std::string spectrum;                 // --spectrum FILE.csv
     bool spectrumPre = false;             // --spectrum-source pre
     bool meters = false;                  // --meters
+    bool strict = false;                  // --strict: refuse input samples that are not finite
     bool help = false;
 };
 

@@ -35,6 +35,49 @@ private:
     std::vector<double*> pointers;
 };
 
+// Samples that were not finite numbers (NaN or infinite): how many, and where the first was.
+struct NonFinite {
+    int64_t count = 0;
+    int64_t firstFrame = 0;
+    int32_t firstChannel = 0;
+
+    // Replaces a sample that is not finite with 0 and counts it.
+    void clean(double& x, int64_t frame, int32_t channel) {
+        if (std::isfinite(x)) return;
+        if (count++ == 0) {
+            firstFrame = frame;
+            firstChannel = channel;
+        }
+        x = 0.0;
+    }
+
+    // "3 input samples were not finite (first at 1.234 s, channel 2)"
+    std::string describe(const char* which, int32_t rate) const {
+        char text[160];
+        std::snprintf(text, sizeof text, "%lld %s sample%s %s not finite (first at %.3f s, channel %d)",
+                      static_cast<long long>(count), which, count == 1 ? "" : "s", count == 1 ? "was" : "were",
+                      double(firstFrame) / double(std::max(rate, 1)), firstChannel + 1);
+        return text;
+    }
+};
+
+// Reads the whole input once to find samples that are not finite; only a
+// floating-point file can hold them.
+NonFinite scanInput(const std::string& path, int32_t format) {
+    NonFinite found;
+    const int32_t subtype = format & SF_FORMAT_SUBMASK;
+    if (subtype != SF_FORMAT_FLOAT && subtype != SF_FORMAT_DOUBLE) return found;
+    SoundFileReader reader(path);
+    const int32_t channels = reader.channels();
+    constexpr int64_t kFrames = 4096;
+    std::vector<double> block(size_t(kFrames) * size_t(channels));
+    int64_t frame = 0;
+    for (int64_t m; (m = reader.read(block.data(), kFrames)) > 0; frame += m)
+        for (int64_t k = 0; k < m * channels; ++k)
+            found.clean(block[size_t(k)], frame + k / channels, int32_t(k % channels));
+    return found;
+}
+
 std::string describeSummary(const RenderSummary& s, const std::string& output) {
     char text[512];
     std::snprintf(text, sizeof text, "wrote '%s': %s, %d channel%s at %d Hz, %lld frames (%.2f s)%s%s",
@@ -54,6 +97,12 @@ Renderer::Renderer(const RenderOptions& o, Diagnostics& d) : options(o), diagnos
 RenderSummary Renderer::run() {
     SoundFileReader reader(options.input);
     checkOutputPath(options.input, options.output);
+    if (options.strict) {
+        const NonFinite found = scanInput(options.input, reader.format());
+        if (found.count > 0)
+            throw usageError("'" + options.input + "': " + found.describe("input", reader.sampleRate()) +
+                             "; --strict refuses such input, nothing was written");
+    }
 
     RenderSummary summary;
     summary.channels = reader.channels();
@@ -102,16 +151,22 @@ RenderSummary Renderer::run() {
     int64_t skipLeft = summary.latency;                  // dropped from the front of the output
     int64_t fed = 0;
     bool fileDone = false;
+    NonFinite badInput, badOutput;
     for (;;) {
         int32_t m = 0;
         if (!fileDone) {
             m = int32_t(reader.read(interleaved.data(), block));
             if (m < block) fileDone = true;
-            summary.inputFrames += m;
+            // Samples that are not numbers would ruin the filters' memory for
+            // good; they go in as silence.
             for (int32_t c = 0; c < channels; ++c) {
                 double* x = in.channel(c);
-                for (int32_t s = 0; s < m; ++s) x[s] = interleaved[size_t(s) * size_t(channels) + size_t(c)];
+                for (int32_t s = 0; s < m; ++s) {
+                    x[s] = interleaved[size_t(s) * size_t(channels) + size_t(c)];
+                    badInput.clean(x[s], summary.inputFrames + s, c);
+                }
             }
+            summary.inputFrames += m;
         }
         if (fileDone && m < block && silenceLeft > 0) {
             const int32_t z = int32_t(std::min<int64_t>(block - m, silenceLeft));
@@ -129,16 +184,20 @@ RenderSummary Renderer::run() {
         skipLeft -= first;
         const int32_t n = m - first;
         if (n == 0) continue;
+        // Nothing that is not a number reaches the file, whatever the effect did.
         for (int32_t c = 0; c < channels; ++c) {
             const double* y = out.channel(c) + first;
-            for (int32_t s = 0; s < n; ++s) interleaved[size_t(s) * size_t(channels) + size_t(c)] = y[s];
+            for (int32_t s = 0; s < n; ++s) {
+                double& sample = interleaved[size_t(s) * size_t(channels) + size_t(c)];
+                sample = y[s];
+                badOutput.clean(sample, summary.outputFrames + s, c);
+            }
         }
         const size_t count = size_t(n) * size_t(channels);
         if (integer) {
             for (size_t k = 0; k < count; ++k) words[k] = quantiser->quantise(interleaved[k]);
             writer.writeInt(words.data(), n);
         } else {
-            for (size_t k = 0; k < count; ++k) summary.notNumbers += std::isnan(interleaved[k]) ? 1 : 0;
             writer.writeDouble(interleaved.data(), n);
         }
         summary.outputFrames += n;
@@ -148,16 +207,17 @@ RenderSummary Renderer::run() {
     if (!options.spectrum.empty()) host.writeSpectrum(options.spectrum, stdout);
     if (options.meters) summary.meters = host.meterReport();
 
-    if (quantiser) {
-        summary.clipped = quantiser->clippedCount();
-        summary.notNumbers = quantiser->notNumberCount();
-    }
+    if (quantiser) summary.clipped = quantiser->clippedCount();
+    summary.notFiniteInput = badInput.count;
+    summary.notFiniteOutput = badOutput.count;
     if (summary.clipped > 0)
         diagnostics.warning(std::to_string(summary.clipped) + " samples clipped at the " +
                             std::to_string(summary.plan.bits) + "-bit limits; lower the Gain to avoid it");
-    if (summary.notNumbers > 0)
-        diagnostics.warning(std::to_string(summary.notNumbers) + " samples were not numbers (NaN)" +
-                            (integer ? "; written as 0" : ""));
+    if (badInput.count > 0)
+        diagnostics.warning(badInput.describe("input", summary.sampleRate) +
+                            "; they were rendered as silence (--strict refuses such input)");
+    if (badOutput.count > 0)
+        diagnostics.warning(badOutput.describe("output", summary.sampleRate) + "; they were written as 0");
     diagnostics.note(describeSummary(summary, options.output));
     return summary;
 }

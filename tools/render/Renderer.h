@@ -22,7 +22,8 @@ struct RenderSummary {
     int32_t latency = 0;
     OutputPlan plan = {};
     int64_t clipped = 0;     // integer samples clamped to the word's limits
-    int64_t notNumbers = 0;  // NaN samples from the effect
+    int64_t notFiniteInput = 0;   // input samples that were NaN or infinite, rendered as silence
+    int64_t notFiniteOutput = 0;  // samples the effect made NaN or infinite, written as 0
     std::string meters;      // with --meters: the report printed at the end
 };
 
@@ -33,6 +34,13 @@ public:
     // Renders options.input to options.output. Throws a usage error for bad
     // input or settings (before any output exists) and a write error when the
     // output cannot be written; in both cases no output file is left.
+    //
+    // No sample that is not finite is written. Such input samples (NaN or
+    // infinite, only a floating-point file holds them) are rendered as
+    // silence with a warning giving their count and the first one's place;
+    // under --strict the input is read through first and refused before
+    // anything is written. Should the effect ever produce one, it is written
+    // as 0, with a warning.
     RenderSummary run();
 
 private:
