@@ -81,7 +81,17 @@ bool PlugBaseJSON::holdsStateDocument(const void* data, int32_t byteSize) {
     if (data == nullptr || byteSize <= 0) return false;
     const std::vector<uint8_t> text = decodeChunk(static_cast<const uint8_t*>(data), byteSize);
     cJSON* root = cJSON_Parse(documentStart(reinterpret_cast<const char*>(text.data())));
-    const bool isDocument = cJSON_IsObject(root);
+    // An object alone is not enough: applying resets whatever it does not
+    // hold, so a foreign or empty one would wipe the session. Ours always
+    // carry at least one of these sections, each of its own JSON type.
+    bool isDocument = false;
+    if (cJSON_IsObject(root)) {
+        const cJSON* parameters = cJSON_GetObjectItem(root, "parameters");
+        isDocument = cJSON_IsArray(cJSON_GetObjectItem(root, "presets")) ||
+                     cJSON_IsArray(cJSON_GetObjectItem(root, "ab")) || cJSON_IsObject(parameters) ||
+                     cJSON_IsString(parameters) || cJSON_IsArray(cJSON_GetObjectItem(root, "renderParams")) ||
+                     cJSON_IsObject(cJSON_GetObjectItem(root, "routing"));
+    }
     cJSON_Delete(root);
     return isDocument;
 }

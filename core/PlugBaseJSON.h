@@ -79,8 +79,9 @@ public:
     // Applied to each value as it is read.
     virtual float mapLoadedValue(int32_t index, float value) { (void)index; return value; }
 
-    // Whether a chunk holds a state document (a JSON object) that applying
-    // it would read; checks without touching any effect.
+    // Whether a chunk holds a state document (a JSON object with at least
+    // one of the sections a document of ours carries) that applying it would
+    // read; checks without touching any effect.
     static bool holdsStateDocument(const void* data, int32_t byteSize);
     // Where a document's text starts: control characters and blanks in
     // front of it are skipped.
