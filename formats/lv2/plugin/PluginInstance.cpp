@@ -7,6 +7,7 @@
 #include <climits>
 #include <cmath>
 #include <exception>
+#include <limits>
 
 #include "core/ChannelLayout.h"
 #include "dsp/DF1Cascade.h"
@@ -377,15 +378,21 @@ void PluginInstance::processSilence(int32_t frames) noexcept {
 }
 
 // Audio thread. The ports' floats go to the effect as doubles and come back
-// rounded to float, as the renderer's float files do.
+// rounded to float, as the renderer's float files do. No NaN or infinity
+// leaves the plug-in: a non-finite input sample goes in as silence, and an
+// output past the float range is held at the largest float of its sign.
 void PluginInstance::processSpan(uint32_t offset, uint32_t frames) noexcept {
+    constexpr double kLargest = double(std::numeric_limits<float>::max());
     const int32_t n = ports.channels;
     while (frames > 0) {
         const uint32_t m = std::min(frames, uint32_t(bufferFrames));
         for (int32_t c = 0; c < n; ++c) {
             double* x = inBuffer[c];
             if (const float* in = audioIn[c]) {
-                for (uint32_t s = 0; s < m; ++s) x[s] = double(in[offset + s]);
+                for (uint32_t s = 0; s < m; ++s) {
+                    const float v = in[offset + s];
+                    x[s] = std::isfinite(v) ? double(v) : 0.0;
+                }
             } else {
                 std::fill_n(x, m, 0.0);
             }
@@ -394,7 +401,10 @@ void PluginInstance::processSpan(uint32_t offset, uint32_t frames) noexcept {
         for (int32_t c = 0; c < n; ++c) {
             if (float* out = audioOut[c]) {
                 const double* y = outBuffer[c];
-                for (uint32_t s = 0; s < m; ++s) out[offset + s] = float(y[s]);
+                for (uint32_t s = 0; s < m; ++s) {
+                    const double v = y[s];
+                    out[offset + s] = std::isnan(v) ? 0.0f : float(std::clamp(v, -kLargest, kLargest));
+                }
             }
         }
         offset += m;
