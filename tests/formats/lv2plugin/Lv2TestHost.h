@@ -1,14 +1,18 @@
 #pragma once
-// A minimal LV2 host for the adaptor's tests: a URID map, the options, an
-// optional worker that only counts requests (the test does the work when it
-// chooses), and a buffer behind every port.
+// A minimal LV2 host for the adaptor's tests: a URID map, the options, a log
+// that keeps what it is told, an optional worker that only counts requests
+// (the test does the work when it chooses), and a buffer behind every port.
 
 #include <lv2/atom/util.h>
 #include <lv2/buf-size/buf-size.h>
 #include <lv2/midi/midi.h>
 #include <lv2/parameters/parameters.h>
 
+#include <lv2/log/log.h>
+
 #include <algorithm>
+#include <cstdarg>
+#include <cstdio>
 #include <map>
 #include <string>
 #include <vector>
@@ -31,11 +35,32 @@ struct HostSetup {
     double sampleRate = 48000.0;
     bool withMap = true;
     bool withWorker = false;  // without it run() carries out every change before its block
+    int32_t maxBlock = 1024;  // bufsz:maxBlockLength
+};
+
+// The host's log: every line the plug-in writes, in order.
+struct HostLog {
+    std::vector<std::string> lines;
+    static int print(LV2_Log_Handle h, LV2_URID, const char* format, std::va_list args) {
+        char line[512];
+        const int n = std::vsnprintf(line, sizeof line, format, args);
+        static_cast<HostLog*>(h)->lines.emplace_back(line);
+        return n;
+    }
+    static int printLine(LV2_Log_Handle h, LV2_URID type, const char* format, ...) {
+        std::va_list args;
+        va_start(args, format);
+        const int n = print(h, type, format, args);
+        va_end(args);
+        return n;
+    }
+    LV2_Log_Log feature{this, printLine, print};
 };
 
 class Lv2TestHost {
 public:
-    explicit Lv2TestHost(const HostSetup& setup) : ports{setup.channels}, rate(float(setup.sampleRate)) {
+    explicit Lv2TestHost(const HostSetup& setup)
+        : ports{setup.channels}, rate(float(setup.sampleRate)), maxBlock(setup.maxBlock) {
         const LV2_URID rateKey = urids.map(LV2_PARAMETERS__sampleRate);
         const LV2_URID blockKey = urids.map(LV2_BUF_SIZE__maxBlockLength);
         options = {{LV2_OPTIONS_INSTANCE, 0, rateKey, 4, urids.map(LV2_ATOM__Float), &rate},
@@ -43,9 +68,11 @@ public:
                    {LV2_OPTIONS_INSTANCE, 0, 0, 0, 0, nullptr}};
         features = {{LV2_OPTIONS__options, options.data()},
                     {LV2_URID__map, &urids.feature},
-                    {LV2_WORKER__schedule, &worker}};
-        const LV2_Feature* list[] = {&features[0], setup.withMap ? &features[1] : nullptr, nullptr, nullptr};
-        if (setup.withMap && setup.withWorker) list[2] = &features[2];
+                    {LV2_WORKER__schedule, &worker},
+                    {LV2_LOG__log, &log.feature}};
+        const LV2_Feature* list[] = {&features[0], &features[3], nullptr, nullptr, nullptr};
+        if (setup.withMap) list[2] = &features[1];
+        if (setup.withMap && setup.withWorker) list[3] = &features[2];
         handle = desc.instantiate(&desc, setup.sampleRate, "/", list);
         if (!handle) return;
         controls.assign(size_t(ports.count()), 0.0f);
@@ -96,6 +123,7 @@ public:
     const LV2_Descriptor& desc = *lv2_descriptor(uint32_t(ports.channels - 1));
     LV2_Handle handle = nullptr;
     UridMap urids;
+    HostLog log;
     std::vector<std::vector<float>> in, out;
     int32_t workRequests = 0;
 
@@ -104,7 +132,7 @@ private:
     void clearMidi() { *sequence() = {{sizeof(LV2_Atom_Sequence_Body), urids.map(LV2_ATOM__Sequence)}, {0, 0}}; }
 
     float rate;
-    int32_t maxBlock = 1024;
+    int32_t maxBlock;
     LV2_Worker_Schedule worker{this, [](LV2_Worker_Schedule_Handle h, uint32_t, const void*) {
                                    ++static_cast<Lv2TestHost*>(h)->workRequests;
                                    return LV2_WORKER_SUCCESS;

@@ -1,0 +1,431 @@
+// The plug-in driven the way careless hosts drive it: odd sample rates and
+// block sizes, nonsense on the control ports, activation out of order,
+// unconnected and shared buffers, many instances at once, damaged state and
+// non-finite audio. Whatever it accepts it runs with finite output; whatever
+// it cannot run it refuses, and nothing it refuses changes it.
+
+#include <gtest/gtest.h>
+
+#include <lv2/state/state.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "Lv2TestHost.h"
+
+namespace {
+
+constexpr float kInf = std::numeric_limits<float>::infinity();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+
+using Settings = std::vector<std::pair<int32_t, float>>;
+
+// Engine modes as a host sets them on the ports; the FIR at its shortest length.
+const Settings kIIR = {{kMode, 0.0f}, {kDPlusLen, 0.0f}};
+const Settings kDigitalPlus = {{kMode, 0.0f}, {kDPlusLen, 2.0f}};
+const Settings kLinearFir = {{kMode, 1.0f}, {kIRLength, 0.0f}, {kIRPhase, 0.0f}};
+struct ModeRow {
+    const char* name;
+    const Settings* ports;
+};
+const ModeRow kModes[] = {{"IIR", &kIIR}, {"Digital+", &kDigitalPlus}, {"linear FIR", &kLinearFir}};
+
+// Three bands at work: a boost, a cut and a high shelf.
+const Settings kCurve = {{bandParam(0, kFieldState), float(kBandOn)}, {bandParam(0, kFieldGain), 0.5f},
+                         {bandParam(0, kFieldFrequency), 1000.0f},    {bandParam(1, kFieldState), float(kBandOn)},
+                         {bandParam(1, kFieldGain), -0.4f},           {bandParam(1, kFieldFrequency), 120.0f},
+                         {bandParam(2, kFieldState), float(kBandOn)}, {bandParam(2, kFieldType), 3.0f},
+                         {bandParam(2, kFieldGain), 0.3f},            {bandParam(2, kFieldFrequency), 8000.0f}};
+
+void apply(Lv2TestHost& host, const Settings& settings) {
+    for (const auto& [index, value] : settings) host.param(index) = value;
+}
+
+// A sine of 1/48 of the sample rate with a little noise, a different phase per channel.
+void fillSignal(Lv2TestHost& host, size_t frames, size_t from = 0) {
+    std::minstd_rand noise(7);
+    for (size_t c = 0; c < host.in.size(); ++c) {
+        host.in[c].resize(std::max(host.in[c].size(), from + frames));
+        for (size_t s = from; s < from + frames; ++s)
+            host.in[c][s] = 0.2f * float(std::sin(2.0 * M_PI * double(s) / 48.0 + 0.5 * double(c))) +
+                            0.01f * (float(noise()) / float(noise.max()) - 0.5f);
+    }
+}
+
+// The outputs from frame `from` on: all finite, and the largest magnitude.
+bool finiteFrom(const Lv2TestHost& host, size_t from, float* peak = nullptr) {
+    float largest = 0.0f;
+    for (const auto& channel : host.out)
+        for (size_t s = from; s < channel.size(); ++s) {
+            if (!std::isfinite(channel[s])) return false;
+            largest = std::max(largest, std::fabs(channel[s]));
+        }
+    if (peak) *peak = largest;
+    return true;
+}
+
+// Fresh blocks of the signal through the plug-in, `frames` at a time, each into out[...][0...).
+void runSignal(Lv2TestHost& host, uint32_t frames, int32_t blocks = 1) {
+    for (int32_t b = 0; b < blocks; ++b) {
+        fillSignal(host, frames);
+        host.run(frames);
+    }
+}
+
+// ---- State: the host's side, one stored property ----
+struct StoredProperty {
+    uint32_t key = 0, type = 0, flags = 0;
+    std::vector<uint8_t> bytes;
+    size_t claimedSize = 0;  // what retrieve reports; 0 means the real size
+
+    static LV2_State_Status store(LV2_State_Handle h, uint32_t key, const void* value, size_t size, uint32_t type,
+                                  uint32_t flags) {
+        const auto* bytes = static_cast<const uint8_t*>(value);
+        *static_cast<StoredProperty*>(h) = {key, type, flags, {bytes, bytes + size}, 0};
+        return LV2_STATE_SUCCESS;
+    }
+    static const void* retrieve(LV2_State_Handle h, uint32_t key, size_t* size, uint32_t* type, uint32_t* flags) {
+        const auto* p = static_cast<StoredProperty*>(h);
+        *size = p->claimedSize ? p->claimedSize : p->bytes.size(), *type = p->type, *flags = p->flags;
+        return key == p->key ? p->bytes.data() : nullptr;
+    }
+};
+
+const LV2_State_Interface& stateOf(Lv2TestHost& host) {
+    return *static_cast<const LV2_State_Interface*>(host.desc.extension_data(LV2_STATE__interface));
+}
+std::vector<uint8_t> savedChunk(Lv2TestHost& host) {
+    StoredProperty saved;
+    EXPECT_EQ(stateOf(host).save(host.handle, &StoredProperty::store, &saved, 0, nullptr), LV2_STATE_SUCCESS);
+    return saved.bytes;
+}
+
+std::vector<uint8_t> bytesOf(const std::string& text, bool terminated = true) {
+    std::vector<uint8_t> bytes(text.begin(), text.end());
+    if (terminated) bytes.push_back(0);
+    return bytes;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// 1. Sample rates
+
+TEST(Lv2CarelessHost, SampleRatesItCannotRunAreRefusedWithAMessageTheRestRunFinite) {
+    const struct {
+        double rate;
+        bool runs;
+    } rows[] = {{0.0, false},    {-48000.0, false}, {double(kNaN), false}, {double(kInf), false},
+                {-double(kInf), false}, {1.0, true}, {1000.0, true},       {8000.0, true},
+                {22050.0, true}, {44100.0, true},   {48000.0, true},       {96000.0, true},
+                {192000.0, true}, {384000.0, true}, {768000.0, true},      {1.0e7, true},
+                {1.0e9, false},  {1.0e300, false}};
+    for (const auto& row : rows) {
+        for (const auto* mode : {&kModes[0], &kModes[2]}) {
+            SCOPED_TRACE(testing::Message() << row.rate << " Hz, " << mode->name);
+            Lv2TestHost host({2, row.rate});
+            if (!row.runs) {
+                EXPECT_EQ(host.handle, nullptr);
+                EXPECT_EQ(host.log.lines.size(), 1u);
+                continue;
+            }
+            ASSERT_NE(host.handle, nullptr);
+            EXPECT_TRUE(host.log.lines.empty());
+            apply(host, kCurve);
+            apply(host, *mode->ports);
+            host.activate();
+            runSignal(host, 512, 4);
+            float peak = 0.0f;
+            EXPECT_TRUE(finiteFrom(host, 0, &peak));
+            EXPECT_GT(peak, 0.05f);
+            EXPECT_LT(peak, 2.0f);
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// 2. Block sizes
+
+TEST(Lv2CarelessHost, AnyBlockSizeUpToTheMaximumAndBeyondRunsFiniteInEveryEngine) {
+    constexpr int32_t kMaxBlock = 4096;
+    const uint32_t blocks[] = {0, 1, 7, 333, 1023, 0, 4095, uint32_t(kMaxBlock), 1, 2 * kMaxBlock + 5};
+    for (const auto& mode : kModes) {
+        SCOPED_TRACE(mode.name);
+        for (const bool worker : {false, true}) {
+            Lv2TestHost host({2, 48000.0, true, worker, kMaxBlock});
+            apply(host, kCurve);
+            apply(host, *mode.ports);
+            host.activate();
+            for (const uint32_t frames : blocks) {
+                SCOPED_TRACE(frames);
+                for (auto& channel : host.out) channel.assign(channel.size(), kNaN);
+                runSignal(host, frames);
+                float peak = 0.0f;
+                for (auto& channel : host.out) channel.resize(frames);
+                EXPECT_TRUE(finiteFrom(host, 0, &peak));
+                EXPECT_LT(peak, 2.0f);
+            }
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// 3. Control ports
+
+TEST(Lv2CarelessHost, NonsenseOnEveryControlPortIsClampedOrIgnoredAndTheOutputStaysFinite) {
+    // Each row after the one before it on the same port: a NaN keeps what the last row left.
+    using Value = float (*)(const ParamRow&);
+    const struct {
+        const char* name;
+        Value value;
+        int32_t expect;  // -1 keeps the last value, 0 the row's minimum, 1 its maximum
+    } rows[] = {{"+Inf", [](const ParamRow&) { return kInf; }, 1},
+                {"NaN", [](const ParamRow&) { return kNaN; }, -1},
+                {"-Inf", [](const ParamRow&) { return -kInf; }, 0},
+                {"1e30", [](const ParamRow&) { return 1.0e30f; }, 1},
+                {"-1e30", [](const ParamRow&) { return -1.0e30f; }, 0},
+                {"NaN", [](const ParamRow&) { return kNaN; }, -1},
+                {"past the maximum", [](const ParamRow& r) { return r.max + (r.max - r.min) + 1.0f; }, 1},
+                {"below the minimum", [](const ParamRow& r) { return r.min - (r.max - r.min) - 1.0f; }, 0}};
+    Lv2TestHost host({2, 48000.0});
+    apply(host, kCurve);
+    host.param(kIRLength) = 0.0f;  // should a port switch to FIR: the shortest
+    host.activate();
+    runSignal(host, 64);
+    Plug& fx = host.effect();
+    const ParamRow* table = staticParamTable();
+    for (int32_t i = 0; i < kNumParams; ++i) {
+        if (i == kABBank) continue;  // a slot switch loads another program; its own case below
+        SCOPED_TRACE(table[i].name);
+        const float before = host.param(i);
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.name);
+            const float last = fx.getParameter(i);
+            host.param(i) = row.value(table[i]);
+            runSignal(host, 64);
+            EXPECT_TRUE(finiteFrom(host, 0));
+            const float expected = row.expect < 0 ? last
+                                   : i == kBypass ? float(row.expect)
+                                                  : float(curveToNorm(*fx.getRow(i), row.expect ? fx.getRow(i)->max
+                                                                                                : fx.getRow(i)->min));
+            EXPECT_EQ(fx.getParameter(i), expected);
+        }
+        host.param(i) = before;
+        runSignal(host, 64);
+    }
+    // The slot row: any nonsense lands on a slot that exists.
+    for (const float value : {kNaN, kInf, -kInf, 1.0e30f, -1.0e30f, 100.0f}) {
+        host.param(kABBank) = value;
+        runSignal(host, 64);
+        EXPECT_TRUE(finiteFrom(host, 0));
+        EXPECT_GE(fx.programStore().currentSlot(), 0);
+        EXPECT_LT(fx.programStore().currentSlot(), kNumABSlots);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// 4. Activation order, unconnected and shared buffers
+
+TEST(Lv2CarelessHost, ActivationInAnyOrderNullAndSharedBuffers) {
+    // a activate, d deactivate, r run 256 frames. Every block is finite;
+    // one run after an activation sounds.
+    const char* scripts[] = {"r",      "rdr",    "ar",      "ardar",    "ardardardardar", "aard",
+                             "addar",  "ardrar", "ardr",    "rrdrrar",  "ardddaar"};
+    for (const std::string script : scripts) {
+        SCOPED_TRACE(script);
+        Lv2TestHost host({2, 48000.0, true, true});
+        apply(host, kCurve);
+        for (const char step : script) {
+            if (step == 'a') host.activate();
+            if (step == 'd') host.desc.deactivate(host.handle);
+            if (step != 'r') continue;
+            runSignal(host, 256);
+            ASSERT_TRUE(finiteFrom(host, 0));
+        }
+        float peak = 0.0f;
+        EXPECT_TRUE(finiteFrom(host, 0, &peak));
+        if (script.ends_with("ar")) {
+            EXPECT_GT(peak, 0.05f);
+        }
+    }
+
+    // Ports left unconnected, or connected to null: a missing input is
+    // silence, a missing output is skipped, a missing control keeps its value.
+    Lv2TestHost host({6, 48000.0});
+    apply(host, kCurve);
+    host.activate();
+    fillSignal(host, 256);
+    for (size_t c = 0; c < 6; ++c) host.out[c].assign(256, kNaN);
+    const int32_t nulls[] = {host.ports.audioIn(1), host.ports.audioOut(2), host.ports.param(kGain),
+                             host.ports.enabled(), host.ports.freeWheel(), host.ports.latency(),
+                             host.ports.midiIn(), host.ports.meter(0), host.ports.clip(), host.ports.count(),
+                             host.ports.count() + 1000};
+    for (const int32_t port : nulls) host.desc.connect_port(host.handle, uint32_t(port), nullptr);
+    for (size_t c = 0; c < 6; ++c) {
+        if (c != 1) host.desc.connect_port(host.handle, uint32_t(host.ports.audioIn(int32_t(c))), host.in[c].data());
+        if (c != 2) host.desc.connect_port(host.handle, uint32_t(host.ports.audioOut(int32_t(c))), host.out[c].data());
+    }
+    for (const uint32_t frames : {256u, 0u, 1u, 255u}) host.desc.run(host.handle, frames);
+    for (size_t c = 0; c < 6; ++c) {
+        SCOPED_TRACE(c);
+        const bool skipped = c == 2;
+        for (const float y : host.out[c]) ASSERT_EQ(!std::isfinite(y), skipped);
+    }
+
+    // In place: the output written over its own input sounds as with buffers of its own.
+    for (const auto& mode : kModes) {
+        SCOPED_TRACE(mode.name);
+        Lv2TestHost apart({2, 48000.0}), shared({2, 48000.0});
+        for (Lv2TestHost* h : {&apart, &shared}) {
+            apply(*h, kCurve);
+            apply(*h, *mode.ports);
+            h->activate();
+        }
+        for (int32_t b = 0; b < 4; ++b) {
+            runSignal(apart, 333);
+            fillSignal(shared, 333);
+            for (size_t c = 0; c < 2; ++c) {
+                shared.desc.connect_port(shared.handle, uint32_t(c), shared.in[c].data());
+                shared.desc.connect_port(shared.handle, uint32_t(2 + c), shared.in[c].data());
+            }
+            shared.desc.run(shared.handle, 333);
+            for (size_t c = 0; c < 2; ++c) ASSERT_EQ(shared.in[c], apart.out[c]);
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------
+// 5. Many instances
+
+TEST(Lv2CarelessHost, ManyInstancesInARowAndAtOnce) {
+    auto lifetime = [](int32_t n) {
+        const int32_t channels = 1 + n % lv2ports::kLayoutCount;
+        Lv2TestHost host({channels, n % 3 ? 48000.0 : 44100.0, true, n % 2 == 0});
+        if (!host.handle) return false;
+        apply(host, kCurve);
+        host.activate();
+        runSignal(host, 128, 2);
+        if (n % 4 == 0) host.doWork();
+        runSignal(host, 128);
+        host.desc.deactivate(host.handle);
+        return finiteFrom(host, 0);
+    };
+    for (int32_t n = 0; n < 50; ++n) ASSERT_TRUE(lifetime(n)) << n;
+
+    constexpr int32_t kThreads = 4, kEach = 6;
+    std::vector<int32_t> good(kThreads, 0);
+    std::vector<std::thread> threads;
+    for (int32_t t = 0; t < kThreads; ++t)
+        threads.emplace_back([&, t] {
+            for (int32_t k = 0; k < kEach; ++k) good[size_t(t)] += lifetime(t * kEach + k);
+        });
+    for (auto& thread : threads) thread.join();
+    for (int32_t t = 0; t < kThreads; ++t) EXPECT_EQ(good[size_t(t)], kEach) << t;
+}
+
+// ---------------------------------------------------------------------------
+// 6. Damaged or foreign state
+
+TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
+    Lv2TestHost source({2, 48000.0});
+    source.activate();
+    const std::vector<uint8_t> good = savedChunk(source);
+    std::vector<uint8_t> noise(4096);
+    std::mt19937 random(11);
+    for (auto& b : noise) b = uint8_t(random());
+
+    Lv2TestHost host({2, 48000.0});
+    apply(host, kCurve);
+    host.activate();
+    runSignal(host, 64);
+    const uint32_t chunkKey = host.urids.map(fwlv2::kChunkKeyUri), chunkType = host.urids.map(LV2_ATOM__Chunk);
+    const struct {
+        const char* name;
+        std::vector<uint8_t> bytes;
+        uint32_t type;
+        size_t claimedSize;
+    } rows[] = {
+        {"empty", {}, chunkType, 0},
+        {"one zero byte", {0}, chunkType, 0},
+        {"cut in half", {good.begin(), good.begin() + ptrdiff_t(good.size() / 2)}, chunkType, 0},
+        {"cut short", {good.begin(), good.begin() + 8}, chunkType, 0},
+        {"random bytes", noise, chunkType, 0},
+        {"not JSON", bytesOf("hello, equaliser"), chunkType, 0},
+        {"a JSON array", bytesOf("[1, 2, 3]"), chunkType, 0},
+        {"a JSON string", bytesOf("\"parameters\""), chunkType, 0},
+        {"an empty object", bytesOf("{}"), chunkType, 0},
+        {"a foreign object", bytesOf(R"({"tempo": 120, "tracks": [1, 2]})"), chunkType, 0},
+        {"fields of the wrong type", bytesOf(R"({"parameters": 5, "presets": "x", "ab": {}})"), chunkType, 0},
+        {"unterminated", bytesOf(R"({"parameters": {)", false), chunkType, 0},
+        {"a size past 2 GiB", good, chunkType, size_t(1) << 40},
+        {"the largest size", good, chunkType, SIZE_MAX},
+        {"a string atom", good, host.urids.map(LV2_ATOM__String), 0},
+        {"no type", good, 0, 0},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const std::vector<uint8_t> before = savedChunk(host);
+        std::vector<float> params(kNumParams);
+        for (int32_t i = 0; i < kNumParams; ++i) params[size_t(i)] = host.effect().getParameter(i);
+        StoredProperty damaged{chunkKey, row.type, LV2_STATE_IS_POD, row.bytes, row.claimedSize};
+        if (damaged.bytes.empty()) damaged.bytes.reserve(1);  // a valid pointer to nothing
+        EXPECT_NE(stateOf(host).restore(host.handle, &StoredProperty::retrieve, &damaged, 0, nullptr),
+                  LV2_STATE_SUCCESS);
+        for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(host.effect().getParameter(i), params[size_t(i)]) << i;
+        EXPECT_EQ(savedChunk(host), before);
+        runSignal(host, 64);
+        EXPECT_TRUE(finiteFrom(host, 0));
+    }
+    // The good chunk still restores.
+    StoredProperty intact{chunkKey, chunkType, LV2_STATE_IS_POD, good, 0};
+    EXPECT_EQ(stateOf(host).restore(host.handle, &StoredProperty::retrieve, &intact, 0, nullptr), LV2_STATE_SUCCESS);
+    EXPECT_EQ(host.effect().getParameter(bandParam(0, kFieldGain)), staticParamTable()[bandParam(0, kFieldGain)].norm);
+}
+
+// ---------------------------------------------------------------------------
+// 7. Non-finite audio in
+
+TEST(Lv2CarelessHost, NonFiniteInputNeverLeavesAndTheOutputRecoversOnEveryLayout) {
+    constexpr uint32_t kBlock = 256;
+    // The largest floats are finite, but the curve lifts them past what a float holds.
+    const struct {
+        float samples[4];
+        bool settlesSoon;
+    } bursts[] = {{{kNaN, kNaN, kNaN, kNaN}, true},
+                  {{kInf, -kInf, kInf, -kInf}, true},
+                  {{kNaN, kInf, 0.1f, -kInf}, true},
+                  {{3.0e38f, -3.0e38f, 3.0e38f, 0.0f}, false}};
+    for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
+        for (const auto* mode : {&kModes[0], &kModes[2]}) {
+            SCOPED_TRACE(testing::Message() << channels << " channels, " << mode->name);
+            Lv2TestHost host({channels, 48000.0});
+            apply(host, kCurve);
+            apply(host, *mode->ports);
+            host.activate();
+            runSignal(host, kBlock, 2);
+            for (const auto& burst : bursts) {
+                // The burst in one block, on every channel, a few samples apart.
+                fillSignal(host, kBlock);
+                for (size_t c = 0; c < host.in.size(); ++c)
+                    for (size_t k = 0; k < 4; ++k) host.in[c][10 + 50 * k + c] = burst.samples[k];
+                host.run(kBlock);
+                EXPECT_TRUE(finiteFrom(host, 0)) << "during the burst";
+                // Within a few blocks (the FIR's length) the signal is back.
+                runSignal(host, kBlock, 8);
+                float peak = 0.0f;
+                EXPECT_TRUE(finiteFrom(host, 0, &peak));
+                // The largest floats ring down through the curve's longest decay.
+                for (int32_t b = 0; !burst.settlesSoon && b < 256 && !(peak < 2.0f); ++b) {
+                    runSignal(host, kBlock);
+                    EXPECT_TRUE(finiteFrom(host, 0, &peak));
+                }
+                EXPECT_GT(peak, 0.05f);
+                EXPECT_LT(peak, 2.0f);
+            }
+        }
+    }
+}
