@@ -193,6 +193,7 @@ void Plug::resume() {
         reloadGlobalSettings();
         updateFrequencyLimits();
         if (getChannelCount() != groupCount) rebuildGroupNames(getChannelCount());
+        applyRestoredGroupNames();
         rebuilding = true;
         bank.setChannels(getChannelCount());
         rebuilding = false;
@@ -236,11 +237,15 @@ void Plug::setSampleRate(float rate) {
     updateFrequencyLimits();
     const float oldMin = extendedFrequencies ? kExtendedMinFrequency : kStandardMinFrequency;
     float boundMax = oldMax;
-    if (pendingMaxFrequency != -1.0f) {
+    const bool restoredBound = pendingMaxFrequency != -1.0f;
+    if (restoredBound) {
         boundMax = pendingMaxFrequency;
         pendingMaxFrequency = -1.0f;
     }
     remapBandFrequencies(minFrequency, maxFrequency, oldMin, boundMax, -1, true, false);
+    // The live rows were read from programs stored on the restored range
+    // before it was known; now they are read again on the range in force.
+    if (restoredBound) reloadLiveFrequencies();
 }
 
 void Plug::setParameterLocked(int32_t program, int32_t index, bool locked) {
@@ -770,6 +775,14 @@ void Plug::rebuildGroupNames(int32_t channelCount) {
     groupCount = channels;
 }
 
+void Plug::applyRestoredGroupNames() {
+    if (groupCount > 2)
+        for (size_t g = 0; g < restoredGroupNames.size() && g < size_t(groupCount); ++g)
+            groupNames[g] = restoredGroupNames[g];
+    if (!restoredGroupNames.empty() && editorObject) editorObject->effectChanged(EffectNews::groupNames);
+    restoredGroupNames.clear();
+}
+
 const std::string* Plug::groupNamesOf(int32_t* count) const {
     if (count) *count = groupCount;
     return groupNames;
@@ -1110,26 +1123,48 @@ void Plug::bypassWithDelay(int32_t m, int32_t channels, int32_t latency) noexcep
 void Plug::soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept {
     const int32_t target = centerIndex >= 0 && centerIndex < channels ? centerIndex : leftIndex;
     if (target < 0 || target >= channels) return;
-    double* t = workBuffer[target];
-    if (!((mask >> target) & 1)) std::fill_n(t, m, 0.0);
-    for (int32_t c = 0; c < channels; ++c) {
-        if (c == target) continue;
-        double* x = workBuffer[c];
-        if ((mask >> c) & 1) {
-            if (c == lfeIndex) continue;  // a soloed LFE stays on its own channel
-            for (int32_t s = 0; s < m; ++s) t[s] += x[s];
+    // A coded pair soloed in full is heard as it is without solo: decoded,
+    // each side on its own channel. The other soloed channels are summed
+    // onto the target (a soloed LFE stays on its own channel).
+    const int32_t coded = msMask.load(std::memory_order_relaxed);
+    int32_t whole = 0;
+    for (int32_t p = 0; 2 * p + 1 < channels; ++p) {
+        const int32_t pair = 3 << (2 * p);
+        if (((coded >> p) & 1) && (mask & pair) == pair) whole |= pair;
+    }
+    for (int32_t p = 0; 2 * p + 1 < channels; ++p) {
+        if (!((whole >> (2 * p)) & 1)) continue;
+        double* a = workBuffer[2 * p];
+        double* b = workBuffer[2 * p + 1];
+        for (int32_t s = 0; s < m; ++s) {
+            const double x = a[s], y = b[s];
+            a[s] = (x + y) * 0.5;
+            b[s] = (x - y) * 0.5;
         }
-        std::fill_n(x, m, 0.0);
     }
     const bool hasLfe = lfeIndex >= 0 && lfeIndex < channels;
     const bool hasCenter = centerIndex >= 0 && centerIndex < channels;
     const bool spread = (channels == 2 && !hasLfe) || (channels > 2 && !hasCenter);
-    if (spread && leftIndex >= 0 && leftIndex < channels && rightIndex >= 0 && rightIndex < channels) {
-        double* l = workBuffer[leftIndex];
-        double* r = workBuffer[rightIndex];
-        for (int32_t s = 0; s < m; ++s) {
-            l[s] *= 0.5;
-            r[s] = l[s];
+    const bool pairPresent = leftIndex >= 0 && leftIndex < channels && rightIndex >= 0 && rightIndex < channels;
+    const int32_t rest = mask & ~whole;
+    const int32_t kept = whole | (hasLfe ? rest & (1 << lfeIndex) : 0);
+    const int32_t summed = rest & ~kept;
+    for (int32_t s = 0; s < m; ++s) {
+        double sum = ((summed >> target) & 1) ? workBuffer[target][s] : 0.0;
+        for (int32_t c = 0; c < channels; ++c)
+            if (c != target && ((summed >> c) & 1)) sum += workBuffer[c][s];
+        for (int32_t c = 0; c < channels; ++c)
+            if (!((kept >> c) & 1)) workBuffer[c][s] = 0.0;
+        if (summed == 0) continue;
+        if (spread && pairPresent) {
+            const double half = sum * 0.5;
+            for (int32_t c : {leftIndex, rightIndex}) {
+                double& x = workBuffer[c][s];
+                x = ((whole >> c) & 1) ? x + half : half;
+            }
+        } else {
+            double& x = workBuffer[target][s];
+            x = ((whole >> target) & 1) ? x + sum : sum;
         }
     }
 }

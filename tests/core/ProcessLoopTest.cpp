@@ -231,6 +231,37 @@ TEST(ProcessLoop, SoloedSideIsHeardWithoutDecode) {
     }
 }
 
+// Host output channel h carries the sum of the host inputs in from[h].
+struct WholePairSoloCase {
+    int32_t channels, msState;
+    std::vector<int32_t> soloedSlots;
+    std::vector<std::vector<int32_t>> from;
+};
+
+TEST(ProcessLoop, ACodedPairSoloedInFullIsHeardDecoded) {
+    const WholePairSoloCase cases[] = {
+        {2, 8, {0, 1}, {{0}, {1}}},                            // stereo, the default coding
+        {6, 8, {0, 1}, {{0}, {}, {2}, {}, {}, {}}},             // 5.1, L/R coded: centre silent
+        {6, 12, {0, 1, 2}, {{0}, {3, 4}, {2}, {}, {}, {}}},     // and half of coded Ls/Rs: its mid on the centre
+        {6, 8, {0, 1, 3}, {{0}, {4}, {2}, {}, {}, {}}},         // and uncoded Rs on the centre
+    };
+    for (const WholePairSoloCase& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.channels << " channels, MS " << c.msState << ", soloed " << c.soloedSlots.size());
+        auto fx = makePlug(c.channels);
+        setShown(*fx, kMsState, c.msState);
+        for (int32_t slot : c.soloedSlots) fx->setParameter(channelParam(slot, kFieldSolo), 1.0f);
+        settleEngine(*fx);
+        const Buffers in = noise(c.channels, 512);
+        const Buffers out = run(*fx, in, 512);
+        for (int32_t h = 0; h < c.channels; ++h)
+            for (size_t s = 0; s < 512; ++s) {
+                double want = 0.0;
+                for (int32_t k : c.from[size_t(h)]) want += in[size_t(k)][s];
+                ASSERT_NEAR(out[size_t(h)][s], want, 1e-6) << "host channel " << h << ", sample " << s;
+            }
+    }
+}
+
 TEST(ProcessLoop, SoloOnSurroundGoesToTheCentreAndLfeStaysPut) {
     auto fx = makePlug(6);  // host order L C R Ls Rs LFE
     fx->setParameter(kMsState, 0.0f);
