@@ -337,6 +337,9 @@ private:
     int32_t msMaskFromState() const;
     BandMappingContext bandMappingContext() const;
     void rebuildGroupNames(int32_t channelCount);
+    // Names a restored state gave the surround groups, taken once the
+    // groups of the layout exist.
+    void applyRestoredGroupNames();
     int32_t chooseEngineMode();
     void composeChannelGains(int32_t channels);
     // Scales the channel gain targets by the auto gain of the current curve
@@ -360,6 +363,8 @@ private:
     void readRecordExtras(const cJSON* object, int32_t program);
     void writeFrequencyRange(cJSON* root);
     void applyFrequencyRange(const cJSON* root, int32_t program);
+    // The band frequency rows read again from the current program's record.
+    void reloadLiveFrequencies();
     void applyCommonState(const cJSON* root, bool presetOnly);
     void loadABValues(int32_t slot);
     void keepExtrasInSlot();
@@ -410,6 +415,7 @@ private:
 
     // ---- Groups ----
     std::string groupNames[kMaxChannels];
+    std::vector<std::string> restoredGroupNames;
     int32_t groupCount = 0;
 
     // ---- Parameters turned into engine state ----

@@ -252,13 +252,23 @@ void Plug::applyFrequencyRange(const cJSON* root, int32_t program) {
         extended != extendedFrequencies || (extended && (docMin != minFrequency || docMax != maxFrequency));
     if (!changed) return;
     std::lock_guard<PlugBaseMutex> held(engineLock);
+    if (program != -1) {
+        // A preset's bands come into the range in force, each at its hertz as
+        // far as the range reaches: no other program or slot moves.
+        remapBandFrequencies(minFrequency, maxFrequency, docMin, docMax, program, false, false);
+        return;
+    }
     extendedFrequencies = extended;
-    if (program == -1 && !sampleRateGiven && extended && docMin == kExtendedMin) {
+    if (!sampleRateGiven && extended && docMin == kExtendedMin) {
         pendingMaxFrequency = docMax;  // applied when the sample rate arrives
         return;
     }
     updateFrequencyLimits();
-    remapBandFrequencies(minFrequency, maxFrequency, docMin, docMax, program, program == -1, false);
+    remapBandFrequencies(minFrequency, maxFrequency, docMin, docMax, -1, true, false);
+    reloadLiveFrequencies();
+}
+
+void Plug::reloadLiveFrequencies() {
     // The live rows follow their remapped program, so each band keeps its hertz.
     for (int32_t b = 0; b < kNumBands; ++b) {
         const int32_t i = bandParam(b, kFieldFrequency);
@@ -352,9 +362,13 @@ void Plug::applyCommonState(const cJSON* root, bool presetOnly) {
     }
     if (getChannelCount() > 2) {
         const cJSON* names = cJSON_GetObjectItem(routing, "groupnames");
+        restoredGroupNames.clear();
         i = 0;
         for (const cJSON* e = cJSON_IsArray(names) ? names->child : nullptr; e && i < kMaxChannels; e = e->next, ++i)
-            if (i < getChannelCount()) setGroupName(i, cJSON_IsString(e) ? e->valuestring : "");
+            restoredGroupNames.emplace_back(cJSON_IsString(e) ? e->valuestring : "");
+        // Restored before the groups of this layout exist (a host restores
+        // before its first resume): resume names them after building them.
+        if (groupCount == getChannelCount()) applyRestoredGroupNames();
     }
     {
         std::lock_guard<PlugBaseMutex> held(engineLock);  // read by every engine update

@@ -6,6 +6,7 @@
 #include <cjson/cJSON.h>
 
 #include <cstring>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
@@ -15,6 +16,7 @@
 #include "session/PlugEd.h"
 #include "state/ChunkCodec.h"
 #include "state/GlobalSettings.h"
+#include "state/PresetFiles.h"
 #include "state/ValueStore.h"
 
 namespace {
@@ -130,6 +132,58 @@ TEST(StateRoundTrip, ExtendedRangeKeepsEveryBandAtItsHertz) {
     applyText(*restored, text);
     EXPECT_NEAR(restored->getRealValue(bandParam(0, kFieldFrequency)), 7.0, 1e-3);
     EXPECT_EQ(documentOf(*restored), text);
+}
+
+// A document of another frequency range moves no band: a default bank saved
+// on the extended range, heard in a new instance, and an extended preset
+// loaded into one program of a standard instance, beside another program.
+TEST(StateRoundTrip, DocumentsOfAnotherRangeMoveNoBand) {
+    const int32_t frequency = bandParam(0, kFieldFrequency);
+    auto extendedMaker = [&](double hz) {
+        auto fx = makePlug(2);
+        fx->uiSettings().setValue("Misc", "Extended Frequencies", 1);
+        fx->reloadUISettings();
+        setReal(*fx, frequency, hz);
+        return fx;
+    };
+    ASSERT_TRUE(PlugEd::of(*extendedMaker(1000.0))->saveStateAsDefault());
+    EXPECT_NEAR(makePlug(2)->getRealValue(frequency), 1000.0, 0.01);
+    std::filesystem::remove(defaultBankPath(nullptr));
+
+    const std::string preset = documentOf(*extendedMaker(2000.0), true);
+    auto fx = makePlug(2);
+    fx->setProgram(1);
+    setReal(*fx, frequency, 1000.0);
+    fx->setProgram(0);
+    applyText(*fx, preset, true);
+    EXPECT_NEAR(fx->getRealValue(frequency), 2000.0, 0.01);
+    fx->setProgram(1);
+    EXPECT_NEAR(fx->getRealValue(frequency), 1000.0, 0.01);
+}
+
+// Names of surround groups come back from a state restored before the host's
+// first resume with the layout, as a renderer or an LV2 host restores.
+TEST(StateRoundTrip, SurroundGroupNamesComeBackWhenRestoredBeforeResume) {
+    auto saved = makePlug(6);
+    saved->setGroupName(0, "Fronts");
+    saved->setGroupName(4, "Rears");
+    const std::string text = documentOf(*saved);
+    for (const bool resumedFirst : {false, true}) {
+        auto fx = PlugEd::createEffect(nullptr);
+        fx->setNumInputs(6);
+        fx->setNumOutputs(6);
+        fx->setChannelLayout(standardChannelLayout(6));
+        fx->setSampleRate(48000.0f);
+        if (resumedFirst) fx->resume();
+        applyText(*fx, text);
+        fx->resume();
+        int32_t count = 0;
+        const std::string* names = fx->groupNamesOf(&count);
+        ASSERT_EQ(count, 6);
+        EXPECT_EQ(names[0], "Fronts") << resumedFirst;
+        EXPECT_EQ(names[1], "2") << resumedFirst;
+        EXPECT_EQ(names[4], "Rears") << resumedFirst;
+    }
 }
 
 // ---------------------------------------------------------------------------
