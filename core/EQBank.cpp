@@ -215,7 +215,9 @@ int32_t EQBank::getImpulseLength() const {
     return mode.load() >= kModeFullMinimum ? irLength.load() : compensationLength;
 }
 
-int32_t EQBank::getLatency() const { return latencyMode(mode.load()) ? irLength.load() / 2 : 0; }
+int32_t EQBank::getLatency() const { return latencyOf(mode.load(), irLength.load()); }
+
+int32_t EQBank::latencyOf(int32_t mode, int32_t irLength) { return latencyMode(mode) ? irLength / 2 : 0; }
 
 void EQBank::setDPlusLength(int32_t n) {
     if (n == compensationLength || n <= 0) return;

@@ -96,6 +96,8 @@ public:
     bool getKeepLatencyPeak() const { return keepLatencyPeak; }
     // IR length / 2 in the Analogue, Linear and Free modes, else 0.
     virtual int32_t getLatency() const;
+    // The latency the bank has once it runs `mode` with `irLength` taps.
+    static int32_t latencyOf(int32_t mode, int32_t irLength);
     // True Q of a band's first active channel; negative when no channel runs it.
     virtual double trueQ(int32_t band) const;
 

@@ -651,11 +651,16 @@ void Plug::refreshEngine(bool force) {
 
     if (mode < kModeFullMinimum) {
         modePending.take();  // a FIR mode still waiting for the worker is overtaken
+        irLengthPending.take();
         bank.setBankMode(mode);
     } else {
         requestedMode = mode;
+        // The IR length goes to the worker with its mode, never alone, so
+        // the bank is never left between them without a mode.
+        irLengthPending.raise();
         modePending.raise();
     }
+    latencyTarget.store(EQBank::latencyOf(mode, requestedIRLength));
     lastTick = clockMs() * rate / 1000;
     updateCount.fetch_add(1, std::memory_order_relaxed);
     if (rowValue(kBypass) != 0.0f) allBandsStereo = true;
@@ -711,7 +716,6 @@ int32_t Plug::chooseEngineMode() {
     }
     bank.setPadFactor(1 << std::clamp(pad, 0, 3));
     requestedIRLength = kIRLengthBase << std::clamp(irLength, 0, 8);
-    irLengthPending.raise();
     switch (phase) {
         case 0: return kModeLinear;
         case 1: return kModeFullMinimum;
@@ -827,7 +831,11 @@ void Plug::setMsMask(int32_t mask) {
 
 void Plug::updateLatency() {
     // The timer and the control thread may both get here; one of them reports.
-    const int32_t latency = bank.getLatency();
+    // The latency is that of the mode and IR length the last update asked
+    // for, not the bank's on the way there: while the worker replaces the
+    // convolvers and designs, the host sees no passing values, and the audio
+    // thread resizes its dry delay once.
+    const int32_t latency = latencyTarget.load();
     std::atomic_ref<int32_t> reported(cEffect.initialDelay);
     int32_t before = reported.load();
     if (latency != before && reported.compare_exchange_strong(before, latency)) ioChanged();

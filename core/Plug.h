@@ -97,8 +97,9 @@ public:
     // Audio thread at the head of a block (allocates only when the block
     // size, channel count or latency changed); control thread at teardown.
     void allocateBuffers(int32_t maxBlock, int32_t channels) noexcept;
-    // Reports IR length/2 in the latency-bearing FIR modes, else 0; tells
-    // the host when it changed.
+    // Reports IR length/2 in the latency-bearing FIR modes, else 0, for the
+    // mode and IR length the last engine update asked for (even while the
+    // worker still designs them); tells the host when it changed.
     void updateLatency();
     // Timer thread, every 10 ms: reports a changed latency, carries out what
     // the audio thread's writes left (applyAudioWrites) and a pending update.
@@ -406,6 +407,9 @@ private:
     int32_t requestedMode = kModeIIR;
     AtomicFlag irLengthPending;
     int32_t requestedIRLength = EQBank::kDefaultIRLength;
+    // The latency of the mode and IR length last asked of the bank (by the
+    // update, for the worker or at once): what updateLatency reports.
+    std::atomic<int32_t> latencyTarget{0};
     int32_t firUpdateRate = 40;  // FIR updates per second: "Mild" 10, "Med" 20, "Intensive" 40
     int64_t lastTick = -1;
     bool allBandsStereo = true;

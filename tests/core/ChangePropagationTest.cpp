@@ -109,6 +109,43 @@ TEST(ChangePropagation, FirModesAreSetByTheWorkerAndThrottled) {
     EXPECT_NEAR(gainOf(*fx, 0), float(fx->normToDisplay(bandParam(0, kFieldGain), fx->getParameter(bandParam(0, kFieldGain)))), 1e-4);
 }
 
+TEST(ChangePropagation, AnIRLengthChangeIsReportedOnceWithTheLatencyItWillHave) {
+    struct Case {
+        int32_t phase, irLength;  // kIRPhase and kIRLength as shown
+        int32_t latency;
+    };
+    const Case cases[] = {
+        {0, 8, 131072},  // Linear, 262144 taps
+        {3, 5, 16384},   // Analogue, 32768 taps
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "phase " << c.phase << ", IR length " << c.irLength);
+        TestHost host;
+        auto fx = makePlug(2, &TestHost::callback);
+        detachFromTimer(*fx);
+        setShown(*fx, kMode, 1.0);
+        setShown(*fx, kIRPhase, c.phase);
+        settleEngine(*fx);
+        ASSERT_EQ(fx->getAeffect()->initialDelay, 4096);
+        const int32_t before = host.count(audioMasterIOChanged);
+        setShown(*fx, kIRLength, c.irLength);
+        fx->refreshEngine(true);
+        fx->updateLatency();
+        // Reported at once, before the worker has even started on it.
+        EXPECT_EQ(fx->getAeffect()->initialDelay, c.latency);
+        // The host's timer runs while the worker replaces the convolvers and designs.
+        const auto deadline = Clock::now() + std::chrono::seconds(60);
+        while ((fx->isWorkerPending() || fx->isRefreshPending()) && Clock::now() < deadline) {
+            fx->idle();
+            std::this_thread::yield();
+        }
+        fx->idle();
+        EXPECT_EQ(fx->getBank().getLatency(), c.latency);
+        EXPECT_EQ(fx->getAeffect()->initialDelay, c.latency);
+        EXPECT_EQ(host.count(audioMasterIOChanged) - before, 1);
+    }
+}
+
 TEST(ChangePropagation, StereoLinkNeedsEveryLiveBandOnBothChannels) {
     auto fx = makePlug(2);
     detachFromTimer(*fx);
