@@ -172,8 +172,8 @@ public:
     // band order and auto gain travel with the slot.
     void switchABSlot(int32_t slot) override;
     // Makes a slot current as a restored state does: the slot's values, band
-    // order and auto gain become live, and the slot that was current keeps
-    // its record as the document gave it.
+    // order and auto gain become live, locked rows included, and the slot
+    // that was current keeps its record as the document gave it.
     void recallABSlot(int32_t slot);
     cJSON* buildStateDocument(bool presetOnly) override;
     cJSON* applyStateDocument(const char* text, bool presetOnly) override;
@@ -367,7 +367,11 @@ private:
     // The band frequency rows read again from the current program's record.
     void reloadLiveFrequencies();
     void applyCommonState(const cJSON* root, bool presetOnly);
-    void loadABValues(int32_t slot);
+    // Makes a slot current; overLocks puts its values in locked rows too.
+    void enterABSlot(int32_t slot, bool overLocks);
+    void loadABValues(int32_t slot, bool overLocks);
+    // The A/B row and the editor show the current slot.
+    void showCurrentSlot();
     void keepExtrasInSlot();
     float undoValueOf(int32_t id) const;
     void applyUndoStep(const UndoEntry& step, bool automate);

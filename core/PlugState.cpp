@@ -76,6 +76,7 @@ void Plug::setProgram(int32_t program) {
         notifyEditor(i, table[i].norm);
     }
     loadInProgress = wasLoading;
+    showCurrentSlot();  // the slot stays current across programs
     publishAutoGain();
     clearUndo();
     markChunkStale();
@@ -86,7 +87,7 @@ void Plug::setProgram(int32_t program) {
 void Plug::switchABSlot(int32_t slot) {
     if (slot < 0 || slot >= kNumABSlots) return;
     keepExtrasInSlot();
-    recallABSlot(slot);
+    enterABSlot(slot, false);
 }
 
 void Plug::keepExtrasInSlot() {
@@ -95,30 +96,48 @@ void Plug::keepExtrasInSlot() {
 }
 
 void Plug::recallABSlot(int32_t slot) {
+    enterABSlot(slot, true);
+}
+
+void Plug::enterABSlot(int32_t slot, bool overLocks) {
     if (slot < 0 || slot >= kNumABSlots) return;
-    loadABValues(slot);
+    loadABValues(slot, overLocks);
     records.copyExtrasToProgram(slot, curProgram);
     publishAutoGain();
     refreshEngine(true);
 }
 
-void Plug::loadABValues(int32_t slot) {
+void Plug::showCurrentSlot() {
+    // The row alone: the records keep the values they were given.
+    const int32_t slot = records.currentSlot();
+    const float norm = float(slot) * 0.125f;
+    std::atomic_ref<float>(table[kABBank].norm).store(norm, std::memory_order_relaxed);
+    std::atomic_ref<float>(table[kABBank].value).store(float(slot), std::memory_order_relaxed);
+    notifyEditor(kABBank, norm);
+}
+
+void Plug::loadABValues(int32_t slot, bool overLocks) {
     const bool wasLoading = loadInProgress.load();
     loadInProgress = true;
     records.setCurrentSlot(slot);
-    ProgramRecord& record = records.slot(slot);
-    // Through display units and back: squares stored values with the ranges now in force.
-    for (int32_t i = 0; i < kNumParams; ++i)
-        record.values[i] = float(displayToNorm(i, normToDisplay(i, record.values[i])));
+    // The stored values go in as they are: a recall never changes a record.
+    const ProgramRecord& record = records.slot(slot);
     for (int32_t i = 0; i < kNumParams; ++i) {
         if (i == kABBank) continue;
         const float value = record.values[i];
         if (automateAll && gesturesToHost) callHost(audioMasterBeginEdit, i);
-        setParameter(i, value);
+        if (overLocks) {
+            // A restored state is in force as it was saved, locked rows included.
+            PlugBaseJSON::setParameter(i, value);
+            notifyScaledRows(i);
+        } else {
+            setParameter(i, value);  // a locked row stays where it is
+        }
         if (automateAll) callHost(audioMasterAutomate, i, 0, nullptr, value);
         if (automateAll && gesturesToHost) callHost(audioMasterEndEdit, i);
     }
     loadInProgress = wasLoading;
+    showCurrentSlot();
     refreshEngine(true);
 }
 

@@ -24,6 +24,16 @@ void bandOn(Plug& fx, int32_t band) {
     drag(fx, bandParam(band, kFieldState), {double(kBandOn)});
 }
 
+// A fresh instance restored from the session `from` saves.
+std::unique_ptr<Plug> restoredFrom(Plug& from) {
+    void* data = nullptr;
+    const int32_t size = from.getChunk(&data, false);
+    std::vector<uint8_t> chunk(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
+    auto fx = makePlug(2);
+    fx->setChunk(chunk.data(), size, false);
+    return fx;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -224,4 +234,64 @@ TEST(Undo, AGestureOnLinkedBandsIsOneStep) {
     EXPECT_EQ(fx->undoDepth(), 4u);  // only the four band switches remain
     fx->redo();
     EXPECT_NEAR(fx->normToDisplay(tag, fx->getParameter(bandParam(3, kFieldGain))), 3.0, 1e-4);
+}
+
+TEST(ABSlots, ARecallGivesBackTheStoredValuesWhateverTheLiveScale) {
+    // Band 1 at +6 dB, recalled while the live Scale is 0 dB: by a slot
+    // switch, or by a session restore whose program 1 has Scale 0 dB while
+    // program 2 is current.
+    const int32_t gain = bandParam(0, kFieldGain);
+    for (const bool restore : {false, true}) {
+        auto fx = makePlug(2);
+        if (restore) {
+            fx->setParameter(kScale, norm(*fx, kScale, 0.0));
+            fx->setProgram(1);
+        }
+        bandOn(*fx, 0);
+        drag(*fx, gain, {6.0});
+        const float stored = fx->getParameter(gain);
+        if (restore) {
+            fx = restoredFrom(*fx);
+            EXPECT_EQ(fx->getProgram(), 1);
+        } else {
+            PlugEd::of(*fx)->chooseABSlot(1);
+            drag(*fx, kScale, {0.0});
+            PlugEd::of(*fx)->chooseABSlot(0);
+        }
+        EXPECT_EQ(fx->getParameter(gain), stored) << restore;
+        EXPECT_EQ(fx->programStore().slot(0).values[gain], stored) << restore;
+        EXPECT_EQ(fx->programStore().program(fx->getProgram()).values[gain], stored) << restore;
+    }
+}
+
+TEST(ABSlots, ARestorePutsLockedRowsInForceAndLocksStillHoldAfterwards) {
+    auto saved = makePlug(2);
+    saved->setProgram(1);
+    drag(*saved, kGain, {6.0});
+    saved->setParameterLocked(1, kGain, true);
+    auto fx = restoredFrom(*saved);
+    ASSERT_EQ(fx->getProgram(), 1);
+    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 6.0f);
+    // The lock is in force again: a write and a slot switch leave the row alone.
+    fx->setParameter(kGain, norm(*fx, kGain, 0.0));
+    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 6.0f);
+    PlugEd::of(*fx)->chooseABSlot(3);
+    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 6.0f);
+}
+
+TEST(ABSlots, TheSlotParameterAndMenuShowTheCurrentSlot) {
+    // Slot C current, then: a program change, or a restore of that session.
+    for (const bool restore : {false, true}) {
+        auto fx = makePlug(2);
+        PlugEd::of(*fx)->chooseABSlot(2);
+        if (restore)
+            fx = restoredFrom(*fx);
+        else
+            fx->setProgram(4);
+        ASSERT_EQ(fx->getABSlot(), 2) << restore;
+        EXPECT_EQ(fx->getParameter(kABBank), 2 * 0.125f) << restore;
+        float shown = -1.0f;
+        EXPECT_TRUE(PlugEd::of(*fx)->takeUpdate(kGUIABMenu, &shown)) << restore;
+        EXPECT_EQ(shown, 2.0f) << restore;
+    }
 }
