@@ -125,7 +125,10 @@ void PlugBaseJSON::writeParameters(cJSON* object, const ProgramRecord& record) {
 }
 
 void PlugBaseJSON::readParameters(const cJSON* object, ProgramRecord& record, uint32_t parts) {
-    std::memcpy(record.values, defaultProgram.values, sizeof record.values);
+    // Only the parts being read start again from their defaults; the rows of
+    // any other part keep what the record held.
+    for (int32_t i = 0; i < kNumParams; ++i)
+        if ((parts & (isDspParameter(i) ? kLoadDSP : kLoadEQ)) != 0) record.values[i] = defaultProgram.values[i];
     const cJSON* parameters = cJSON_GetObjectItem(object, "parameters");
     if (parameters == nullptr || cJSON_IsString(parameters)) return;  // "default", or a damaged entry
     int32_t cursor = 0;

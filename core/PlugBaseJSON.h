@@ -100,8 +100,9 @@ protected:
     // Writes the object `parameters` of values in place of `record`, or
     // "default" when the record equals the default program.
     void writeParameters(cJSON* object, const ProgramRecord& record);
-    // Resets `record` from the default program, then takes each key of
-    // `parameters` whose part (kLoadEQ or kLoadDSP) is in `parts`.
+    // For each part (kLoadEQ or kLoadDSP) in `parts`: resets its rows of
+    // `record` from the default program, then takes its keys of
+    // `parameters`. The rows of a part not in `parts` stay as they are.
     void readParameters(const cJSON* object, ProgramRecord& record, uint32_t parts);
 
     ProgramRecord defaultProgram;

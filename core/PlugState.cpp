@@ -299,7 +299,8 @@ void Plug::applyPresetDocument(const cJSON* object, int32_t program) {
     if (program < 0 || program >= kNumPrograms) return;
     if (const cJSON* name = cJSON_GetObjectItem(object, "name")) records.setName(program, nameIn(name));
     records.clearLocks(program);
-    // Absent parameters take their defaults, whatever parts are loaded.
+    // In each part loaded, absent parameters take their defaults; a part not
+    // loaded keeps the program's values.
     readParameters(object, records.program(program), loadingFlags & (kLoadEQ | kLoadDSP));
     if ((loadingFlags & kLoadEQ) == 0) return;
     readRecordExtras(object, program);

@@ -436,20 +436,29 @@ TEST(PresetState, HoldsTheCurrentProgramInFullFilteredByTheLoadingFlags) {
     EXPECT_FLOAT_EQ(fx->getRealValue(kIRLength), 5.0f);
 }
 
-TEST(PresetState, TheEQFlagAloneKeepsTheDSPPartAtDefaults) {
+TEST(PresetState, EachFlagLoadsItsPartAndLeavesTheOtherAsItWas) {
     auto source = makePlug(2);
     setReal(*source, kGain, -4.0);
     setReal(*source, kIRLength, 6.0);
-    const std::string preset = documentOf(*source, true);
+    const std::string preset = documentOf(*source, true);  // IIR, Gain -4 dB, IRLength 6
     EXPECT_NE(preset.find("\"kIRLength\""), std::string::npos);
 
-    auto target = makePlug(2);
-    target->setProgram(2);
-    target->setLoadingFlags(kLoadEQ);
-    applyText(*target, preset, true);
-    EXPECT_EQ(target->getProgram(), 2);
-    EXPECT_FLOAT_EQ(target->getRealValue(kGain), -4.0f);
-    EXPECT_EQ(target->getParameter(kIRLength), target->getDefaultNorm(kIRLength));
+    // flags, then what program 3 shows after the preset: Gain, Mode, IRLength.
+    struct Case { uint32_t flags; float gain, mode, irLength; };
+    for (const Case c : {Case{kLoadEQ, -4.0f, 1.0f, 2.0f}, Case{kLoadDSP, 3.0f, 0.0f, 6.0f},
+                         Case{kLoadEQ | kLoadDSP, -4.0f, 0.0f, 6.0f}}) {
+        auto target = makePlug(2);
+        target->setProgram(2);
+        setReal(*target, kGain, 3.0);
+        setReal(*target, kMode, 1.0);  // FIR
+        setReal(*target, kIRLength, 2.0);
+        target->setLoadingFlags(c.flags);
+        applyText(*target, preset, true);
+        EXPECT_EQ(target->getProgram(), 2);
+        EXPECT_NEAR(target->getRealValue(kGain), c.gain, 1e-4) << c.flags;
+        EXPECT_FLOAT_EQ(target->getRealValue(kMode), c.mode) << c.flags;
+        EXPECT_FLOAT_EQ(target->getRealValue(kIRLength), c.irLength) << c.flags;
+    }
 }
 
 // ---------------------------------------------------------------------------
