@@ -156,8 +156,10 @@ void PlugEd::applyState(const cJSON* root, bool presetOnly) {
 
     const cJSON* uiprefs = member(root, "uiprefs");
     uiSettings().mergeFrom(uiprefs);
-    // Older documents kept MIDI input as a global switch.
-    if (member(member(uiprefs, "Misc"), "MIDI Input") == nullptr) {
+    // Older documents kept MIDI input as a global switch: a document with UI
+    // settings but no MIDI Input among them takes it from there. A document
+    // without UI settings (a program of a bank) leaves it as it is.
+    if (cJSON_IsObject(uiprefs) && member(member(uiprefs, "Misc"), "MIDI Input") == nullptr) {
         GlobalSettings& globals = GlobalSettings::instance();
         const int32_t disabled = globals.valueOr("MIDI Disabled");
         uiSettings().setValue("Misc", "MIDI Input", disabled == 0 ? 1 : 0);

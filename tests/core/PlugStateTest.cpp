@@ -540,6 +540,7 @@ TEST(StateMigration, EachTopLevelKeyLeftOutGivesItsDocumentedReading) {
         fx->setGroupMask(0, 9);
         fx->setInstanceName("Before", true);
         fx->uiSettings().setValue("Graph", "Range", 1);
+        fx->uiSettings().setValue("Misc", "MIDI Input", 1);
         return fx;
     };
     auto without = [&](const char* key) {
@@ -569,11 +570,12 @@ TEST(StateMigration, EachTopLevelKeyLeftOutGivesItsDocumentedReading) {
         EXPECT_EQ(fx->getABSlot(), 0);
     }
     {
-        // Without the key the older global switch decides.
+        // Without UI settings the instance keeps its own, MIDI Input too,
+        // whatever the older global switch says.
         GlobalSettings::instance().setValue("MIDI Disabled", 1);
         auto fx = without("uiprefs");
         EXPECT_EQ(PlugEd::of(*fx)->getUiSetting("Graph", "Range"), 1);
-        EXPECT_EQ(PlugEd::of(*fx)->getUiSetting("Misc", "MIDI Input"), 0);
+        EXPECT_EQ(PlugEd::of(*fx)->getUiSetting("Misc", "MIDI Input"), 1);
     }
     // And with nothing left out, all of it arrives.
     auto all = prepared();

@@ -14,6 +14,7 @@
 #include "TestHost.h"
 #include "session/PlugEd.h"
 #include "state/Alerts.h"
+#include "state/GlobalSettings.h"
 #include "state/PresetFiles.h"
 
 namespace fs = std::filesystem;
@@ -103,6 +104,32 @@ TEST(PresetMenu, ChoosingAProgramAFileOrABanksProgramLoadsIt) {
 
     ed.applyMenuPreset(root, 0);  // a program of the instance
     EXPECT_EQ(fx->getProgram(), 0);
+}
+
+TEST(PresetMenu, ABanksProgramLeavesMidiInputAsItWas) {
+    const std::string path = presetFolder() + "Live.fwb";
+    {
+        auto maker = makePlug(2);
+        rename(*maker, "Lift");
+        setShown(*maker, kGain, 2.0);
+        ASSERT_TRUE(PlugEd::of(*maker)->saveBank(path));
+    }
+    GlobalSettings::instance().setValue("MIDI Disabled", 1);  // the older switch says off
+    for (const int32_t midiInput : {0, 1}) {
+        auto fx = makePlug(2);
+        PlugEd& ed = *PlugEd::of(*fx);
+        ed.setLoadingFlags(kLoadEQ | kLoadDSP | kLoadUI);
+        fx->uiSettings().setValue("Misc", "MIDI Input", midiInput);
+        ed.rebuildPresetMenu();
+        const cJSON* bank = cJSON_GetObjectItem(ed.getPresetRoot(), "Live");
+        int32_t lift = 0;  // the bank's programs are listed by name
+        for (const cJSON* p = bank ? bank->child : nullptr; p && std::strcmp(p->string, "Lift") != 0; p = p->next) ++lift;
+        ed.applyMenuPreset(bank, lift);
+        EXPECT_NEAR(fx->getRealValue(kGain), 2.0, 1e-4);
+        EXPECT_EQ(ed.getUiSetting("Misc", "MIDI Input"), midiInput);
+    }
+    GlobalSettings::instance().setValue("MIDI Disabled", 0);
+    fs::remove(path);
 }
 
 TEST(PresetFilesTest, APresetRoundTripsAndHonoursTheLoadingFlags) {
