@@ -430,8 +430,9 @@ void PlugEd::beginLinkedEdit(int32_t tag) {
         effect->beginEdit(tag);
         return;
     }
-    if (field == kFieldState || field == kFieldSubtype) effect->undoBeginGroup();
-    if (bandIsOn(*effect, band) && followsLinkedEdit(field)) {
+    if (field == kFieldSubtype) effect->undoBeginGroup();
+    linkedGesture[size_t(tag)] = bandIsOn(*effect, band) && followsLinkedEdit(field);
+    if (linkedGesture[size_t(tag)]) {
         if (!graphDragging) effect->undoBeginGroup();
         const bool normalised = field == kFieldFrequency || field == kFieldQ || field == kFieldShift;
         for (int32_t b = 0; b < kNumBands; ++b) {
@@ -450,13 +451,14 @@ void PlugEd::endLinkedEdit(int32_t tag) {
     const int32_t band = bandIndexOf(tag);
     effect->endEdit(tag);
     if (band < 0) return;
-    if (bandIsOn(*effect, band) && followsLinkedEdit(field) && field != kFieldState) {
+    if (linkedGesture[size_t(tag)]) {
+        linkedGesture[size_t(tag)] = false;
         for (int32_t b = 0; b < kNumBands; ++b)
             if (b != band && linkingOn && ((selectedBands >> b) & 1u) != 0) effect->endEdit(bandParam(b, field));
         if (!graphDragging) effect->undoEndGroup();
         return;
     }
-    if (field == kFieldState || field == kFieldSubtype) effect->undoEndGroup();
+    if (field == kFieldSubtype) effect->undoEndGroup();
 }
 
 // ---------------------------------------------------------------------------

@@ -12,6 +12,7 @@
 // the editor's (the host's message) thread.
 
 #include <atomic>
+#include <bitset>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -185,6 +186,9 @@ private:
     bool linkingOn = true;
     bool graphDragging = false;  // the graph brackets its own drags
     float startValues[kNumStartFields][kNumBands] = {};
+    // Rows whose gesture began with the selected bands and an undo group:
+    // its end closes them, whatever the gesture did to the band's State.
+    std::bitset<kNumParams> linkedGesture;
     uint32_t visitedSlots = 1;
     int32_t toggleMode = 1;
     bool settingsPageStale = false;

@@ -295,3 +295,33 @@ TEST(ABSlots, TheSlotParameterAndMenuShowTheCurrentSlot) {
         EXPECT_EQ(shown, 2.0f) << restore;
     }
 }
+
+TEST(Undo, AStateGestureOnLinkedBandsIsOneStepAndLeavesNoBandHeld) {
+    // Band 1's State from `from` to `to` with bands 2 and 4 linked; the
+    // bands in `moved` take the new State within the gesture.
+    struct Case { double from, to; std::vector<int32_t> moved; };
+    for (const Case& c : {Case{kBandOn, kBandOff, {0, 1, 3}}, Case{kBandOn, kBandBypassed, {0, 1, 3}},
+                          Case{kBandOff, kBandOn, {0}}}) {
+        auto fx = makePlug(2);
+        for (const int32_t b : {0, 1, 3}) drag(*fx, bandParam(b, kFieldState), {c.from});
+        drag(*fx, kGain, {2.0});  // the step before the gesture
+        PlugEd& ed = *PlugEd::of(*fx);
+        ed.setSelectedBands(0b1011);
+        const int32_t tag = bandParam(0, kFieldState);
+        ed.beginLinkedEdit(tag);
+        for (const int32_t b : c.moved) fx->setParameterAutomated(bandParam(b, kFieldState), norm(*fx, tag, c.to));
+        ed.endLinkedEdit(tag);
+
+        // A linked band's next State change is a step of its own.
+        const int32_t linked = bandParam(1, kFieldState);
+        const float held = fx->getRealValue(linked);
+        drag(*fx, linked, {held == 0.0f ? double(kBandOn) : double(kBandOff)});
+        fx->undo();
+        EXPECT_EQ(fx->getRealValue(linked), held) << c.to;
+        fx->undo();  // the gesture, at once
+        for (const int32_t b : {0, 1, 3}) EXPECT_EQ(fx->getRealValue(bandParam(b, kFieldState)), c.from) << c.to << b;
+        EXPECT_NEAR(fx->getRealValue(kGain), 2.0, 1e-4) << c.to;
+        fx->undo();
+        EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain)) << c.to;
+    }
+}
