@@ -150,7 +150,7 @@ struct Fixture {
     Host host;
     Property baseline;
     Fixture() {
-        host.restore(host.save());  // stored values then stand as a restore squares them
+        host.restore(host.save());  // the baseline is a restored state
         baseline = host.save();
     }
 };

@@ -67,8 +67,7 @@ struct Fixture {
         float silence[64] = {};
         float* channels[2] = {silence, silence};
         fx->processReplacing(channels, channels, 64);
-        // Once through its own chunk: stored values then stand as a restore
-        // squares them with their ranges (a band state of 1.0 is "On", 2/3).
+        // Once through its own chunk, so the baseline is a restored state.
         const std::string first = documentOf(*fx);
         std::vector<uint8_t> bytes(first.begin(), first.end());
         fx->setChunk(bytes.data(), int32_t(bytes.size()), false);
