@@ -6,7 +6,7 @@
 // channel bit mask.
 //
 // Threads: setters, redesign and setChannels run on the control thread or
-// the worker (the effect holds its engine lock); processBank on the audio
+// the worker (the effect holds its design lock); processBank on the audio
 // thread, which reads the grid and never changes it. New coefficients reach
 // the audio thread as the band objects' own 1000-sample ramps; new impulses
 // through the convolvers' staging; convolvers are replaced only behind the

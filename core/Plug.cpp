@@ -189,6 +189,8 @@ void Plug::resume() {
     stopWorker();
     wantEvents();
     {
+        // The bank is rebuilt: no design may run, from whichever thread.
+        std::lock_guard<PlugBaseMutex> design(designLock);
         std::lock_guard<PlugBaseMutex> engine(engineLock);
         reloadGlobalSettings();
         updateFrequencyLimits();
@@ -579,6 +581,13 @@ void Plug::refreshEngine(bool force) {
         return;
     }
     std::lock_guard<PlugBaseMutex> held(engineLock, std::adopt_lock);
+    // A design in progress reads the bank and the settings below: the update
+    // waits for the next idle after it.
+    if (!designLock.try_lock()) {
+        refreshPending = true;
+        return;
+    }
+    std::lock_guard<PlugBaseMutex> design(designLock, std::adopt_lock);
     // Cleared before the table is read, so a write that lands during this
     // update raises it again and is carried out by the next idle.
     refreshPending = false;
@@ -606,6 +615,11 @@ void Plug::refreshEngine(bool force) {
         elsewhere.state = 1;
         bank.setShape(elsewhere, b, allChannels & ~mask);
         bank.setShape(shape, b, mask);
+        const EQ* object = bank.getBandAt(b, 0);
+        for (int32_t previous = 0; previous < 2; ++previous) {
+            bandControlCache[b][previous].store(object ? object->controlMask(previous != 0) : 0);
+            bandLabelCache[b][previous].store(object ? object->shiftLabel(previous != 0) : "");
+        }
     }
     listenMask.store(heard, std::memory_order_relaxed);
     if (rebuilding) {
@@ -727,15 +741,19 @@ int32_t Plug::chooseEngineMode() {
 
 void Plug::workerStep() {
     if (!isWorkerPending()) return;
-    // The worker holds the engine lock while it works, so the settings it
-    // designs from are not changed under it; refreshEngine meanwhile only
-    // defers to the next idle.
-    std::lock_guard<PlugBaseMutex> held(engineLock);
+    // The design lock keeps the bank and the requests it designs from as
+    // they are; refreshEngine meanwhile defers to the next idle. The engine
+    // lock stays free, so no host call waits for a design.
+    std::lock_guard<PlugBaseMutex> held(designLock);
     // Raised before the flags are taken, so that someone waiting for the
     // worker never sees it idle while its design is still on the way.
     workerBusy.store(true);
-    if (irLengthPending.take()) bank.setIRLength(requestedIRLength);
-    if (modePending.take()) bank.setBankMode(requestedMode);
+    const bool newLength = irLengthPending.take();
+    const bool newMode = modePending.take();
+    if (newLength || newMode)
+        if (void (*probe)(Plug&) = designProbe.load()) probe(*this);
+    if (newLength) bank.setIRLength(requestedIRLength);
+    if (newMode) bank.setBankMode(requestedMode);
     workerBusy.store(false);
 }
 

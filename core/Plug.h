@@ -13,8 +13,11 @@
 // idle() comes from the process-wide timer thread every 10 ms; the worker
 // thread carries out IR length changes and the designs of the FIR modes.
 // An analyser reads the rings through getAnalyserTap on a thread of its own.
-// Lock order: resumeMutex, then engineLock. refreshEngine only tries
-// engineLock and leaves what it could not do to the next idle.
+// Lock order: resumeMutex, then designLock, then engineLock; nobody waits
+// for designLock while holding engineLock. refreshEngine only tries
+// engineLock, then designLock, and leaves what it could not do to the next
+// idle. The worker takes designLock alone, so a design never holds up a
+// caller of the engine lock.
 
 #include <atomic>
 #include <limits>
@@ -76,7 +79,10 @@ public:
     // that cannot take the engine lock, or is held back, leaves
     // refreshPending set for the next idle: no change is ever lost.
     void refreshEngine(bool force) override;
-    // Worker thread: a pending IR length, then a pending mode and its design.
+    // Worker thread: a pending IR length, then a pending mode and its design,
+    // under designLock alone. Another thread may call it too, but never
+    // while it holds engineLock (refreshEngine's own call aside, which holds
+    // designLock already): it waits for a design in progress.
     void workerStep() override;
     // Full updates that reached the bank since construction (for tests and
     // diagnostics).
@@ -87,6 +93,9 @@ public:
     bool isWorkerPending() const {
         return workerBusy.load() || modePending.isRaised() || irLengthPending.isRaised();
     }
+    // Tests only: the worker calls probe (when not null) inside each design,
+    // holding designLock.
+    void setDesignProbe(void (*probe)(Plug&)) { designProbe.store(probe); }
     // Offline render settings, in the order mode, IR length, window, window
     // parameter, phase, pad, Digital+ length, Digital+ phase, enabled; each
     // as the real value of its row. With "enabled" on they replace the DSP
@@ -393,6 +402,11 @@ private:
 
     EQBank bank;
     PlugBaseMutex engineLock;
+    // Held by whoever writes the bank or reads what a design writes: the
+    // worker for a whole design, refreshEngine (with engineLock) for an
+    // update, resume for a rebuild.
+    PlugBaseMutex designLock;
+    std::atomic<void (*)(Plug&)> designProbe{nullptr};
     std::mutex resumeMutex;
     std::atomic<bool> rebuilding{false};
     std::atomic<bool> refreshPending{false};
@@ -400,7 +414,13 @@ private:
     // A/B row's norm (NaN when none waits).
     std::atomic<bool> forcedRefreshPending{false};
     std::atomic<float> deferredSlotNorm{std::numeric_limits<float>::quiet_NaN()};
-    std::atomic<bool> workerBusy{false};  // set while workerStep works, under engineLock
+    std::atomic<bool> workerBusy{false};  // set while workerStep works, under designLock
+    // Each band's controls as bandControls reports them, for its type and
+    // for the type it had before AutoListen ([1]), and the label of its
+    // extra control (static text): filled by refreshEngine under both locks,
+    // so that bandControls never reads the bank while a design may run.
+    std::atomic<int32_t> bandControlCache[kNumBands][2] = {};
+    std::atomic<const char*> bandLabelCache[kNumBands][2] = {};
     UISettingsTree uiTree;
     std::unique_ptr<iEditorLink> editorObject;
     StoredSettings storedSettings;

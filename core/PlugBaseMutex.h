@@ -1,6 +1,7 @@
 #pragma once
-// The engine lock: a recursive critical section, so an update can nest inside
-// a load on the same thread. refreshEngine only ever tries it.
+// The engine and design locks: recursive critical sections, so an update can
+// nest inside a load, or a design inside an offline update, on the same
+// thread. refreshEngine only ever tries them.
 
 #include <mutex>
 

@@ -33,6 +33,8 @@ void Plug::bakeAutoGain() {
     double g1 = 1.0, g2 = 1.0;
     bool separate = false;
     {
+        // The curves are read from the band objects, which a design writes.
+        std::lock_guard<PlugBaseMutex> design(designLock);
         std::lock_guard<PlugBaseMutex> held(engineLock);
         autoGainNow(&g1, &g2, &separate);
     }
@@ -92,17 +94,14 @@ int32_t Plug::bandControls(int32_t band, char* label, bool listening) {
     if (label != nullptr) label[0] = 0;
     if (band < 0 || band >= kNumBands) return 0;
     const int32_t listened = autoListenBand.load();
-    int32_t flags = 0;
-    {
-        std::lock_guard<PlugBaseMutex> held(engineLock);
-        const EQ* object = bank.getBandAt(band, 0);
-        if (object == nullptr) return 0;
-        // Under AutoListen the object runs a listening type; its controls
-        // are those of the type it had.
-        flags = object->controlMask(listened != -1);
-        if ((flags & kControlShift) != 0 && label != nullptr)
-            std::snprintf(label, kParamTextSize, "%s", object->shiftLabel(listened != -1));
-    }
+    // Read from what the last engine update left, never from the bank,
+    // which the worker may be designing. Under AutoListen the object runs a
+    // listening type; its controls are those of the type it had.
+    const int32_t previous = listened != -1 ? 1 : 0;
+    int32_t flags = bandControlCache[band][previous].load();
+    const char* shift = bandLabelCache[band][previous].load();
+    if ((flags & kControlShift) != 0 && label != nullptr)
+        std::snprintf(label, kParamTextSize, "%s", shift ? shift : "");
     if (listened == -1 || !listening) return flags;
     if (band == listened) {
         if (listenGainMode != 0) flags &= ~kControlGain;

@@ -90,8 +90,8 @@ inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host 
 }
 
 // Lets the engine catch up as a host's timer and the worker would: forces
-// the update the timer would carry out (again while the worker holds the
-// engine lock and defers it), then waits for the worker. An update in a FIR
+// the update the timer would carry out (again while the worker designs
+// and defers it), then waits for the worker. An update in a FIR
 // mode hands work to the worker each time, so it is forced only while one
 // is still deferred. FIR designs can take seconds on a loaded machine (CI
 // compiling beside the tests): the wait goes by the clock, generously.

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <cmath>
 #include <chrono>
+#include <functional>
 #include <random>
 #include <thread>
 #include <vector>
@@ -276,4 +277,66 @@ TEST(Concurrency, InstancesDestroyedWhileAViewReachesThemAreNeverTouchedAfter) {
     }
     stop = true;
     view.join();
+}
+
+namespace {
+
+// Holds the worker inside its design until the test opens the gate.
+std::atomic<bool> designHeld{false}, designGateOpen{false};
+void holdDesign(Plug&) {
+    designHeld = true;
+    while (!designGateOpen) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+}
+
+}  // namespace
+
+TEST(Concurrency, HostCallsGoThroughWhileTheWorkerDesigns) {
+    auto source = makePlug(2);
+    source->setParameter(bandParam(0, kFieldState), 1.0f);
+    source->setParameter(bandParam(0, kFieldGain), 0.8f);
+    void* data = nullptr;
+    const int32_t size = source->getChunk(&data, false);
+    std::vector<uint8_t> chunk(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
+
+    auto fx = makePlug(2);
+    designHeld = false;
+    designGateOpen = false;
+    fx->setDesignProbe(holdDesign);
+    setShown(*fx, kMode, 1.0);  // a FIR mode: the worker designs it
+    fx->refreshEngine(true);
+    for (const auto until = Clock::now() + std::chrono::seconds(60); !designHeld && Clock::now() < until;)
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    EXPECT_TRUE(designHeld);
+
+    // Each call on a thread of its own, one after the other; a call still
+    // waiting after seconds ends the run, and the gate lets it finish.
+    char label[kParamTextSize];
+    const std::function<void()> calls[] = {
+        [&] { fx->setSampleRate(44100.0f); },
+        [&] { fx->setChunk(chunk.data(), int32_t(chunk.size()), false); },
+        [&] { fx->bandControls(0, label, false); },
+    };
+    std::atomic<bool> done[std::size(calls)] = {};
+    std::vector<std::thread> threads;
+    size_t finished = 0;
+    for (; finished < std::size(calls); ++finished) {
+        std::atomic<bool>& over = done[finished];
+        threads.emplace_back([&over, &call = calls[finished]] {
+            call();
+            over = true;
+        });
+        for (const auto until = Clock::now() + std::chrono::seconds(10); !over && Clock::now() < until;)
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (!over) break;
+    }
+    designGateOpen = true;
+    for (std::thread& t : threads) t.join();
+    EXPECT_EQ(finished, std::size(calls));
+    fx->setDesignProbe(nullptr);
+
+    // What the design held back arrives after it: the restored state, IIR.
+    settleEngine(*fx);
+    EXPECT_EQ(fx->getBank().getMode(), kModeIIR);
+    EXPECT_EQ(fx->getBank().getBandAt(0, 0)->getGain(), source->getBank().getBandAt(0, 0)->getGain());
+    EXPECT_EQ(fx->bandControls(0, label, false), source->bandControls(0, label, false));
 }
