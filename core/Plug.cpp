@@ -87,6 +87,15 @@ void loadRelaxed(double* to, double* ring, int32_t n) noexcept {
     for (int32_t i = 0; i < n; ++i) to[i] = std::atomic_ref<double>(ring[i]).load(std::memory_order_relaxed);
 }
 
+// Mid and side of m samples back to left and right, in place.
+void decodePair(double* a, double* b, int32_t m) noexcept {
+    for (int32_t s = 0; s < m; ++s) {
+        const double x = a[s], y = b[s];
+        a[s] = (x + y) * 0.5;
+        b[s] = (x - y) * 0.5;
+    }
+}
+
 constexpr const char* kNoteNames[12] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
 
 double roundHalfUp(double y) {
@@ -1108,13 +1117,7 @@ void Plug::decodeMidSide(int32_t m, int32_t channels) noexcept {
     const int32_t coded = msMask.load(std::memory_order_relaxed);
     for (int32_t p = 0; 2 * p + 1 < channels; ++p) {
         if (!((coded >> p) & 1)) continue;
-        double* a = workBuffer[2 * p];
-        double* b = workBuffer[2 * p + 1];
-        for (int32_t s = 0; s < m; ++s) {
-            const double x = a[s], y = b[s];
-            a[s] = (x + y) * 0.5;
-            b[s] = (x - y) * 0.5;
-        }
+        decodePair(workBuffer[2 * p], workBuffer[2 * p + 1], m);
     }
 }
 
@@ -1160,13 +1163,7 @@ void Plug::soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept {
     }
     for (int32_t p = 0; 2 * p + 1 < channels; ++p) {
         if (!((whole >> (2 * p)) & 1)) continue;
-        double* a = workBuffer[2 * p];
-        double* b = workBuffer[2 * p + 1];
-        for (int32_t s = 0; s < m; ++s) {
-            const double x = a[s], y = b[s];
-            a[s] = (x + y) * 0.5;
-            b[s] = (x - y) * 0.5;
-        }
+        decodePair(workBuffer[2 * p], workBuffer[2 * p + 1], m);
     }
     const bool hasLfe = lfeIndex >= 0 && lfeIndex < channels;
     const bool hasCenter = centerIndex >= 0 && centerIndex < channels;
