@@ -542,13 +542,7 @@ bool PlugEd::saveStateAsDefault() {
     const std::string path = defaultBankPath(nullptr);
     std::error_code ignored;
     std::filesystem::create_directories(std::filesystem::path(path).parent_path(), ignored);
-    void* data = nullptr;
-    const int32_t size = effect->getChunk(&data, false);
-    if (size <= 0 || !writeWholeFile(path, data, size_t(size))) {
-        fileAccessAlert(path, "wb", true);
-        return false;
-    }
-    return true;
+    return writeChunkFile(path, false);
 }
 
 void PlugEd::propagateUISettings(const char* category) {
