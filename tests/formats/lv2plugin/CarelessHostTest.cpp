@@ -77,30 +77,9 @@ void runSignal(Lv2TestHost& host, uint32_t frames, int32_t blocks = 1) {
 }
 
 // ---- State: the host's side, one stored property ----
-struct StoredProperty {
-    uint32_t key = 0, type = 0, flags = 0;
-    std::vector<uint8_t> bytes;
-    size_t claimedSize = 0;  // what retrieve reports; 0 means the real size
-
-    static LV2_State_Status store(LV2_State_Handle h, uint32_t key, const void* value, size_t size, uint32_t type,
-                                  uint32_t flags) {
-        const auto* bytes = static_cast<const uint8_t*>(value);
-        *static_cast<StoredProperty*>(h) = {key, type, flags, {bytes, bytes + size}, 0};
-        return LV2_STATE_SUCCESS;
-    }
-    static const void* retrieve(LV2_State_Handle h, uint32_t key, size_t* size, uint32_t* type, uint32_t* flags) {
-        const auto* p = static_cast<StoredProperty*>(h);
-        *size = p->claimedSize ? p->claimedSize : p->bytes.size(), *type = p->type, *flags = p->flags;
-        return key == p->key ? p->bytes.data() : nullptr;
-    }
-};
-
-const LV2_State_Interface& stateOf(Lv2TestHost& host) {
-    return *static_cast<const LV2_State_Interface*>(host.desc.extension_data(LV2_STATE__interface));
-}
 std::vector<uint8_t> savedChunk(Lv2TestHost& host) {
     StoredProperty saved;
-    EXPECT_EQ(stateOf(host).save(host.handle, &StoredProperty::store, &saved, 0, nullptr), LV2_STATE_SUCCESS);
+    EXPECT_EQ(saveState(host, saved), LV2_STATE_SUCCESS);
     return saved.bytes;
 }
 
@@ -373,7 +352,7 @@ TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
         for (int32_t i = 0; i < kNumParams; ++i) params[size_t(i)] = host.effect().getParameter(i);
         StoredProperty damaged{chunkKey, row.type, LV2_STATE_IS_POD, row.bytes, row.claimedSize};
         if (damaged.bytes.empty()) damaged.bytes.reserve(1);  // a valid pointer to nothing
-        EXPECT_NE(stateOf(host).restore(host.handle, &StoredProperty::retrieve, &damaged, 0, nullptr),
+        EXPECT_NE(restoreState(host, damaged),
                   LV2_STATE_SUCCESS);
         for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(host.effect().getParameter(i), params[size_t(i)]) << i;
         EXPECT_EQ(savedChunk(host), before);
@@ -382,7 +361,7 @@ TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
     }
     // The good chunk still restores.
     StoredProperty intact{chunkKey, chunkType, LV2_STATE_IS_POD, good, 0};
-    EXPECT_EQ(stateOf(host).restore(host.handle, &StoredProperty::retrieve, &intact, 0, nullptr), LV2_STATE_SUCCESS);
+    EXPECT_EQ(restoreState(host, intact), LV2_STATE_SUCCESS);
     EXPECT_EQ(host.effect().getParameter(bandParam(0, kFieldGain)), staticParamTable()[bandParam(0, kFieldGain)].norm);
 }
 

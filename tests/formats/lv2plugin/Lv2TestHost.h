@@ -7,6 +7,7 @@
 #include <lv2/buf-size/buf-size.h>
 #include <lv2/midi/midi.h>
 #include <lv2/parameters/parameters.h>
+#include <lv2/state/state.h>
 
 #include <lv2/log/log.h>
 
@@ -150,4 +151,34 @@ inline float rowValueAt(int32_t index, double t) {
 }
 inline float normOf(int32_t index, float real) {
     return float(curveToNorm(staticParamTable()[index], double(real)));
+}
+
+// The host's side of state: one stored property, handed back on retrieve
+// (with claimedSize, retrieve reports that size instead of the real one).
+struct StoredProperty {
+    uint32_t key = 0, type = 0, flags = 0;
+    std::vector<uint8_t> bytes;
+    size_t claimedSize = 0;
+
+    static LV2_State_Status store(LV2_State_Handle h, uint32_t key, const void* value, size_t size, uint32_t type,
+                                  uint32_t flags) {
+        const auto* bytes = static_cast<const uint8_t*>(value);
+        *static_cast<StoredProperty*>(h) = {key, type, flags, {bytes, bytes + size}, 0};
+        return LV2_STATE_SUCCESS;
+    }
+    static const void* retrieve(LV2_State_Handle h, uint32_t key, size_t* size, uint32_t* type, uint32_t* flags) {
+        const auto* p = static_cast<StoredProperty*>(h);
+        *size = p->claimedSize ? p->claimedSize : p->bytes.size(), *type = p->type, *flags = p->flags;
+        return key == p->key ? p->bytes.data() : nullptr;
+    }
+};
+
+inline const LV2_State_Interface& stateOf(Lv2TestHost& host) {
+    return *static_cast<const LV2_State_Interface*>(host.desc.extension_data(LV2_STATE__interface));
+}
+inline LV2_State_Status saveState(Lv2TestHost& host, StoredProperty& into) {
+    return stateOf(host).save(host.handle, &StoredProperty::store, &into, 0, nullptr);
+}
+inline LV2_State_Status restoreState(Lv2TestHost& host, StoredProperty& from) {
+    return stateOf(host).restore(host.handle, &StoredProperty::retrieve, &from, 0, nullptr);
 }

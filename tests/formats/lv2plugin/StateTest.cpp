@@ -12,38 +12,6 @@
 #include "Lv2TestHost.h"
 #include "session/PlugEd.h"
 
-namespace {
-
-// The host's side of state: one stored property, handed back on retrieve.
-struct StoredProperty {
-    uint32_t key = 0, type = 0, flags = 0;
-    std::vector<uint8_t> bytes;
-
-    static LV2_State_Status store(LV2_State_Handle h, uint32_t key, const void* value, size_t size, uint32_t type,
-                                  uint32_t flags) {
-        const auto* bytes = static_cast<const uint8_t*>(value);
-        *static_cast<StoredProperty*>(h) = {key, type, flags, {bytes, bytes + size}};
-        return LV2_STATE_SUCCESS;
-    }
-    static const void* retrieve(LV2_State_Handle h, uint32_t key, size_t* size, uint32_t* type, uint32_t* flags) {
-        const auto* p = static_cast<StoredProperty*>(h);
-        *size = p->bytes.size(), *type = p->type, *flags = p->flags;
-        return key == p->key ? p->bytes.data() : nullptr;
-    }
-};
-
-const LV2_State_Interface& stateOf(Lv2TestHost& host) {
-    return *static_cast<const LV2_State_Interface*>(host.desc.extension_data(LV2_STATE__interface));
-}
-LV2_State_Status save(Lv2TestHost& host, StoredProperty& into) {
-    return stateOf(host).save(host.handle, &StoredProperty::store, &into, 0, nullptr);
-}
-LV2_State_Status restore(Lv2TestHost& host, StoredProperty& from) {
-    return stateOf(host).restore(host.handle, &StoredProperty::retrieve, &from, 0, nullptr);
-}
-
-}  // namespace
-
 TEST(Lv2State, TheWholeStateRoundTripsAndDamageIsRefused) {
     const int32_t gain = bandParam(2, kFieldGain), frequency = bandParam(2, kFieldFrequency);
     const HostSetup setup{2, 48000.0, true, true};
@@ -55,25 +23,25 @@ TEST(Lv2State, TheWholeStateRoundTripsAndDamageIsRefused) {
     first.doWork();
 
     StoredProperty saved;
-    ASSERT_EQ(save(first, saved), LV2_STATE_SUCCESS);
+    ASSERT_EQ(saveState(first, saved), LV2_STATE_SUCCESS);
     EXPECT_EQ(saved.key, first.urids.map(fwlv2::kChunkKeyUri));
     EXPECT_EQ(saved.type, first.urids.map(LV2_ATOM__Chunk));
     EXPECT_EQ(saved.flags, uint32_t(LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE));
 
     Lv2TestHost second(setup);
-    ASSERT_EQ(restore(second, saved), LV2_STATE_SUCCESS);
+    ASSERT_EQ(restoreState(second, saved), LV2_STATE_SUCCESS);
     for (int32_t i : {gain, frequency}) EXPECT_EQ(second.effect().getParameter(i), first.effect().getParameter(i));
 
     // A cut chunk, a foreign type and a missing key change nothing.
     Lv2TestHost third(setup);
     StoredProperty damaged = saved;
     damaged.bytes.resize(damaged.bytes.size() / 2);
-    EXPECT_EQ(restore(third, damaged), LV2_STATE_ERR_UNKNOWN);
+    EXPECT_EQ(restoreState(third, damaged), LV2_STATE_ERR_UNKNOWN);
     damaged = saved;
     damaged.type = first.urids.map(LV2_ATOM__String);
-    EXPECT_EQ(restore(third, damaged), LV2_STATE_ERR_BAD_TYPE);
+    EXPECT_EQ(restoreState(third, damaged), LV2_STATE_ERR_BAD_TYPE);
     damaged.key = 0;
-    EXPECT_EQ(restore(third, damaged), LV2_STATE_ERR_NO_PROPERTY);
+    EXPECT_EQ(restoreState(third, damaged), LV2_STATE_ERR_NO_PROPERTY);
     EXPECT_EQ(third.effect().getParameter(gain), staticParamTable()[gain].norm);
 }
 
@@ -88,15 +56,15 @@ TEST(Lv2State, APresetSavedByTheEditorLeavesTheSessionWhole) {
     fx.setProgram(0);
     fx.setParameter(bandParam(4, kFieldQ), 0.3f);
     StoredProperty earlier;  // the host's last session save, cached by the effect
-    ASSERT_EQ(save(first, earlier), LV2_STATE_SUCCESS);
+    ASSERT_EQ(saveState(first, earlier), LV2_STATE_SUCCESS);
 
     const std::string preset = std::string(std::getenv("HOME")) + "/editor preset.fwi";
     ASSERT_TRUE(PlugEd::of(fx)->savePreset(preset));
     StoredProperty session;
-    ASSERT_EQ(save(first, session), LV2_STATE_SUCCESS);
+    ASSERT_EQ(saveState(first, session), LV2_STATE_SUCCESS);
 
     Lv2TestHost fresh(setup);
-    ASSERT_EQ(restore(fresh, session), LV2_STATE_SUCCESS);
+    ASSERT_EQ(restoreState(fresh, session), LV2_STATE_SUCCESS);
     auto same = [](const ProgramRecord& a, const ProgramRecord& b) {
         return std::strcmp(a.name, b.name) == 0 && std::memcmp(a.values, b.values, sizeof a.values) == 0;
     };
