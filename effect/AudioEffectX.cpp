@@ -3,11 +3,9 @@
 #include <cstdio>
 #include <cstring>
 
-namespace {
+#include "effect/Product.h"
 
-constexpr const char* kVendorName = "Kestrawn";
-constexpr const char* kProductName = "Fenwoldrine";
-constexpr int32_t kVendorVersion = 159;
+namespace {
 
 void copyText(char* dest, const char* src) {
     std::snprintf(dest, kEffectNameSize, "%s", src);

@@ -60,3 +60,13 @@ void ControlRegistry::setValueOfTag(int32_t tag, float value) {
         entries[static_cast<size_t>(i)].control->setValue(value);
     }
 }
+
+void ControlRegistry::setParameterOnControls(int32_t tag, const std::function<float(int32_t)>& displayValue) {
+    if (findTag(tag) < 0) return;
+    const float value = displayValue(tag);
+    for (int32_t i = findTag(tag); i >= 0; i = findTag(tag, i)) {
+        CControl* control = entries[static_cast<size_t>(i)].control;
+        control->setValue(value);
+        control->setDirty();
+    }
+}

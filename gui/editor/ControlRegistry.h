@@ -9,6 +9,7 @@
 // view tree, which must outlive the registry's use of them.
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "gui/toolkit/CControl.h"
@@ -36,6 +37,10 @@ public:
     float valueOfTag(int32_t tag) const;
     // Gives the value to every control with that tag.
     void setValueOfTag(int32_t tag, float value);
+    // Gives every control with that tag the value `displayValue` returns
+    // for the tag now (the effect's value as the control shows it) and
+    // marks it to be drawn again.
+    void setParameterOnControls(int32_t tag, const std::function<float(int32_t tag)>& displayValue);
 
 private:
     struct Entry {

@@ -35,7 +35,7 @@ void layoutLog(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // What an element became.
 enum class BuiltAs {
     BuiltIn,      // a toolkit view from the builder's own list
-    Page,         // an nPage or nClickThruPage
+    Page,         // a page: nPage and the views built on it
     Placeholder,  // a PlaceholderView standing in for a view still to come
     Custom,       // any other view from createCustomView()
     Skipped,      // nothing: unknown, ignored, or dropped with its parent
@@ -47,6 +47,7 @@ struct CensusRow {
     int depth = 1;     // 1 for the children of the element built from
     int line = 0;
     BuiltAs built = BuiltAs::Skipped;
+    std::string standsFor;  // what a placeholder stands for
 };
 
 // The toolkit's CGViewContainer as the layout writes it, keeping the
@@ -82,8 +83,9 @@ public:
 
     // The editor's own elements: a new view (one reference, given to the
     // caller) or null when the name means nothing here. The default builds
-    // pages, and placeholders for the names given to addPlaceholder(); a
-    // derived builder handles its own names and passes the rest on.
+    // the elements of createEditorElement(), and placeholders for the names
+    // given to addPlaceholder() and for the pending elements; a derived
+    // builder handles its own names and passes the rest on.
     virtual VSTGUI::CView* createCustomView(std::string_view elementName, const VSTGUI::CRect& rect,
                                             VSTGUI::CControlListener* listener, int32_t tag,
                                             const LayoutNode& node);
@@ -107,6 +109,3 @@ private:
     std::vector<std::string> placeholders;
     std::vector<CensusRow> rows;
 };
-
-// The pages every editor builder knows; null for any other name.
-VSTGUI::CView* createDefaultView(std::string_view elementName, const LayoutElementArgs& args);

@@ -4,7 +4,8 @@
 
 using namespace VSTGUI;
 
-PlaceholderView::PlaceholderView(const CRect& r, std::string_view name) : CView(r), elementName(name) {
+PlaceholderView::PlaceholderView(const CRect& r, std::string_view name, std::string_view what, int32_t t)
+    : CControl(r, nullptr, t), elementName(name), standsFor(what) {
     setMouseEnabled(false);
 }
 
@@ -18,7 +19,16 @@ void PlaceholderView::draw(CDrawContext* context) {
     // too small for it is crossed instead (the census still names it).
     if (context->getStringWidth(elementName.c_str()) + 4 <= size.width() && size.height() >= 12) {
         context->setFontColor(kOutline);
-        context->drawString(elementName.c_str(), size, kCenterText);
+        const CCoord line = 14;
+        const bool twoLines = !standsFor.empty() && size.height() >= 2 * line + 4 &&
+                              context->getStringWidth(standsFor.c_str()) + 4 <= size.width();
+        if (twoLines) {
+            const CCoord middle = (size.top + size.bottom) / 2;
+            context->drawString(elementName.c_str(), CRect(size.left, middle - line, size.right, middle), kCenterText);
+            context->drawString(standsFor.c_str(), CRect(size.left, middle, size.right, middle + line), kCenterText);
+        } else {
+            context->drawString(elementName.c_str(), size, kCenterText);
+        }
     } else {
         context->drawLine(CPoint(size.left, size.top), CPoint(size.right - 1, size.bottom - 1));
         context->drawLine(CPoint(size.left, size.bottom - 1), CPoint(size.right - 1, size.top));
@@ -27,5 +37,5 @@ void PlaceholderView::draw(CDrawContext* context) {
 }
 
 bool PlaceholderView::isTypeOf(const char* className) const {
-    return std::strcmp(className, "PlaceholderView") == 0 || CView::isTypeOf(className);
+    return std::strcmp(className, "PlaceholderView") == 0 || CControl::isTypeOf(className);
 }

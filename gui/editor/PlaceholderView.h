@@ -1,18 +1,24 @@
 #pragma once
 // Stands in for an element of the layout whose view is not built yet: an
 // outlined box in a loud colour with the element's name in it, so a
-// missing piece shows in the editor at its place and size.
+// missing piece shows in the editor at its place and size. It keeps the
+// element's tag and takes values given to it, so calls by tag find it as
+// they will find the view to come; it takes no mouse.
 
 #include <string>
 #include <string_view>
 
-#include "gui/toolkit/CView.h"
+#include "gui/toolkit/CControl.h"
 
-class PlaceholderView : public VSTGUI::CView {
+class PlaceholderView : public VSTGUI::CControl {
 public:
-    PlaceholderView(const VSTGUI::CRect& size, std::string_view elementName);
+    // `standsFor` says in a few words what will be built here; it is shown
+    // under the name when there is room.
+    PlaceholderView(const VSTGUI::CRect& size, std::string_view elementName, std::string_view standsFor = {},
+                    int32_t tag = -1);
 
     const std::string& getElementName() const { return elementName; }
+    const std::string& getStandsFor() const { return standsFor; }
 
     void draw(VSTGUI::CDrawContext* context) override;
 
@@ -23,4 +29,5 @@ public:
 
 private:
     std::string elementName;
+    std::string standsFor;
 };

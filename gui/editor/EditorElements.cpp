@@ -1,0 +1,176 @@
+#include "gui/editor/EditorElements.h"
+
+#include <string>
+
+#include <strings.h>
+
+#include "gui/editor/EditorButtons.h"
+#include "gui/editor/Pages.h"
+#include "gui/editor/StaticViews.h"
+#include "gui/toolkit/CDIB.h"
+#include "gui/toolkit/CGViewContainer.h"
+#include "gui/toolkit/CParamDisplay.h"
+
+using namespace VSTGUI;
+
+namespace {
+
+bool sameName(std::string_view a, std::string_view b) {
+    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
+}
+
+std::string_view textOf(const LayoutNode& node, const char* key) {
+    const char* text = getAttribute(node, key);
+    return text ? text : "";
+}
+
+// A bitmap of the layout, given to a new view that takes its own reference.
+struct Image {
+    Image(const LayoutNode& node, const char* key) {
+        if (const int32_t id = getInt(node, key)) image = CDIB::fromResource(id);
+    }
+    ~Image() {
+        if (image) image->forget();
+    }
+    Image(const Image&) = delete;
+    Image& operator=(const Image&) = delete;
+    operator CBitmap*() const { return image; }
+    CDIB* image = nullptr;
+};
+
+// Light grey of the value glyphs, for labels drawn in their colours.
+constexpr CColor kGlyphGrey{0xc0, 0xc0, 0xc0, 0xff};
+
+template <class Page>
+CView* makePage(const LayoutElementArgs& a) {
+    return new Page(a.rect, a.tag, getInt(a.node, "pagenumber"), getInt(a.node, "background"));
+}
+
+CView* makeCGViewContainer(const LayoutElementArgs& a) { return new nCGViewContainer(a.rect, getBool(a.node, "hide")); }
+
+CView* makeTextLabel(const LayoutElementArgs& a) {
+    auto* label = new CTextLabel(a.rect, std::string(textOf(a.node, "txt")).c_str());
+    label->setTransparency(true);
+    label->setFontColor(kGlyphGrey);
+    label->setMouseEnabled(false);
+    return label;
+}
+
+CView* makePageSelect(const LayoutElementArgs& a) {
+    return new nPageSelect(a.rect, a.listener, a.tag, static_cast<float>(getInt(a.node, "val")));
+}
+
+CView* makeKickButton2(const LayoutElementArgs& a) {
+    return new nKickButton2(a.rect, a.listener, a.tag, Image(a.node, "background"), getInt(a.node, "heightOfOneImage"));
+}
+
+// The toggles divide their strips by their own height: two frames, or three
+// for the one with a third state.
+CView* makeMovieButton3(const LayoutElementArgs& a) {
+    return new CMovieButton3(a.rect, a.listener, a.tag, Image(a.node, "background"), 0);
+}
+
+CView* makeMovieButton4(const LayoutElementArgs& a) {
+    return new CMovieButton4(a.rect, a.listener, a.tag, Image(a.node, "background"), a.rect.height());
+}
+
+template <nTiled::Axis Axis>
+CView* makeTiled(const LayoutElementArgs& a) {
+    return new nTiled(a.rect, a.tag, getInt(a.node, "background"), Axis, getBool(a.node, "clickthru"));
+}
+
+CView* makeFaded(const LayoutElementArgs& a) { return new nFaded(a.rect, a.tag); }
+
+CView* makeTextDisplay(const LayoutElementArgs& a) {
+    return new nTextDisplay(a.rect, a.tag, textOf(a.node, "text"), nTextDisplay::kLabel);
+}
+
+CView* makeTextDisplayC(const LayoutElementArgs& a) {
+    return new nTextDisplay(a.rect, a.tag, textOf(a.node, "text"), nTextDisplay::kCaption);
+}
+
+CView* makeDarken(const LayoutElementArgs& a) { return new nDarken(a.rect, a.listener, a.tag); }
+
+CView* makeScrollBox(const LayoutElementArgs& a) { return new nScrollBox(a.rect, a.tag); }
+
+CView* makeAboutText(const LayoutElementArgs& a) {
+    return new nTextDisplay(a.rect, a.tag, aboutText(textOf(a.node, "text")), nTextDisplay::kLabel);
+}
+
+// One row per element of the editor, in the order they are compared: a
+// maker for those that exist, a few words for those to come.
+struct EditorElement {
+    const char* name;
+    CView* (*make)(const LayoutElementArgs&);
+    const char* what;
+};
+
+constexpr EditorElement kEditorElements[] = {
+    {"nCGViewContainer", makeCGViewContainer, nullptr},
+    {"EQGraph", nullptr, "response graph"},
+    {"TextLabel", makeTextLabel, nullptr},
+    {"CEQKnob", nullptr, "band knob"},
+    {"CEQText", nullptr, "value text"},
+    {"CEQTextG", nullptr, "value text"},
+    {"SOptionMenu", nullptr, "slot menu"},
+    {"SGroupMenu", nullptr, "group menu"},
+    {"TOptionMenu", nullptr, "text menu"},
+    {"CopyToMenu", nullptr, "copy-to menu"},
+    {"nVU", nullptr, "level meter"},
+    {"nPage", makePage<nPage>, nullptr},
+    {"nPageR", makePage<nPageR>, nullptr},
+    {"nClickThruPage", makePage<nClickThruPage>, nullptr},
+    {"nDraggablePage", makePage<nDraggablePage>, nullptr},
+    {"nPageSelect", makePageSelect, nullptr},
+    {"nHighlightSheet", nullptr, "highlight sheet"},
+    {"CEQVSlider", nullptr, "value slider"},
+    {"CEQHSlider", nullptr, "value slider"},
+    {"CPresetMenu", nullptr, "preset menu"},
+    {"BandButton", nullptr, "band button"},
+    {"SetupWindow", nullptr, "setup page list"},
+    {"nKickButton2", makeKickButton2, nullptr},
+    {"Preferences", nullptr, "preferences"},
+    {"UIPreferences", nullptr, "display preferences"},
+    {"TextDisplay", nullptr, "value readout"},
+    {"CMovieButton3", makeMovieButton3, nullptr},
+    {"CMovieButton4", makeMovieButton4, nullptr},
+    {"nTiled", makeTiled<nTiled::Axis::X>, nullptr},
+    {"nTiledV", makeTiled<nTiled::Axis::Y>, nullptr},
+    {"BandStrips", nullptr, "band strips"},
+    {"meterSection", nullptr, "meters"},
+    {"nFaded", makeFaded, nullptr},
+    {"nTextDisplay", makeTextDisplay, nullptr},
+    {"nTextDisplayC", makeTextDisplayC, nullptr},
+    {"nDarken", makeDarken, nullptr},
+    {"nScrollBox", makeScrollBox, nullptr},
+    {"nTTMenu", nullptr, "text menu"},
+    {"PhaseGraph", nullptr, "phase graph"},
+    {"IRGraph", nullptr, "impulse graph"},
+    {"RoutingMatrix", nullptr, "routing matrix"},
+    {"nAnalyserButton", nullptr, "analyser button"},
+    {"Keyboard", nullptr, "keyboard"},
+    {"SpecialArrows", nullptr, "tray handle"},
+    {"SetupWizard", nullptr, "setup wizard"},
+    {"nResizeBox", nullptr, "resize corner"},
+    {"PropagateMenu", nullptr, "propagate menu"},
+    {"AboutText", makeAboutText, nullptr},
+};
+
+const EditorElement* findElement(std::string_view name) {
+    for (const EditorElement& row : kEditorElements) {
+        if (sameName(row.name, name)) return &row;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+CView* createEditorElement(std::string_view name, const LayoutElementArgs& args) {
+    const EditorElement* row = findElement(name);
+    return row && row->make ? row->make(args) : nullptr;
+}
+
+const char* pendingElement(std::string_view name) {
+    const EditorElement* row = findElement(name);
+    return row && !row->make ? row->what : nullptr;
+}
