@@ -1,0 +1,233 @@
+// The editor's own views and the toolkit elements as the layout builds
+// them: attributes reaching the views, pages that resize, drag and scroll,
+// tiles and sheets that take or pass the mouse, texts, fades and the
+// frames a filmstrip button shows.
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "gui/editor/EditorButtons.h"
+#include "gui/editor/LayoutBuilder.h"
+#include "gui/editor/Pages.h"
+#include "gui/editor/StaticViews.h"
+#include "gui/toolkit/Animations.h"
+#include "gui/toolkit/CDIB.h"
+#include "gui/toolkit/CFrame.h"
+#include "gui/toolkit/HeadlessRender.h"
+#include "gui/toolkit/Sliders.h"
+
+using namespace VSTGUI;
+
+namespace {
+
+struct Listener : CControlListener {
+    void valueChanged(CControl* control) override { values.push_back(control->getValue()); }
+    std::vector<float> values;
+};
+
+// A frame holding what a document builds.
+struct Built {
+    explicit Built(const std::string& body, CCoord width = 400, CCoord height = 300)
+        : frame(new CFrame(CRect(0, 0, width, height), nullptr)) {
+        const LayoutReadResult doc = readLayoutDocument("<ui>" + body + "</ui>");
+        EXPECT_TRUE(doc.ok) << doc.error;
+        builder.viewFromLayout(doc.root, frame, frame, &listener);
+    }
+    ~Built() { frame->forget(); }
+    template <class View>
+    View* view(int32_t index = 0) const {
+        return static_cast<View*>(frame->getView(index));
+    }
+
+    Listener listener;
+    CFrame* frame;
+    LayoutBuilder builder;
+};
+
+int32_t press(CView* view, CCoord x, CCoord y, int32_t buttons = kLButton) {
+    CPoint where(x, y);
+    return view->onMouseDown(where, buttons);
+}
+
+TEST(LayoutElements, ToolkitRowsReadTheirAttributes) {
+    Built b("<CVerticalSlider2 x=0 y=0 width=20 height=200 offsety=10 rangehandle=100/>"
+            "<CHorizontalSlider style=16 minpos=3 maxpos=40 width=60 height=10/>"
+            "<CVuMeter nbled=8 width=10 height=80/>"
+            "<CKickButton2 heightofoneimage=25 xoff=2 yoff=3 width=20 height=25/>"
+            "<CMovieBitmap2 subpixmaps=5 heightofoneimage=12 width=10 height=12/>");
+    auto* vertical = b.view<CSlider>(0);
+    EXPECT_STREQ(vertical->getClassName(), "CVerticalSlider");
+    const CCoord handle = vertical->getHandleLength();
+    EXPECT_EQ(vertical->getMaxPos(), 10);  // the top of the travel, the maximum
+    EXPECT_EQ(vertical->getMinPos(), 110 - handle);
+    auto* horizontal = b.view<CSlider>(1);
+    EXPECT_TRUE(horizontal->isHorizontal());
+    EXPECT_EQ(horizontal->getMinPos(), 3);
+    EXPECT_EQ(horizontal->getMaxPos(), 40);
+    EXPECT_EQ(b.view<CVuMeter>(2)->getDecreaseStepValue(), 0.1f);
+    auto* kick = b.view<CKickButton>(3);
+    EXPECT_EQ(kick->getHeightOfOneImage(), 25);
+    EXPECT_EQ(kick->getBackOffset(), CPoint(2, 3));
+    auto* film = b.view<CMovieBitmap>(4);
+    EXPECT_EQ(film->getNumSubPixmaps(), 5);
+    EXPECT_EQ(film->getHeightOfOneImage(), 12);
+}
+
+TEST(LayoutElements, ResizablePageCarriesItsFirstView) {
+    Built b("<nPageR x=10 y=10 width=100 height=80><nPage x=5 y=6 width=100 height=80/>"
+            "<nPage x=0 y=0 width=7 height=7/></nPageR>");
+    auto* page = b.view<nPageR>();
+    page->setViewSize(CRect(10, 10, 310, 210));
+    auto* first = static_cast<CView*>(page->getView(0));
+    EXPECT_EQ(first->getViewSize(), CRect(5, 6, 305, 206));
+    EXPECT_EQ(page->getView(1)->getViewSize(), CRect(0, 0, 7, 7));
+}
+
+TEST(LayoutElements, DraggedPageStaysWithinReach) {
+    // frame 400 x 300, page 200 x 150 at (50, 50), grabbed at (60, 60)
+    const struct { CPoint to; CPoint topLeft; } rows[] = {
+        {{110, 90}, {100, 80}},      // free move
+        {{1000, 60}, {300, 50}},     // left edge at most width - 100
+        {{-500, 60}, {-100, 50}},    // right edge at least 100
+        {{60, -40}, {50, 0}},        // top edge not above 0
+        {{60, 900}, {50, 200}},      // top edge at most height - 100
+    };
+    for (const auto& row : rows) {
+        Built b("<nDraggablePage x=50 y=50 width=200 height=150 pagenumber=0/>");
+        auto* page = b.view<nDraggablePage>();
+        ASSERT_EQ(press(page, 60, 60), kMouseEventHandled);
+        CPoint where = row.to;
+        page->onMouseMoved(where, kLButton);
+        page->onMouseUp(where, 0);
+        EXPECT_EQ(page->getViewSize().topLeft(), row.topLeft) << row.to.x << "," << row.to.y;
+    }
+    // A child's own press is not a drag.
+    Built b("<nDraggablePage x=0 y=0 width=200 height=150><COnOffButton x=10 y=10 width=20 height=20/>"
+            "</nDraggablePage>");
+    press(b.view<CView>(), 15, 15);
+    EXPECT_EQ(b.listener.values, std::vector<float>{1.0f});
+}
+
+TEST(LayoutElements, ScrollBoxFollowsItsShownViews) {
+    Built b("<nScrollBox tag=kGUIProcessMode width=200 height=100>"
+            "  <nPage tag=kGUIPresetBox pagenumber=0 y=0 width=150 height=40/>"
+            "  <nPage tag=kGUIPresetBox pagenumber=1 y=20 width=150 height=280/>"
+            "</nScrollBox>");
+    auto* box = b.view<nScrollBox>();
+    auto* shortPage = static_cast<nPage*>(box->getView(0));
+    auto* tallPage = static_cast<nPage*>(box->getView(1));
+    EXPECT_EQ(box->scrollRange(), 0);
+    EXPECT_TRUE(box->thumbRect().isEmpty());
+
+    shortPage->setValue(1);
+    tallPage->setValue(1);
+    box->setValue(1);  // the mode changed: the box measures again and stays
+    EXPECT_FALSE(box->isHidden());
+    EXPECT_EQ(box->scrollRange(), 200);
+    box->setScrollOffset(50.4f);
+    EXPECT_EQ(box->getScrollOffset(), 50);
+    EXPECT_EQ(tallPage->getViewSize().top, -30);
+    box->onWheel(CPoint(50, 50), kMouseWheelAxisY, -100, 0);
+    EXPECT_EQ(box->getScrollOffset(), 200);
+    EXPECT_EQ(box->thumbRect().bottom, 100);
+    EXPECT_EQ(box->thumbRect().width(), nScrollBox::kBarWidth);
+
+    tallPage->setValue(0);  // back to the short page: nothing left to scroll
+    CDIB* picture = renderView(b.frame);
+    EXPECT_EQ(box->getScrollOffset(), 0);
+    EXPECT_EQ(shortPage->getViewSize().top, 0);
+    picture->forget();
+}
+
+TEST(LayoutElements, PageSelectHoldsItsValueOnlyWhilePressedInside) {
+    const struct { CPoint release; std::vector<float> heard; } rows[] = {
+        {{5, 5}, {1.0f}},
+        {{50, 50}, {0.0f}},  // let go outside: the value at the press
+    };
+    for (const auto& row : rows) {
+        Built b("<nPageSelect tag=kGUISetup val=1 width=20 height=20/>");
+        auto* select = b.view<nPageSelect>();
+        press(select, 5, 5);
+        EXPECT_EQ(select->getValue(), 1.0f);
+        CPoint where = row.release;
+        select->onMouseMoved(where, kLButton);
+        select->onMouseUp(where, 0);
+        EXPECT_EQ(b.listener.values, row.heard);
+    }
+}
+
+TEST(LayoutElements, TilesAndSheetsTakeOrPassTheMouse) {
+    Built b("<nTiled clickthru=true width=50 height=10/><nTiledV clickthru=1 width=50 height=10/>"
+            "<nDarken tag=kGUISetup width=50 height=10/>");
+    auto* through = b.view<nTiled>(0);
+    auto* solid = b.view<nTiled>(1);  // "1" reads as off
+    auto* sheet = b.view<nDarken>(2);
+    const CPoint inside(5, 5);
+    EXPECT_FALSE(through->hitTest(inside));
+    EXPECT_TRUE(solid->hitTest(inside));
+    EXPECT_EQ(press(solid, 5, 5), kMouseDownEventHandledButDontNeedMovedOrUpEvents);
+    EXPECT_FALSE(sheet->hitTest(inside));
+    sheet->setValue(1);
+    EXPECT_TRUE(sheet->hitTest(inside));
+    CDIB* picture = renderView(sheet, kWhiteCColor);
+    EXPECT_EQ(picture->getPixel(5, 5), (CColor{0x66, 0x66, 0x66, 0xff}));  // white under 0x99 black
+    picture->forget();
+    press(sheet, 5, 5);
+    EXPECT_EQ(sheet->getValue(), 0.0f);
+    EXPECT_EQ(b.listener.values, std::vector<float>{0.0f});
+}
+
+TEST(LayoutElements, TextsAndTheFade) {
+    Built b("<nTextDisplay text=\"One\\Two\" width=200 height=40/><AboutText text=\"Credits\" width=200 height=60/>"
+            "<nTextDisplayC text=\"SCALE\" width=60 height=20/><nFaded width=10 height=100/>");
+    EXPECT_EQ(b.view<nTextDisplay>(0)->getLines(), (std::vector<std::string>{"One", "Two"}));
+    EXPECT_EQ(b.view<nTextDisplay>(1)->getLines(), (std::vector<std::string>{"Fenwoldrine 1.59", "Credits"}));
+    EXPECT_EQ(b.view<nTextDisplay>(2)->getStyle().align, kCenterText);
+    EXPECT_FALSE(b.view<nTextDisplay>(0)->hitTest(CPoint(5, 5)));
+    CDIB* fade = renderView(b.view<CView>(3));
+    const struct { int32_t row; uint8_t level; } rows[] = {{0, 58}, {50, 29}, {99, 0}};
+    for (const auto& row : rows) EXPECT_EQ(fade->getPixel(5, row.row).red, row.level) << row.row;
+    fade->forget();
+}
+
+// A strip of three 4-pixel frames in red, green and blue.
+CDIB* threeFrames() {
+    auto* strip = new CDIB(4, 12);
+    const CColor colours[3] = {{255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}};
+    for (int i = 0; i < 3; ++i) strip->fill(CRect(0, 4 * i, 4, 4 * i + 4), colours[i]);
+    return strip;
+}
+
+TEST(LayoutElements, FilmstripButtonsShowTheirStates) {
+    CDIB* strip = threeFrames();
+    auto* kick = new nKickButton2(CRect(0, 0, 4, 4), nullptr, 1, strip, 4);
+    auto* toggle = new CMovieButton4(CRect(0, 0, 4, 4), nullptr, 2, strip, 4);
+    strip->forget();
+    auto shown = [](CView* view) {
+        CDIB* picture = renderView(view);
+        const CColor c = picture->getPixel(1, 1);
+        picture->forget();
+        return c.red ? 0 : c.green ? 1 : 2;
+    };
+    const struct { bool busy, disabled, pressed; int frame; } kicks[] = {
+        {false, false, false, 0}, {true, false, false, 1}, {false, false, true, 1}, {true, true, false, 2},
+    };
+    for (const auto& row : kicks) {
+        kick->setBusy(row.busy);
+        kick->setDisabled(row.disabled);
+        kick->setValue(row.pressed ? 1.0f : 0.0f);
+        EXPECT_EQ(shown(kick), row.frame) << row.busy << row.disabled << row.pressed;
+    }
+    EXPECT_EQ(press(kick, 1, 1), kMouseDownEventHandledButDontNeedMovedOrUpEvents);  // disabled: ignored
+    EXPECT_EQ(kick->getValue(), 0.0f);
+    toggle->setValue(1);
+    EXPECT_EQ(shown(toggle), 1);
+    toggle->setThirdState(true);
+    EXPECT_EQ(shown(toggle), 2);
+    kick->forget();
+    toggle->forget();
+}
+
+}  // namespace
