@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "gui/toolkit/CFontDesc.h"
+
 using namespace VSTGUI;
 
 PlaceholderView::PlaceholderView(const CRect& r, std::string_view name, std::string_view what, int32_t t)
@@ -10,6 +12,7 @@ PlaceholderView::PlaceholderView(const CRect& r, std::string_view name, std::str
 }
 
 void PlaceholderView::draw(CDrawContext* context) {
+    context->setFont(kNormalFont);
     context->setDrawMode(kAliasing);
     context->setLineWidth(1);
     context->setLineStyle(kLineSolid);

@@ -117,6 +117,13 @@ void nTextDisplay::draw(CDrawContext* context) {
     CCoord top = size.top;
     const CCoord rowHeight = lines.size() == 1 ? size.height() : step;
     for (const std::string& line : lines) {
+        // A line wider than the view is set smaller rather than running
+        // into the views beside it.
+        const CCoord width = font->getStringWidth(line.c_str());
+        CCoord fontSize = style.fontSize;
+        if (width > size.width() && width > 0)
+            fontSize = std::max(kSmallestSize, std::floor(style.fontSize * size.width() / width));
+        context->setFont(font, fontSize);
         context->drawString(line.c_str(), CRect(size.left, top, size.right, top + rowHeight), style.align);
         top += step;
         if (top >= size.bottom) break;

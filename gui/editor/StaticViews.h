@@ -57,8 +57,10 @@ public:
 };
 
 // Static text in one font and colour, its lines (split at each backslash)
-// one below the other from the top. The editor may replace the text (the
-// channel count line does). It takes no mouse.
+// one below the other from the top. A line too wide for the view is drawn
+// smaller, down to kSmallestSize, so that it ends inside the view. The
+// editor may replace the text (the channel count line does). It takes no
+// mouse.
 class nTextDisplay : public VSTGUI::CControl {
 public:
     struct Style {
@@ -70,6 +72,7 @@ public:
     static constexpr Style kCaption{12, {0xa6, 0xa6, 0xa6, 0xff}, VSTGUI::kCenterText};
     // The display face every static text is drawn in.
     static constexpr const char* kFontName = "FUTURAB";
+    static constexpr VSTGUI::CCoord kSmallestSize = 9;
 
     nTextDisplay(const VSTGUI::CRect& size, int32_t tag, std::string_view text, const Style& style);
 
