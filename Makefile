@@ -10,6 +10,8 @@
 #   make bench-deps   install the peer LV2 equalisers the LV2 benchmark measures against
 #   make bench-peers  our LV2 plug-in against those peers (release)
 #   make demo    render a generated test signal through a few settings
+#   make screenshots  the editor drawn headless: main page, setup panel and wizard as PNGs
+#                     in build/release/screenshots/
 #   make install    release build; fenwoldrine-render to $(PREFIX)/bin, the LV2 bundle to $(LV2_DIR),
 #                   the factory bank to the installation folder
 #   make uninstall  removes the renderer, the LV2 bundle, Factory Bank.fwi and Presets/Factory/ again
@@ -20,7 +22,7 @@ PREFIX ?= $(HOME)/.local
 LV2_DIR ?= $(HOME)/.lv2
 CMAKE_GEN := -G Ninja
 
-.PHONY: all release debug tsan deps test check bench bench-deps bench-peers demo fuzz clean install uninstall
+.PHONY: all release debug tsan deps test check bench bench-deps bench-peers demo screenshots fuzz clean install uninstall
 
 all: release
 
@@ -75,6 +77,14 @@ fuzz: deps build/fuzz/build.ninja
 		ASAN_OPTIONS=detect_leaks=1 ./build/fuzz/tests/fuzz/fenwoldrine-$$name-fuzzer \
 			-max_total_time=$(FUZZ_SHARE) -timeout=20 -rss_limit_mb=4096 -print_final_stats=1 \
 			-artifact_prefix=build/fuzz/$$name- build/fuzz/corpus/$$seeds tests/fuzz/seeds/$$seeds $$extra; \
+	done
+
+screenshots: deps
+	$(MAKE) release
+	@mkdir -p build/release/screenshots
+	@set -e; for page in main setup wizard; do \
+		./build/release/tools/fenwoldrine-editor-preview build/release/screenshots/$$page.png --page $$page; \
+		echo "build/release/screenshots/$$page.png"; \
 	done
 
 bench: deps
