@@ -1,20 +1,24 @@
 # Compiles files into a library as byte arrays, found at run time by name and
 # type through findResource() (resources/ResourceTable.h).
 #
-#   fw_embed_resource(TARGET <lib> NAME <name> TYPE <type> FILE <path>)
+#   fw_embed_resource(TARGET <lib> NAME <name> TYPE <type> FILE <path>
+#                     [GENERATED_BY <target>])
 #
 # Each call turns FILE into a generated source of <lib> that holds its bytes
 # (followed by one NUL byte not counted in the size) and adds the entry to
 # the list that <lib>'s ResourceTable.cpp includes as
 # "EmbeddedResourceList.inc". The bytes are regenerated whenever FILE
 # changes. Call it from the directory that creates <lib>.
+#
+# GENERATED_BY names the target that makes FILE during the build: FILE
+# need not exist when CMake runs, and <lib> is built after that target.
 
 include_guard(GLOBAL)
 
 set_property(GLOBAL PROPERTY FW_EMBED_FILE_SCRIPT ${CMAKE_CURRENT_LIST_DIR}/EmbedFile.cmake)
 
 function(fw_embed_resource)
-  cmake_parse_arguments(PARSE_ARGV 0 ARG "" "TARGET;NAME;TYPE;FILE" "")
+  cmake_parse_arguments(PARSE_ARGV 0 ARG "" "TARGET;NAME;TYPE;FILE;GENERATED_BY" "")
   foreach(required TARGET NAME TYPE FILE)
     if(NOT ARG_${required})
       message(FATAL_ERROR "fw_embed_resource: ${required} is missing")
@@ -24,7 +28,10 @@ function(fw_embed_resource)
     message(FATAL_ERROR "fw_embed_resource: no target ${ARG_TARGET}")
   endif()
   get_filename_component(input ${ARG_FILE} ABSOLUTE BASE_DIR ${CMAKE_CURRENT_SOURCE_DIR})
-  if(NOT EXISTS ${input})
+  if(ARG_GENERATED_BY)
+    set_source_files_properties(${input} PROPERTIES GENERATED TRUE)
+    add_dependencies(${ARG_TARGET} ${ARG_GENERATED_BY})
+  elseif(NOT EXISTS ${input})
     message(FATAL_ERROR "fw_embed_resource: ${input} does not exist")
   endif()
 
