@@ -2,8 +2,6 @@
 
 #include <string>
 
-#include <strings.h>
-
 #include "gui/editor/EditorButtons.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/StaticViews.h"
@@ -14,29 +12,6 @@
 using namespace VSTGUI;
 
 namespace {
-
-bool sameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
-std::string_view textOf(const LayoutNode& node, const char* key) {
-    const char* text = getAttribute(node, key);
-    return text ? text : "";
-}
-
-// A bitmap of the layout, given to a new view that takes its own reference.
-struct Image {
-    Image(const LayoutNode& node, const char* key) {
-        if (const int32_t id = getInt(node, key)) image = CDIB::fromResource(id);
-    }
-    ~Image() {
-        if (image) image->forget();
-    }
-    Image(const Image&) = delete;
-    Image& operator=(const Image&) = delete;
-    operator CBitmap*() const { return image; }
-    CDIB* image = nullptr;
-};
 
 // Light grey of the value glyphs, for labels drawn in their colours.
 constexpr CColor kGlyphGrey{0xc0, 0xc0, 0xc0, 0xff};
@@ -49,7 +24,7 @@ CView* makePage(const LayoutElementArgs& a) {
 CView* makeCGViewContainer(const LayoutElementArgs& a) { return new nCGViewContainer(a.rect, getBool(a.node, "hide")); }
 
 CView* makeTextLabel(const LayoutElementArgs& a) {
-    auto* label = new CTextLabel(a.rect, std::string(textOf(a.node, "txt")).c_str());
+    auto* label = new CTextLabel(a.rect, getText(a.node, "txt").c_str());
     label->setTransparency(true);
     label->setFontColor(kGlyphGrey);
     label->setMouseEnabled(false);
@@ -61,17 +36,17 @@ CView* makePageSelect(const LayoutElementArgs& a) {
 }
 
 CView* makeKickButton2(const LayoutElementArgs& a) {
-    return new nKickButton2(a.rect, a.listener, a.tag, Image(a.node, "background"), getInt(a.node, "heightOfOneImage"));
+    return new nKickButton2(a.rect, a.listener, a.tag, LayoutImage(a.node, "background"), getInt(a.node, "heightOfOneImage"));
 }
 
 // The toggles divide their strips by their own height: two frames, or three
 // for the one with a third state.
 CView* makeMovieButton3(const LayoutElementArgs& a) {
-    return new CMovieButton3(a.rect, a.listener, a.tag, Image(a.node, "background"), 0);
+    return new CMovieButton3(a.rect, a.listener, a.tag, LayoutImage(a.node, "background"), 0);
 }
 
 CView* makeMovieButton4(const LayoutElementArgs& a) {
-    return new CMovieButton4(a.rect, a.listener, a.tag, Image(a.node, "background"), a.rect.height());
+    return new CMovieButton4(a.rect, a.listener, a.tag, LayoutImage(a.node, "background"), a.rect.height());
 }
 
 template <nTiled::Axis Axis>
@@ -82,11 +57,11 @@ CView* makeTiled(const LayoutElementArgs& a) {
 CView* makeFaded(const LayoutElementArgs& a) { return new nFaded(a.rect, a.tag); }
 
 CView* makeTextDisplay(const LayoutElementArgs& a) {
-    return new nTextDisplay(a.rect, a.tag, textOf(a.node, "text"), nTextDisplay::kLabel);
+    return new nTextDisplay(a.rect, a.tag, getText(a.node, "text"), nTextDisplay::kLabel);
 }
 
 CView* makeTextDisplayC(const LayoutElementArgs& a) {
-    return new nTextDisplay(a.rect, a.tag, textOf(a.node, "text"), nTextDisplay::kCaption);
+    return new nTextDisplay(a.rect, a.tag, getText(a.node, "text"), nTextDisplay::kCaption);
 }
 
 CView* makeDarken(const LayoutElementArgs& a) { return new nDarken(a.rect, a.listener, a.tag); }
@@ -94,7 +69,7 @@ CView* makeDarken(const LayoutElementArgs& a) { return new nDarken(a.rect, a.lis
 CView* makeScrollBox(const LayoutElementArgs& a) { return new nScrollBox(a.rect, a.tag); }
 
 CView* makeAboutText(const LayoutElementArgs& a) {
-    return new nTextDisplay(a.rect, a.tag, aboutText(textOf(a.node, "text")), nTextDisplay::kLabel);
+    return new nTextDisplay(a.rect, a.tag, aboutText(getText(a.node, "text")), nTextDisplay::kLabel);
 }
 
 // One row per element of the editor, in the order they are compared: a
@@ -158,7 +133,7 @@ constexpr EditorElement kEditorElements[] = {
 
 const EditorElement* findElement(std::string_view name) {
     for (const EditorElement& row : kEditorElements) {
-        if (sameName(row.name, name)) return &row;
+        if (sameLayoutName(row.name, name)) return &row;
     }
     return nullptr;
 }

@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
-#include <strings.h>
 
+#include "gui/editor/EditorButtons.h"
+#include "gui/editor/EditorElements.h"
 #include "gui/editor/LayoutPlacing.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/PlaceholderView.h"
-#include "gui/editor/EditorButtons.h"
-#include "gui/editor/EditorElements.h"
 #include "gui/toolkit/Animations.h"
 #include "gui/toolkit/Buttons.h"
 #include "gui/toolkit/CDIB.h"
@@ -30,40 +29,13 @@ LayoutLogSink& logSink() {
     return sink;
 }
 
-bool sameName(std::string_view a, std::string_view b) {
-    return a.size() == b.size() && strncasecmp(a.data(), b.data(), a.size()) == 0;
-}
-
 // ---- The toolkit's elements ----
 // One row per element, compared in order. A row without a maker names an
 // element that is recognised and deliberately builds nothing.
 
-// An image of the layout by the number in attribute `key`, with one
-// reference that ends with the holder; null for 0, a missing attribute or
-// an unknown number.
-struct LayoutImage {
-    LayoutImage(const LayoutNode& node, const char* key) {
-        const int32_t id = getInt(node, key);
-        if (id != 0) image = CDIB::fromResource(id);
-    }
-    ~LayoutImage() {
-        if (image) image->forget();
-    }
-    LayoutImage(const LayoutImage&) = delete;
-    LayoutImage& operator=(const LayoutImage&) = delete;
-    operator CBitmap*() const { return image; }
-
-    CDIB* image = nullptr;
-};
-
 bool has(const LayoutNode& node, const char* key) { return getAttribute(node, key) != nullptr; }
 CPoint backOffset(const LayoutNode& node) { return CPoint(getInt(node, "xoff"), getInt(node, "yoff")); }
 CPoint secondOffset(const LayoutNode& node) { return CPoint(getInt(node, "offsetx"), getInt(node, "offsety")); }
-std::string textOf(const LayoutNode& node, const char* key) {
-    const char* text = getAttribute(node, key);
-    return text ? text : "";
-}
-
 CView* makeGViewContainer(const LayoutElementArgs& a) {
     return new LayoutGViewContainer(a.rect, getBool(a.node, "hide"), getInt(a.node, "background"));
 }
@@ -77,12 +49,12 @@ CView* makeParamDisplay(const LayoutElementArgs& a) {
 }
 
 CView* makeTextLabel(const LayoutElementArgs& a) {
-    return new CTextLabel(a.rect, textOf(a.node, "txt").c_str(), LayoutImage(a.node, "background"),
+    return new CTextLabel(a.rect, getText(a.node, "txt").c_str(), LayoutImage(a.node, "background"),
                           getInt(a.node, "style"));
 }
 
 CView* makeTextEdit(const LayoutElementArgs& a) {
-    return new CTextEdit(a.rect, a.listener, a.tag, textOf(a.node, "txt").c_str(), LayoutImage(a.node, "background"),
+    return new CTextEdit(a.rect, a.listener, a.tag, getText(a.node, "txt").c_str(), LayoutImage(a.node, "background"),
                          getInt(a.node, "style"));
 }
 
@@ -284,6 +256,16 @@ const char* builtAsName(BuiltAs what) {
     return "skipped";
 }
 
+LayoutImage::LayoutImage(const LayoutNode& node, const char* key) {
+    if (const int32_t id = getInt(node, key)) image = CDIB::fromResource(id);
+}
+
+LayoutImage::~LayoutImage() {
+    if (image) image->forget();
+}
+
+LayoutImage::operator CBitmap*() const { return image; }
+
 LayoutGViewContainer::LayoutGViewContainer(const CRect& r, bool hide, int32_t id)
     : CGViewContainer(r, hide), backgroundId(id) {
     setTransparency(!setBackgroundFromId(this, id));
@@ -297,7 +279,7 @@ CView* LayoutBuilder::createCustomView(std::string_view name, const CRect& rect,
                                        int32_t tag, const LayoutNode& node) {
     if (CView* view = createEditorElement(name, {node, rect, tag, listener})) return view;
     for (const std::string& pending : placeholders) {
-        if (sameName(pending, name)) return new PlaceholderView(rect, node.name, {}, tag);
+        if (sameLayoutName(pending, name)) return new PlaceholderView(rect, node.name, {}, tag);
     }
     if (const char* what = pendingElement(name)) return new PlaceholderView(rect, node.name, what, tag);
     return nullptr;
@@ -328,7 +310,7 @@ void LayoutBuilder::buildChildren(const LayoutNode& node, CViewContainer* parent
         CView* view = nullptr;
         bool known = false;
         for (const ToolkitElement& entry : kToolkitElements) {
-            if (!sameName(element.name, entry.name)) continue;
+            if (!sameLayoutName(element.name, entry.name)) continue;
             known = true;
             if (entry.make) view = entry.make({element, placed.rect, placed.tag, listener});
             if (view) {

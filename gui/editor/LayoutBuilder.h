@@ -23,6 +23,8 @@
 #include "gui/toolkit/CViewContainer.h"
 
 namespace VSTGUI {
+class CBitmap;
+class CDIB;
 class CFrame;
 }
 
@@ -60,6 +62,21 @@ public:
 
 private:
     int32_t backgroundId;
+};
+
+// An image of the layout by the number in attribute `key`, holding one
+// reference until the holder goes (a view given it takes its own); null
+// for 0, a missing attribute or an unknown number.
+class LayoutImage {
+public:
+    LayoutImage(const LayoutNode& node, const char* key);
+    ~LayoutImage();
+    LayoutImage(const LayoutImage&) = delete;
+    LayoutImage& operator=(const LayoutImage&) = delete;
+    operator VSTGUI::CBitmap*() const;
+
+private:
+    VSTGUI::CDIB* image = nullptr;
 };
 
 // The arguments every element's maker gets.

@@ -227,6 +227,13 @@ LayoutReadResult readLayoutDocument(std::string_view text) { return Reader(text)
 
 bool isElement(const LayoutNode& node, std::string_view name) { return sameText(node.name, name); }
 
+bool sameLayoutName(std::string_view a, std::string_view b) { return sameText(a, b); }
+
+std::string getText(const LayoutNode& node, std::string_view key) {
+    const char* text = getAttribute(node, key);
+    return text ? text : "";
+}
+
 const char* getAttribute(const LayoutNode& node, std::string_view key) {
     const std::vector<LayoutAttribute>& pairs = node.attributes;
     size_t i = 0;

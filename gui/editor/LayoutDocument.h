@@ -50,6 +50,9 @@ LayoutReadResult readLayoutDocument(std::string_view text);
 
 // Element names compare without regard to case.
 bool isElement(const LayoutNode& node, std::string_view name);
+// Names of the layout (elements, attributes) compared as the layout does,
+// without regard to case.
+bool sameLayoutName(std::string_view a, std::string_view b);
 
 // The text of attribute `key` (compared without regard to case) or nullptr
 // when the element has none. The pairs are walked from the first:
@@ -63,6 +66,9 @@ bool isElement(const LayoutNode& node, std::string_view name);
 //    empty text.
 // The pointer stays valid while the node lives unchanged.
 const char* getAttribute(const LayoutNode& node, std::string_view key);
+
+// The attribute's text; "" when the element has none.
+std::string getText(const LayoutNode& node, std::string_view key);
 
 // The attribute read as a decimal integer, leading blanks and a sign
 // allowed, reading up to the first character that is not a digit; 0 when
