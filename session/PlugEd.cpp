@@ -461,6 +461,122 @@ void PlugEd::endLinkedEdit(int32_t tag) {
     if (field == kFieldSubtype) effect->undoEndGroup();
 }
 
+uint64_t PlugEd::bandsFollowing(int32_t band) const {
+    if (!linkingOn || band < 0 || band >= kNumBands || ((linkedBands >> band) & 1u) == 0) return 0;
+    return selectedBands & ~(uint64_t(1) << band);
+}
+
+void PlugEd::editBandRow(int32_t tag, float norm) {
+    const int32_t band = bandIndexOf(tag);
+    const int32_t field = bandFieldOf(tag);
+    if (band < 0) {
+        effect->setParameterAutomated(tag, norm);
+        return;
+    }
+    // Outside a gesture (typed text, a menu) the start is now.
+    const bool inGesture = linkedGesture[size_t(tag)];
+    auto start = [&](int32_t b, int32_t f) {
+        if (inGesture && f == field) return startValues[f][b];
+        const int32_t row = bandParam(b, f);
+        const bool normalised = f == kFieldFrequency || f == kFieldQ || f == kFieldShift;
+        return normalised ? effect->getParameter(row) : effect->getRealValue(row);
+    };
+    const bool wasOn = bandIsOn(*effect, band);
+    const uint64_t followers = wasOn ? bandsFollowing(band) : 0;
+    auto setFollower = [&](int32_t b, int32_t f, float value) {
+        const int32_t row = bandParam(b, f);
+        if (!inGesture) effect->beginEdit(row);
+        effect->setParameterAutomated(row, std::clamp(value, 0.0f, 1.0f));
+        if (!inGesture) effect->endEdit(row);
+    };
+    auto eachFollower = [&](auto&& action) {
+        for (int32_t b = 0; b < kNumBands; ++b)
+            if ((followers >> b) & 1u) action(b);
+    };
+    const ParamRow& row = staticParamTable()[tag];
+    switch (field) {
+        case kFieldState:
+            if (norm == 0.0f) {
+                eachFollower([&](int32_t b) {
+                    effect->beginEdit(bandParam(b, field));
+                    effect->setParameterAutomated(bandParam(b, field), 0.0f);
+                    effect->endEdit(bandParam(b, field));
+                });
+                selectedBands &= ~followers;
+            } else {
+                eachFollower([&](int32_t b) {
+                    effect->beginEdit(bandParam(b, field));
+                    effect->setParameterAutomated(bandParam(b, field), norm);
+                    effect->endEdit(bandParam(b, field));
+                });
+            }
+            break;
+        case kFieldType:
+            if (effect->getParameter(tag) != norm) effect->setParameterAutomated(bandParam(band, kFieldSubtype), 0.0f);
+            break;
+        case kFieldSubtype: {
+            const float type = effect->getRealValue(bandParam(band, kFieldType));
+            eachFollower([&](int32_t b) {
+                if (effect->getRealValue(bandParam(b, kFieldType)) == type) {
+                    effect->beginEdit(bandParam(b, field));
+                    effect->setParameterAutomated(bandParam(b, field), norm);
+                    effect->endEdit(bandParam(b, field));
+                }
+            });
+            break;
+        }
+        case kFieldGain:
+        case kFieldPhase: {
+            const double s = start(band, field);
+            const double n = curveToReal(row, norm);
+            eachFollower([&](int32_t b) {
+                const double own = start(b, field);
+                const double moved = s != 0.0 ? own * (n / s) : own + (n - s);
+                setFollower(b, field, float(curveToNorm(row, moved)));
+            });
+            break;
+        }
+        case kFieldFrequency:
+        case kFieldQ:
+        case kFieldShift: {
+            const float delta = norm - start(band, field);
+            eachFollower([&](int32_t b) { setFollower(b, field, start(b, field) + delta); });
+            break;
+        }
+        default:
+            break;  // Groups and Slope carry nothing over
+    }
+    effect->setParameterAutomated(tag, norm);
+}
+
+void PlugEd::selectOnly(int32_t band) {
+    if (band < 0 || band >= kNumBands) return;
+    selectedBands = uint64_t(1) << band;
+    if (linkingOn) linkedBands = selectedBands;
+}
+
+void PlugEd::selectToggle(int32_t band) {
+    if (band < 0 || band >= kNumBands) return;
+    const uint64_t bit = uint64_t(1) << band;
+    if (linkingOn) {
+        linkedBands ^= bit;
+        selectedBands = (selectedBands & ~bit) | (linkedBands & bit);
+    } else {
+        selectedBands ^= bit;
+    }
+}
+
+void PlugEd::setBandSelected(int32_t band, bool on) {
+    if (band < 0 || band >= kNumBands) return;
+    const uint64_t bit = uint64_t(1) << band;
+    selectedBands &= ~bit;
+    if (!linkingOn) {
+        if (on) selectedBands = bit;
+    } else {
+        selectedBands |= on ? bit : (bit & linkedBands);
+    }
+}
+
 // ---------------------------------------------------------------------------
 // UI settings kept as defaults and shared
 

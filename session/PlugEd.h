@@ -104,6 +104,30 @@ public:
     // A band row's value when the gesture began (Frequency, Q, Shift
     // normalised; Gain, Phase and State as shown).
     float getStartValue(int32_t band, int32_t field) const;
+    // The bands that take part in linking (bit b for band b). A band follows
+    // an edit of band h when linking is on, it is selected, it is not h, and
+    // h takes part in linking.
+    void setLinkedBands(uint64_t bands) { linkedBands = bands; }
+    uint64_t getLinkedBands() const { return linkedBands; }
+    bool isLinkingOn() const { return linkingOn; }
+    // The bands that follow an edit of `band`.
+    uint64_t bandsFollowing(int32_t band) const;
+    // A band row set from a control (normalised `norm`), with the bands that
+    // follow it: State switches them along (off, they leave the selection),
+    // a new Type first
+    // resets the Subtype, Subtype reaches followers of the same type, Gain
+    // and Phase scale by the edited band's ratio (or shift by its change
+    // from 0), Frequency, Q and Shift move by its normalised change. Only
+    // while the edited band is on; rows that are not band rows are set as
+    // they are.
+    void editBandRow(int32_t tag, float norm);
+
+    // ---- Selection ----
+    // The select tags: a band chosen alone (with linking on it takes part
+    // in linking too), a band's choice toggled, a band's selected tag set.
+    void selectOnly(int32_t band);
+    void selectToggle(int32_t band);
+    void setBandSelected(int32_t band, bool on);
 
     // ---- Presets ----
     // The loading flags as the user's store holds them; each read refreshes the effect's.
@@ -155,7 +179,11 @@ public:
     bool isPreEQ() const { return preEQ; }
     int32_t getAnalyserType() const { return analyserType; }
     int32_t getFreeWidth() const { return freeWidth; }
+    void setFreeWidth(int32_t width) { freeWidth = width; }
     uint32_t getChannelLinks() const { return channelLinks; }
+    void setChannelLinks(uint32_t links) { channelLinks = links; }
+    void setPreEQ(bool pre) { preEQ = pre; }
+    Plug& getEffect() const { return *effect; }
     // Source s (0 primary, 1 secondary): channel code, with the position of
     // another instance in bits 8 and up; the name of that instance or "".
     int32_t getAnalyserSource(int32_t s) const { return analyserSource[s & 1]; }
@@ -183,6 +211,7 @@ private:
 
     static constexpr int32_t kNumStartFields = 10;
     uint64_t selectedBands = 0;
+    uint64_t linkedBands = 0;
     bool linkingOn = true;
     bool graphDragging = false;  // the graph brackets its own drags
     float startValues[kNumStartFields][kNumBands] = {};
