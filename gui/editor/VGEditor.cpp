@@ -1,0 +1,544 @@
+#include "gui/editor/VGEditor.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <map>
+
+#include "core/ParamTable.h"
+#include "core/Plug.h"
+#include "gui/editor/AlertView.h"
+#include "gui/editor/EditorButtons.h"
+#include "gui/editor/LayoutResource.h"
+#include "gui/editor/LookPalette.h"
+#include "gui/editor/Pages.h"
+#include "gui/editor/StaticViews.h"
+#include "gui/toolkit/CGFrame.h"
+#include "gui/toolkit/HeadlessRender.h"
+#include "gui/toolkit/iControl.h"
+#include "session/PlugEd.h"
+#include "state/Alerts.h"
+
+using namespace VSTGUI;
+
+namespace {
+
+// Parameter rows whose controls are menus: they show and report the index
+// of the chosen word, and the effect takes the row's normalised value.
+bool isMenuRow(int32_t tag) {
+    switch (tag) {
+        case kParallel:
+        case kIRLength:
+        case kIRWindow:
+        case kIRPhase:
+        case kIRPad:
+        case kDPlusLen:
+        case kDPlusPhase:
+        case kMode:
+        case kABBank: return true;
+        default: return false;
+    }
+}
+
+// The parameter rows behind the render settings, in the order of their tags.
+constexpr int32_t kRenderRows[] = {kMode, kIRLength, kIRWindow, kIRWindowParam, kIRPhase, kIRPad, kDPlusLen,
+                                   kDPlusPhase};
+
+int32_t firstWordValue(int32_t row) {
+    int32_t count = 0;
+    int32_t first = 0;
+    choiceWords(row, &count, &first);
+    return first;
+}
+
+// The normalised value of menu entry `index` of a parameter row.
+float normOfEntry(int32_t row, float index) {
+    return static_cast<float>(curveToNorm(staticParamTable()[row], firstWordValue(row) + std::round(index)));
+}
+
+// The menu entry a normalised value of a parameter row stands for.
+float entryOfNorm(int32_t row, float norm) {
+    return static_cast<float>(std::round(curveToReal(staticParamTable()[row], norm)) - firstWordValue(row));
+}
+
+CRect toRect(const layout::Box& b) { return CRect(b.left, b.top, b.right, b.bottom); }
+
+uint64_t steadyMilliseconds() {
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                     std::chrono::steady_clock::now().time_since_epoch())
+                                     .count());
+}
+
+}  // namespace
+
+// Builds the layout and keeps the views of the elements that have no tag.
+class VGEditor::Builder : public LayoutBuilder {
+public:
+    CView* createCustomView(std::string_view name, const CRect& rect, CControlListener* listener, int32_t tag,
+                            const LayoutNode& node) override {
+        CView* view = LayoutBuilder::createCustomView(name, rect, listener, tag, node);
+        if (view) byName[std::string(name)] = view;
+        return view;
+    }
+    std::map<std::string, CView*> byName;  // the last view made of each element
+};
+
+VGEditor::VGEditor(PlugEd& editor) : ed(editor), effect(editor.getEffect()), clock(steadyMilliseconds) {}
+
+VGEditor::~VGEditor() { close(); }
+
+void VGEditor::setClock(Clock c) { clock = c ? std::move(c) : Clock(steadyMilliseconds); }
+
+bool VGEditor::open(uintptr_t parent) {
+    close();
+    inputs.channels = effect.getChannelCount();
+    applyUiSettings();
+    regions = layout::computeRegions(inputs);
+    if (overrideWidth > 0) {
+        regions.width = overrideWidth;
+        regions.height = overrideHeight;
+    }
+    auto* root = new CGFrame(CRect(0, 0, regions.width, regions.height), this);
+    root->setBackgroundColor(look::kPanel);
+    frame = root;
+    builder = std::make_unique<Builder>();
+    buildEmbeddedLayout(*builder, frame, this);
+    registry.collect(frame);
+    layoutEditor();
+    pushAllValues();
+    return parent == 0 || frame->open(parent);
+}
+
+void VGEditor::close() {
+    if (!frame) return;
+    registry.clear();
+    frame->close();
+    frame->forget();
+    frame = nullptr;
+    builder.reset();
+    alertView = nullptr;
+    alertDismissed = false;
+}
+
+CView* VGEditor::viewOfElement(const char* name) const {
+    if (!builder) return nullptr;
+    const auto found = builder->byName.find(name);
+    return found == builder->byName.end() ? nullptr : found->second;
+}
+
+CView* VGEditor::viewOf(int32_t index) const {
+    CControl* control = registry.controlByIndex(index);
+    if (!control) return nullptr;
+    if (control->isTypeOf("iControlWrapper")) {
+        return dynamic_cast<CView*>(static_cast<iControlWrapper*>(control)->getTarget());
+    }
+    return control;
+}
+
+void VGEditor::placeTagged(int32_t tag, const std::function<void(CView*)>& place) {
+    for (int32_t i = registry.findTag(tag); i >= 0; i = registry.findTag(tag, i)) {
+        if (CView* view = viewOf(i)) place(view);
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Layout
+
+void VGEditor::applyUiSettings() {
+    const UISettingsTree& settings = ed.uiSettings();
+    inputs.flags = layout::flagsFromSettings(settings);
+    inputs.uiSize = std::clamp(settings.value("Layout", "UI Size"), 0, layout::kFreeSize);
+    if (inputs.uiSize < layout::kFreeSize) ed.setFreeWidth(layout::kSizeWidths[inputs.uiSize]);
+    inputs.freeWidth = ed.getFreeWidth();
+    if (overrideWidth > 0) {
+        inputs.uiSize = layout::kFreeSize;
+        inputs.freeWidth = overrideWidth;
+    }
+    inputs.scrollbar = settings.value("Graph", "Scrollbar") != 0;
+    refreshRate = kRefreshRates[std::clamp(settings.value("Misc", "Refresh Rate"), 0, 5)];
+    stripsRebuildPending = true;
+}
+
+void VGEditor::setSizeOverride(int32_t width, int32_t height) {
+    overrideWidth = width > 0 && height > 0 ? width : 0;
+    overrideHeight = overrideWidth ? height : 0;
+    applyUiSettings();
+    resizePending = true;
+    if (frame) layoutEditor();
+}
+
+void VGEditor::resizeFrame() {
+    if (!frame) return;
+    if (overrideWidth > 0) {
+        regions.width = overrideWidth;
+        regions.height = overrideHeight;
+    }
+    if (frame->getWidth() == regions.width && frame->getHeight() == regions.height) return;
+    frame->setSize(regions.width, regions.height);
+    if (sizeListener) sizeListener(regions.width, regions.height);
+}
+
+void VGEditor::layoutEditor() {
+    if (!frame) return;
+    resizePending = false;
+    regions = layout::computeRegions(inputs);
+    resizeFrame();
+    const layout::Regions& r = regions;
+    const CRect whole(0, 0, r.width, r.height);
+
+    // The wizard's page and the editor's page both take the whole window.
+    placeTagged(kGUIWizardOpen, [&](CView* v) {
+        if (v->isTypeOf("nPage")) v->setViewSize(whole);
+    });
+    auto show = [](CView* v, const layout::Box& box) {
+        v->setViewSize(toRect(box));
+        v->setMouseableArea(toRect(box));
+        v->setVisible(box.width() > 0 && box.height() > 0);
+    };
+    placeTagged(kGUIEQGraph, [&](CView* v) { show(v, r.graph); });
+    placeTagged(kGUIKeyboard, [&](CView* v) { show(v, r.keyboard); });
+    if (CView* strips = viewOfElement("BandStrips")) show(strips, r.strips);
+    if (CView* meters = viewOfElement("meterSection")) show(meters, r.meters);
+    placeTagged(kGUIMeterFade, [&](CView* v) { show(v, r.meterFade); });
+
+    // The top bar.
+    placeTagged(kGUIBox1, [&](CView* v) { v->setViewSize(toRect(r.box1)); });
+    placeTagged(kGUIBox2, [&](CView* v) {
+        CRect box = v->getViewSize();
+        v->setViewSize(box.moveTo(r.box2Left, box.top));
+        v->setMouseableArea(v->getViewSize());
+    });
+    placeTagged(kGUIBox5, [&](CView* v) {
+        // Its place in the layout is right after the stereo menu.
+        CRect box = v->getViewSize();
+        constexpr CCoord kBox5Left = 252;
+        v->setViewSize(box.moveTo(kBox5Left + r.box5Shift, box.top));
+        v->setMouseableArea(v->getViewSize());
+    });
+    placeTagged(kGUIStereoMode, [&](CView* v) { v->setVisible(r.stereoMenuShown); });
+    placeTagged(kGUIBox3, [&](CView* v) {
+        CRect box = v->getViewSize();
+        box.right = r.box3Right;
+        v->setViewSize(box);
+    });
+
+    // Trays, the resize corner, the setup panel.
+    placeTagged(kGUIPresetBox, [&](CView* v) {
+        if (v->isTypeOf("nPage")) v->setViewSize(toRect(r.presetBox));
+    });
+    placeTagged(kGUIScaleTray, [&](CView* v) {
+        v->setViewSize(toRect(r.scaleTray));
+        v->setVisible((inputs.flags & layout::kScaleTray) != 0 && r.graph.height() > 0);
+    });
+    placeTagged(kGUIFreeDrag, [&](CView* v) { show(v, r.resizeBox); });
+    placeTagged(kGUISetup, [&](CView* v) {
+        if (v->isTypeOf("nDarken")) v->setViewSize(toRect(r.darken));
+        if (v->isTypeOf("nDraggablePage")) v->setViewSize(toRect(r.setupPanel));
+    });
+    placeTagged(kGUISetupPage, [&](CView* v) {
+        CRect box = v->getViewSize();
+        box.bottom = box.top + r.setupPageHeight;
+        v->setViewSize(box);
+    });
+    placeTagged(kGUIChannelCount, [&](CView* v) {
+        if (!v->isTypeOf("nTextDisplay")) return;
+        char text[64];
+        std::snprintf(text, sizeof text, "This instance has %d channel%s.", inputs.channels,
+                      inputs.channels == 1 ? "" : "s");
+        static_cast<nTextDisplay*>(v)->setText(text);
+    });
+    registry.setValueOfTag(kGUISurround, inputs.channels > 2 ? 1.0f : 2.0f);
+    frame->invalid();
+}
+
+// ---------------------------------------------------------------------------
+// Values toward the views
+
+float VGEditor::widgetValue(int32_t tag, float value) const {
+    if (isMenuRow(tag)) return entryOfNorm(tag, value);
+    if (bandFieldOf(tag) == kFieldSubtype) return std::round(curveToReal(staticParamTable()[tag], value)) - 1;
+    return value;
+}
+
+void VGEditor::updateUndoButtons() {
+    placeTagged(kGUIUndo, [&](CView* v) {
+        if (v->isTypeOf("nKickButton2")) static_cast<nKickButton2*>(v)->setDisabled(!effect.canUndo());
+    });
+    placeTagged(kGUIRedo, [&](CView* v) {
+        if (v->isTypeOf("nKickButton2")) static_cast<nKickButton2*>(v)->setDisabled(!effect.canRedo());
+    });
+    placeTagged(kGUIPresetPrev, [&](CView* v) {
+        if (v->isTypeOf("nKickButton2")) static_cast<nKickButton2*>(v)->setDisabled(!ed.canPresetPrev());
+    });
+    placeTagged(kGUIPresetNext, [&](CView* v) {
+        if (v->isTypeOf("nKickButton2")) static_cast<nKickButton2*>(v)->setDisabled(!ed.canPresetNext());
+    });
+}
+
+void VGEditor::updateControl(int32_t tag, float value) {
+    if (!frame) return;
+    switch (tag) {
+        case kGUISetup: setSetupOpen(value != 0.0f); break;
+        case kGUIWizardOpen: setWizardOpen(value != 0.0f); break;
+        case kABBank: registry.setValueOfTag(kGUIABMenu, entryOfNorm(kABBank, value)); break;
+        case kMode: registry.setValueOfTag(kGUIProcessMode, entryOfNorm(kMode, value)); break;
+        case kMsState: registry.setValueOfTag(kGUIUseMS1, 1.0f - value); break;
+        case kGUIGroupNamesChanged: stripsRebuildPending = true; break;
+        default: break;
+    }
+    const int32_t field = bandFieldOf(tag);
+    if (field == kFieldState || field == kFieldType || field == kFieldSubtype) stripsRebuildPending = true;
+    registry.setValueOfTag(tag, widgetValue(tag, value));
+    if (isParamIndex(tag)) updateUndoButtons();
+}
+
+void VGEditor::pushAllValues() {
+    for (int32_t tag = 0; tag < kNumParams; ++tag) updateControl(tag, effect.getParameter(tag));
+    for (int32_t i = 0; i < Plug::kRenderSettingCount; ++i) {
+        const float raw = effect.getRenderSetting(i);
+        const int32_t tag = kGUIRenderDSPMode + i;
+        const bool menu = i < Plug::kRenderSettingCount - 1 && isMenuRow(kRenderRows[i]);
+        registry.setValueOfTag(tag, menu ? raw - firstWordValue(kRenderRows[i]) : raw);
+    }
+    const uint32_t loading = ed.getLoadingFlags();
+    registry.setValueOfTag(kGUIPresetEQ, (loading & 1u) ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIPresetDSP, (loading & 2u) ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIPresetUI, (loading & 4u) ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIAnalyser, ed.isAnalyserOn() ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIMeterPrePost, ed.isPreEQ() ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIClip, effect.getClip() ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIPresetPage, presetTrayOpen ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIPresetBank, 0.0f);
+    registry.setValueOfTag(kGUISetupPage, 0.0f);
+    registry.setValueOfTag(kGUIWizardOpen, inputs.wizardOpen ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUISetup, inputs.setupOpen ? 1.0f : 0.0f);
+    updateUndoButtons();
+    frame->invalid();
+}
+
+void VGEditor::setSetupOpen(bool open) {
+    registry.setValueOfTag(kGUISetup, open ? 1.0f : 0.0f);
+    if (inputs.setupOpen == open) return;
+    inputs.setupOpen = open;
+    layoutEditor();
+}
+
+void VGEditor::setWizardOpen(bool open) {
+    registry.setValueOfTag(kGUIWizardOpen, open ? 1.0f : 0.0f);
+    if (inputs.wizardOpen == open) return;
+    inputs.wizardOpen = open;
+    layoutEditor();
+}
+
+// ---------------------------------------------------------------------------
+// The controller
+
+void VGEditor::beginEdit(int32_t tag) { ed.beginLinkedEdit(tag); }
+
+void VGEditor::endEdit(int32_t tag) { ed.endLinkedEdit(tag); }
+
+void VGEditor::valueChanged(CControl* control) {
+    const int32_t tag = control->getTag();
+    const float value = control->getValue();
+    if (isParamIndex(tag)) {
+        if (isMenuRow(tag)) {
+            effect.setParameterAutomated(tag, normOfEntry(tag, value));
+        } else if (bandIndexOf(tag) >= 0) {
+            ed.editBandRow(tag, value);
+        } else if (tag >= kFirstChannelParam && tag < kFirstBandParam) {
+            // A channel of a linked pair takes its partner along.
+            const int32_t channel = (tag - kFirstChannelParam) / kNumChannelFields;
+            const int32_t field = (tag - kFirstChannelParam) % kNumChannelFields;
+            const int32_t partner = channel ^ 1;
+            const bool linkedPair = (ed.getChannelLinks() >> (channel / 2)) & 1u;
+            const float old = effect.getParameter(tag);
+            effect.setParameterAutomated(tag, value);
+            if (linkedPair && partner < effect.getChannelCount()) {
+                const int32_t other = channelParam(partner, field);
+                const float follow = field == kFieldLevel ? effect.getParameter(other) + (value - old) : value;
+                effect.setParameterAutomated(other, std::clamp(follow, 0.0f, 1.0f));
+            }
+        } else {
+            effect.setParameterAutomated(tag, value);
+        }
+        return;
+    }
+    if (tag >= kGUISelectedBand && tag < kGUISelectedBand + kNumBands) {
+        ed.setBandSelected(tag - kGUISelectedBand, value != 0.0f);
+        return;
+    }
+    if (tag >= kGUIRenderDSPMode && tag <= kGUIRenderDSPEnabled) {
+        const int32_t i = tag - kGUIRenderDSPMode;
+        const bool menu = i < Plug::kRenderSettingCount - 1 && isMenuRow(kRenderRows[i]);
+        effect.setRenderSetting(i, menu ? value + firstWordValue(kRenderRows[i]) : value);
+        return;
+    }
+    if (tag >= kGUIChannel12Link && tag <= kGUIChannel78Link) {
+        const uint32_t bit = 1u << (tag - kGUIChannel12Link);
+        ed.setChannelLinks(value != 0.0f ? ed.getChannelLinks() | bit : ed.getChannelLinks() & ~bit);
+        return;
+    }
+    switch (tag) {
+        case kGUIProcessMode: effect.setParameterAutomated(kMode, normOfEntry(kMode, value)); break;
+        case kGUIUseMS1: effect.setParameterAutomated(kMsState, 1.0f - value); break;
+        case kGUISetup: updateControl(kGUISetup, value); break;
+        case kGUIAbout:
+            registry.setValueOfTag(kGUISetupPage, 5.0f);
+            updateControl(kGUISetup, 1.0f);
+            break;
+        case kGUISetupPage: registry.setValueOfTag(kGUISetupPage, value); frame->invalid(); break;
+        case kGUIWizardOpen: updateControl(kGUIWizardOpen, value); break;
+        case kGUIPresetPage:
+            if (value == 1.0f || !control->isTypeOf("CButtonBase")) presetTrayOpen = !presetTrayOpen;
+            break;
+        case kGUIOpenScaleTray:
+            if (value == 1.0f || !control->isTypeOf("CButtonBase")) scaleTrayOpen = !scaleTrayOpen;
+            break;
+        case kGUIUndo:
+            if (value != 0.0f) effect.undo();
+            updateUndoButtons();
+            stripsRebuildPending = true;
+            break;
+        case kGUIRedo:
+            if (value != 0.0f) effect.redo();
+            updateUndoButtons();
+            stripsRebuildPending = true;
+            break;
+        case kGUIPresetPrev:
+            if (value != 0.0f) ed.presetPrev();
+            updateUndoButtons();
+            break;
+        case kGUIPresetNext:
+            if (value != 0.0f) ed.presetNext();
+            updateUndoButtons();
+            break;
+        case kGUIABMenu: ed.chooseABSlot(static_cast<int32_t>(std::lround(value))); break;
+        case kGUIABMenuAlt: ed.toggleABSlot(); break;
+        case kGUICopyTo: ed.copyToABSlot(static_cast<int32_t>(std::lround(value))); break;
+        case kGUIPresetEQ:
+        case kGUIPresetDSP:
+        case kGUIPresetUI: ed.setLoadingFlag(tag, value != 0.0f); break;
+        case kGUIPleaseRebuildStrips: stripsRebuildPending = true; break;
+        case kGUIMeterPrePost:
+            ed.setPreEQ(value != 0.0f);
+            effect.setMeterPreBank(value != 0.0f);
+            break;
+        case kGUIPrefsChange: effect.reloadGlobalSettings(); break;
+        case kGUIClip:
+            effect.setClip(false);
+            registry.setValueOfTag(kGUIClip, 0.0f);
+            break;
+        case kGUIAnalyser: ed.setAnalyserOn(value != 0.0f); break;
+        case kGUIStripsChanged:
+        case kGUIMeterSection: layoutEditor(); break;
+        case kGUIUIPrefsChange:
+            applyUiSettings();
+            layoutEditor();
+            break;
+        case kGUISelectOnly:
+            ed.selectOnly(static_cast<int32_t>(value));
+            for (int32_t b = 0; b < kNumBands; ++b)
+                registry.setValueOfTag(kGUISelectedBand + b, ((ed.getSelectedBands() >> b) & 1u) ? 1.0f : 0.0f);
+            break;
+        case kGUISelectToggle: {
+            const auto band = static_cast<int32_t>(value);
+            ed.selectToggle(band);
+            if (band >= 0 && band < kNumBands)
+                registry.setValueOfTag(kGUISelectedBand + band, ((ed.getSelectedBands() >> band) & 1u) ? 1.0f : 0.0f);
+            break;
+        }
+        case kGUIDeleteBand: {
+            const auto band = static_cast<int32_t>(value);
+            if (band < 0 || band >= kNumBands) break;
+            const int32_t state = bandParam(band, kFieldState);
+            ed.beginLinkedEdit(state);
+            ed.editBandRow(state, 0.0f);
+            ed.endLinkedEdit(state);
+            ed.setSelectedBands(0);
+            if (ed.isLinkingOn()) ed.setLinkedBands(0);
+            for (int32_t b = 0; b < kNumBands; ++b) registry.setValueOfTag(kGUISelectedBand + b, 0.0f);
+            break;
+        }
+        case kGUIFreeDrag:
+            ed.setFreeWidth(std::max(layout::kMinimumWidth, ed.getFreeWidth() + static_cast<int32_t>(value)));
+            inputs.freeWidth = ed.getFreeWidth();
+            resizePending = true;
+            break;
+        case kGUIAutoGain: ed.setAutoGain(value != 0.0f, false); break;
+        default: break;  // the view's own business
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Idle and the timer
+
+void VGEditor::showNextAlert() {
+    if (!frame) return;
+    if (alertView && alertDismissed) {
+        // Taken away here, not from within its own mouse call.
+        frame->setModalView(nullptr);
+        frame->removeView(alertView);
+        alertView = nullptr;
+        frame->invalid();
+    }
+    if (alertView) return;
+    std::vector<Alerts::Alert> waiting = Alerts::instance().takeAll();
+    if (waiting.empty()) return;
+    // The later messages wait their turn in the queue.
+    for (size_t i = 1; i < waiting.size(); ++i) Alerts::instance().push(waiting[i].title, waiting[i].text);
+    alertDismissed = false;
+    alertView = new AlertView(CRect(0, 0, frame->getWidth(), frame->getHeight()), waiting[0].title, waiting[0].text,
+                              [this]() { alertDismissed = true; });
+    frame->addView(alertView);
+    frame->setModalView(alertView);
+    frame->invalid();
+}
+
+void VGEditor::slideTrays() {
+    if (inputs.wizardOpen) return;
+    auto toward = [](int32_t& at, int32_t target, int32_t step) {
+        if (at == target) return false;
+        at = at < target ? std::min(target, at + step) : std::max(target, at - step);
+        return true;
+    };
+    const bool moved =
+        toward(inputs.presetTrayTop, presetTrayOpen ? layout::kPresetTrayShown : layout::kPresetTrayHidden,
+               kPresetTrayStep) |
+        toward(inputs.scaleTrayLeft, scaleTrayOpen ? layout::kScaleTrayShown : layout::kScaleTrayHidden,
+               kScaleTrayStep);
+    if (moved) layoutEditor();
+}
+
+void VGEditor::editorTimer() {
+    const auto step = static_cast<int64_t>(static_cast<double>(clock()) * 0.001 * refreshRate);
+    if (step == lastRefreshStep) return;
+    lastRefreshStep = step;
+    ++refreshes;
+    slideTrays();
+    float value = 0;
+    for (int32_t tag = 0; tag < PlugEd::kNumTags; ++tag) {
+        if (ed.takeUpdate(tag, &value)) updateControl(tag, value);
+    }
+    if (inputs.wizardOpen) return;
+    registry.setValueOfTag(kGUIMasterMeter1, static_cast<float>(effect.getLevelMeter(0)));
+    registry.setValueOfTag(kGUIMasterMeter2, static_cast<float>(effect.getLevelMeter(1)));
+    for (int32_t c = 0; c < effect.getChannelCount(); ++c)
+        registry.setValueOfTag(kGUIChannel1Meter + c, static_cast<float>(effect.getLevelMeter(c)));
+    if (effect.getClip() && registry.valueOfTag(kGUIClip) <= 0.5f) updateControl(kGUIClip, 1.0f);
+}
+
+void VGEditor::idle() {
+    if (!frame) return;
+    showNextAlert();
+    if (resizePending) layoutEditor();
+    editorTimer();
+    frame->idle();
+}
+
+bool VGEditor::writeSnapshot(const std::string& path, std::string* error) {
+    if (!frame) {
+        if (error) *error = "the editor is not open";
+        return false;
+    }
+    return writeViewPNG(frame, path.c_str(), error, look::kPanel);
+}

@@ -1,0 +1,135 @@
+#pragma once
+// The editor's window over an effect: it builds the views from the layout,
+// places the regions for the UI settings, hands every control's value to
+// the effect by its tag (the controller), brings the effect's values back
+// to the views at the refresh rate, and shows alerts. It opens in a window
+// of the host's or headless (no window at all), as the renderer's snapshot
+// and the tests use it.
+//
+// Threads: everything here runs on the UI thread. The effect reaches the
+// views only through PlugEd's tag queue, which idle() drains.
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "gui/editor/ControlRegistry.h"
+#include "gui/editor/LayoutBuilder.h"
+#include "gui/toolkit/CControl.h"
+#include "gui/toolkit/CFrame.h"
+#include "session/EditorGeometry.h"
+
+class PlugEd;
+class Plug;
+
+class VGEditor : public VSTGUI::CControlListener, public VSTGUI::VSTGUIEditorInterface {
+public:
+    // Milliseconds of a steady clock; tests give their own.
+    using Clock = std::function<uint64_t()>;
+    // The refresh rates of "Refresh Rate", in Hz.
+    static constexpr int32_t kRefreshRates[6] = {10, 20, 30, 50, 60, 120};
+    // Pixels per refresh the trays slide: the preset box and the scale tray.
+    static constexpr int32_t kPresetTrayStep = 10;
+    static constexpr int32_t kScaleTrayStep = 20;
+
+    explicit VGEditor(PlugEd& editor);
+    ~VGEditor() override;
+    VGEditor(const VGEditor&) = delete;
+    VGEditor& operator=(const VGEditor&) = delete;
+
+    // UI thread. Builds the window inside `parent` (a native window handle;
+    // 0 opens headless). False only when a window was asked for and could
+    // not be made; the views are built either way.
+    bool open(uintptr_t parent);
+    void close();
+    bool isOpen() const { return frame != nullptr; }
+    VSTGUI::CFrame* getFrame() const { return frame; }
+    int32_t getWidth() const { return regions.width; }
+    int32_t getHeight() const { return regions.height; }
+    const layout::Regions& getRegions() const { return regions; }
+    uint32_t getLayoutFlags() const { return inputs.flags; }
+    ControlRegistry& controls() { return registry; }
+    PlugEd& editorObject() { return ed; }
+
+    // UI thread: alerts, a pending resize, and the timer's work when a
+    // refresh is due. Hosts call it from their UI idle; a window of our own
+    // calls it from its loop.
+    void idle();
+    // The alert on show, if any.
+    VSTGUI::CView* getAlert() const { return alertView; }
+    void setClock(Clock clock);
+    // Refreshes run so far (each does the timer's work once).
+    int64_t refreshCount() const { return refreshes; }
+    // Tells the editor the window changed size or layout (settings, size).
+    void setSizeListener(std::function<void(int32_t width, int32_t height)> listener) {
+        sizeListener = std::move(listener);
+    }
+
+    // ---- The controller ----
+    // A control's new value, by its tag.
+    void valueChanged(VSTGUI::CControl* control) override;
+    // A tag's value to its views (and what follows from it).
+    void updateControl(int32_t tag, float value);
+    // Host gesture brackets of the controls.
+    void beginEdit(int32_t tag) override;
+    void endEdit(int32_t tag) override;
+
+    // ---- Layout ----
+    // Reads the UI settings into the layout word and the other options.
+    void applyUiSettings();
+    // Places every region for the current settings and size.
+    void layoutEditor();
+    bool isSetupOpen() const { return inputs.setupOpen; }
+    bool isWizardOpen() const { return inputs.wizardOpen; }
+    bool isPresetTrayOpen() const { return presetTrayOpen; }
+    bool isScaleTrayOpen() const { return scaleTrayOpen; }
+
+    // Lays the window out for a width of `width` ("Free") and makes it
+    // exactly `width` x `height`, whatever the settings ask; 0 x 0 goes back
+    // to the settings. For pictures of the editor at a chosen size.
+    void setSizeOverride(int32_t width, int32_t height);
+
+    // Draws the whole window as it stands into a PNG.
+    bool writeSnapshot(const std::string& path, std::string* error);
+
+    // The view that stands for an element without a tag of its own (the
+    // band strips, the meter section); null before open.
+    VSTGUI::CView* viewOfElement(const char* elementName) const;
+
+private:
+    class Builder;
+
+    void editorTimer();
+    void slideTrays();
+    void resizeFrame();
+    void pushAllValues();
+    void showNextAlert();
+    void placeTagged(int32_t tag, const std::function<void(VSTGUI::CView*)>& place);
+    VSTGUI::CView* viewOf(int32_t index) const;
+    void updateUndoButtons();
+    float widgetValue(int32_t tag, float value) const;
+    void setSetupOpen(bool open);
+    void setWizardOpen(bool open);
+
+    PlugEd& ed;
+    Plug& effect;
+    VSTGUI::CFrame* frame = nullptr;
+    std::unique_ptr<Builder> builder;
+    ControlRegistry registry;
+    layout::Inputs inputs;
+    layout::Regions regions;
+    int32_t refreshRate = 30;
+    int32_t overrideWidth = 0;
+    int32_t overrideHeight = 0;
+    Clock clock;
+    int64_t lastRefreshStep = -1;
+    int64_t refreshes = 0;
+    bool presetTrayOpen = false;
+    bool scaleTrayOpen = false;
+    bool resizePending = false;
+    bool stripsRebuildPending = false;
+    VSTGUI::CView* alertView = nullptr;  // the alert on show, owned by the frame
+    bool alertDismissed = false;
+    std::function<void(int32_t, int32_t)> sizeListener;
+};
