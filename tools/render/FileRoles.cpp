@@ -62,6 +62,7 @@ void checkFileRoles(const RenderOptions& o) {
     write("the --save-preset file", o.presetOut, false);
     write("the --response file", o.response, true);
     write("the --spectrum file", o.spectrum, true);
+    write("the --snapshot file", o.snapshot, false);
 
     auto refuse = [](const Role& written, const Role& other) {
         if (written.path == other.path)

@@ -5,6 +5,7 @@
 
 #include "tools/render/ChannelOrder.h"
 #include "tools/render/Diagnostics.h"
+#include "tools/render/EditorSnapshot.h"
 #include "tools/render/EffectHost.h"
 #include "tools/render/FileRoles.h"
 #include "tools/render/ParamListing.h"
@@ -39,13 +40,16 @@ void writeResponse(const RenderOptions& options, Diagnostics& diagnostics, std::
     writeResponseCsv(table, options.response, out);
 }
 
-// --save-state or --save-preset without audio: an instance of --channels at --rate.
+// --save-state, --save-preset or --snapshot without audio: an instance of
+// --channels at --rate.
 void saveOnly(const RenderOptions& options, Diagnostics& diagnostics) {
     const int32_t channels = options.channels.value_or(kListingChannels);
     EffectHost host(channels, fileChannelLayout(channels), options.rate.value_or(kListingRate), options.block);
     host.prepare(options, diagnostics);
     host.start();
     host.saveRequested(options);
+    if (!options.snapshot.empty())
+        writeEditorSnapshot(host.effect(), options.snapshot, options.snapshotWidth, options.snapshotHeight);
 }
 
 void listPresets(const RenderOptions& options, std::FILE* out) {

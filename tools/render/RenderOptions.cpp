@@ -15,6 +15,7 @@ constexpr const char* kUsage =
     "                          [--channel C] [--channels N] [--set NAME=VALUE ...]\n"
     "       fenwoldrine-render --save-state FILE [--state FILE] [--set NAME=VALUE ...]\n"
     "       fenwoldrine-render --list-presets\n"
+    "       fenwoldrine-render --snapshot FILE.png [--snapshot-size WxH] [--state FILE] [--set ...]\n"
     "\n"
     "Renders INPUT through the Fenwoldrine equaliser offline and writes OUTPUT.\n"
     "Reads WAV, AIFF, FLAC, W64 and CAF with 1 to 8 channels (mono, stereo, LCR,\n"
@@ -61,6 +62,10 @@ constexpr const char* kUsage =
     "  --spectrum FILE   write the analyser's display at the end as CSV hz,db,\n"
     "                    of channel C (--channel, default 1)\n"
     "  --spectrum-source pre|post  before or after the bank (default post)\n"
+    "  --snapshot FILE.png  draw the editor as it stands at the end (after the\n"
+    "                    render, or after the settings without audio files) into\n"
+    "                    a PNG, at the stored UI size\n"
+    "  --snapshot-size WxH  draw it at that size instead (300x200 to 4096x4096)\n"
     "  --list-presets    list the preset menu: the programs, then the preset folder\n"
     "  --list-params     list every parameter: index, name, unit, minimum,\n"
     "                    maximum, default and choices, tab separated\n"
@@ -80,7 +85,7 @@ constexpr const char* kUsage =
 // An option that takes a value.
 enum class Valued {
     kSet, kFormat, kBits, kTail, kBlock, kRate, kResponse, kPoints, kChannel, kChannels, kState, kSaveState,
-    kBank, kProgram, kPreset, kSavePreset, kMidi, kSpectrum, kSpectrumSource
+    kBank, kProgram, kPreset, kSavePreset, kMidi, kSpectrum, kSpectrumSource, kSnapshot, kSnapshotSize
 };
 
 struct ValuedOption {
@@ -95,7 +100,8 @@ constexpr ValuedOption kValuedOptions[] = {
     {"--channels", Valued::kChannels}, {"--state", Valued::kState}, {"--save-state", Valued::kSaveState},
     {"--bank", Valued::kBank},         {"--program", Valued::kProgram}, {"--preset", Valued::kPreset},
     {"--save-preset", Valued::kSavePreset}, {"--midi", Valued::kMidi}, {"--spectrum", Valued::kSpectrum},
-    {"--spectrum-source", Valued::kSpectrumSource},
+    {"--spectrum-source", Valued::kSpectrumSource}, {"--snapshot", Valued::kSnapshot},
+    {"--snapshot-size", Valued::kSnapshotSize},
 };
 
 std::optional<double> parseNumber(const std::string& text) {
@@ -176,6 +182,23 @@ void applyValued(RenderOptions& o, Valued which, const std::string& value) {
             if (value != "pre" && value != "post") throw usageError("bad --spectrum-source '" + value + "': choose pre or post");
             o.spectrumPre = value == "pre";
             return;
+        case Valued::kSnapshot:
+            if (value.empty()) throw usageError("--snapshot needs a file name");
+            o.snapshot = value;
+            return;
+        case Valued::kSnapshotSize: {
+            const size_t x = value.find('x');
+            const auto bad = [&] { return usageError("bad --snapshot-size '" + value + "': give WxH, such as 750x741"); };
+            if (x == std::string::npos) throw bad();
+            const std::optional<double> w = parseNumber(value.substr(0, x));
+            const std::optional<double> h = parseNumber(value.substr(x + 1));
+            if (!w || !h || *w != std::floor(*w) || *h != std::floor(*h) || *w < 300 || *h < 200 || *w > 4096 ||
+                *h > 4096)
+                throw bad();
+            o.snapshotWidth = int32_t(*w);
+            o.snapshotHeight = int32_t(*h);
+            return;
+        }
         case Valued::kSavePreset:
             if (value.empty()) throw usageError("--save-preset needs a file name");
             o.presetOut = value;
@@ -254,8 +277,9 @@ RenderOptions parseCommandLine(const std::vector<std::string>& args) {
         if (!files.empty()) throw usageError("--list-presets takes no files, got '" + files.front() + "'");
         return o;
     }
-    // Only a state or a preset is written.
-    if ((!o.stateOut.empty() || !o.presetOut.empty()) && files.empty()) return o;
+    if (o.snapshotWidth && o.snapshot.empty()) throw usageError("--snapshot-size needs --snapshot FILE.png");
+    // Only a state, a preset or a snapshot is written.
+    if ((!o.stateOut.empty() || !o.presetOut.empty() || !o.snapshot.empty()) && files.empty()) return o;
     if (files.empty()) throw usageError("missing INPUT and OUTPUT (see --help)");
     if (files.size() == 1) throw usageError("missing OUTPUT after '" + files.front() + "' (see --help)");
     if (files.size() > 2) throw usageError("unexpected argument '" + files[2] + "' (see --help)");

@@ -42,6 +42,9 @@ struct RenderOptions {
     bool spectrumPre = false;             // --spectrum-source pre
     bool meters = false;                  // --meters
     bool strict = false;                  // --strict: refuse input samples that are not finite
+    std::string snapshot;                 // --snapshot FILE.png: the editor drawn at the end
+    int32_t snapshotWidth = 0;            // --snapshot-size WxH; 0: the stored UI size
+    int32_t snapshotHeight = 0;
     bool help = false;
 };
 

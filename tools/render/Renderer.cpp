@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "tools/render/AudioFileIO.h"
+#include "tools/render/EditorSnapshot.h"
 #include "tools/render/ChannelOrder.h"
 #include "tools/render/Diagnostics.h"
 #include "tools/render/Dither.h"
@@ -206,6 +207,8 @@ RenderSummary Renderer::run() {
     writer.commit();
     if (!options.spectrum.empty()) host.writeSpectrum(options.spectrum, stdout);
     if (options.meters) summary.meters = host.meterReport();
+    if (!options.snapshot.empty())
+        writeEditorSnapshot(host.effect(), options.snapshot, options.snapshotWidth, options.snapshotHeight);
 
     if (quantiser) summary.clipped = quantiser->clippedCount();
     summary.notFiniteInput = badInput.count;

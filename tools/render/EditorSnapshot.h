@@ -1,0 +1,13 @@
+#pragma once
+// The editor of an instance drawn without a window, as it stands, into a
+// PNG: what the renderer's --snapshot writes.
+
+#include <string>
+
+class Plug;
+
+// Opens the editor headless over `effect`, lets it take in the effect's
+// values and meters once, and writes the picture to `path`; at the stored
+// UI size, or `width` x `height` when both are given. Throws a write error
+// when the file cannot be written.
+void writeEditorSnapshot(Plug& effect, const std::string& path, int width = 0, int height = 0);
