@@ -549,6 +549,54 @@ void PlugEd::editBandRow(int32_t tag, float norm) {
     effect->setParameterAutomated(tag, norm);
 }
 
+int32_t PlugEd::reviewedBandOrder(int32_t* order) const {
+    const int32_t* stored = effect->programStore().bandOrder(effect->getProgram());
+    bool listed[kNumBands] = {};
+    int32_t count = 0;
+    for (int32_t i = 0; i < kNumBands && stored[i] >= 0; ++i) {
+        const int32_t b = stored[i];
+        if (b >= kNumBands || listed[b] || !bandIsOn(*effect, b)) continue;
+        listed[b] = true;
+        order[count++] = b;
+    }
+    for (int32_t b = 0; b < kNumBands; ++b)
+        if (!listed[b] && bandIsOn(*effect, b)) order[count++] = b;
+    return count;
+}
+
+int32_t PlugEd::insertBandAfter(int32_t band) {
+    if (band < 0 || band >= kNumBands) return -1;
+    int32_t fresh = -1;
+    for (int32_t b = 0; b < kNumBands && fresh < 0; ++b)
+        if (!bandIsOn(*effect, b)) fresh = b;
+    if (fresh < 0) return -1;
+
+    int32_t reviewed[kNumBands];
+    const int32_t listed = reviewedBandOrder(reviewed);
+    int32_t order[kNumBands];
+    int32_t count = 0;
+    bool placed = false;
+    for (int32_t i = 0; i < listed; ++i) {
+        order[count++] = reviewed[i];
+        if (reviewed[i] == band && count < kNumBands) {
+            order[count++] = fresh;
+            placed = true;
+        }
+    }
+    if (!placed && count < kNumBands) order[count++] = fresh;
+    effect->setBandOrder(effect->getProgram(), order, count);
+
+    effect->undoBeginGroup();
+    for (int32_t field = 0; field < kNumBandFields; ++field) {
+        const int32_t row = bandParam(fresh, field);
+        effect->beginEdit(row);
+        effect->setParameterAutomated(row, effect->getParameter(bandParam(band, field)));
+        effect->endEdit(row);
+    }
+    effect->undoEndGroup();
+    return fresh;
+}
+
 void PlugEd::selectOnly(int32_t band) {
     if (band < 0 || band >= kNumBands) return;
     selectedBands = uint64_t(1) << band;

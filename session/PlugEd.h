@@ -122,6 +122,15 @@ public:
     // they are.
     void editBandRow(int32_t tag, float norm);
 
+    // The current program's band order made whole: bands that are off
+    // leave it, bands that are on and missing join at the end in band
+    // order. Writes up to kNumBands numbers and returns their count.
+    int32_t reviewedBandOrder(int32_t* order) const;
+    // A new band after band `band` in the band order: the first band that
+    // is off takes all ten rows of `band`, as one undo step. The new band's
+    // number, or -1 when every band is in use (nothing changes then).
+    int32_t insertBandAfter(int32_t band);
+
     // ---- Selection ----
     // The select tags: a band chosen alone (with linking on it takes part
     // in linking too), a band's choice toggled, a band's selected tag set.

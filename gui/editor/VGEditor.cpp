@@ -459,6 +459,9 @@ void VGEditor::valueChanged(CControl* control) {
             for (int32_t b = 0; b < kNumBands; ++b) registry.setValueOfTag(kGUISelectedBand + b, 0.0f);
             break;
         }
+        case kGUIInsertBandAfter:
+            if (ed.insertBandAfter(static_cast<int32_t>(value)) >= 0) stripsRebuildPending = true;
+            break;
         case kGUIFreeDrag:
             ed.setFreeWidth(std::max(layout::kMinimumWidth, ed.getFreeWidth() + static_cast<int32_t>(value)));
             inputs.freeWidth = ed.getFreeWidth();

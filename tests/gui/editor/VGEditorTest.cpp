@@ -1,0 +1,278 @@
+// The editor's window over a real effect, headless: its size, tags reaching
+// the effect or the views, linked and grouped edits as undo steps, updates
+// from another thread, the refresh timer, alerts and the snapshot.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <thread>
+#include <vector>
+#include <algorithm>
+
+#include "TestHost.h"
+#include "gui/editor/AlertView.h"
+#include "gui/editor/VGEditor.h"
+#include "gui/toolkit/CDIB.h"
+#include "gui/toolkit/HeadlessRender.h"
+#include "session/PlugEd.h"
+#include "state/Alerts.h"
+
+using namespace VSTGUI;
+
+namespace {
+
+// A control that counts the values given to it.
+struct Probe : CControl {
+    explicit Probe(int32_t tag) : CControl(CRect(0, 0, 4, 4), nullptr, tag) {}
+    void setValue(float v) override {
+        ++writes;
+        CControl::setValue(v);
+    }
+    void draw(CDrawContext*) override {}
+    int writes = 0;
+};
+
+struct Window {
+    explicit Window(int32_t channels = 2) : fx(makePlug(channels)), ed(*PlugEd::of(*fx)), editor(ed) {
+        detachFromTimer(*fx);
+        editor.setClock([this] { return now; });
+        editor.open(0);
+    }
+    // A control of `tag` moved to `value` through the controller, bracketed
+    // as a gesture.
+    void edit(int32_t tag, float value) {
+        auto* control = new CControl(CRect(0, 0, 1, 1), &editor, tag);
+        control->setValue(value);
+        editor.beginEdit(tag);
+        editor.valueChanged(control);
+        editor.endEdit(tag);
+        control->forget();
+    }
+    Probe* addProbe(int32_t tag) {
+        auto* probe = new Probe(tag);
+        editor.getFrame()->addView(probe);
+        editor.controls().collect(editor.getFrame());
+        return probe;
+    }
+
+    std::unique_ptr<Plug> fx;
+    PlugEd& ed;
+    VGEditor editor;
+    uint64_t now = 1000;
+};
+
+TEST(VGEditor, OpensAtTheSizeOfTheSettings) {
+    const struct { int32_t uiSize, channels, width, height; bool stereoMenu; } rows[] = {
+        {2, 2, 750, 741, true}, {0, 2, 581, 646, true}, {4, 2, 1300, 1051, true}, {2, 1, 750, 741, false},
+    };
+    for (const auto& row : rows) {
+        Window w(row.channels);
+        w.ed.uiSettings().setValue("Layout", "UI Size", row.uiSize);
+        w.editor.open(0);
+        EXPECT_EQ(w.editor.getFrame()->getWidth(), row.width) << row.uiSize;
+        EXPECT_EQ(w.editor.getFrame()->getHeight(), row.height) << row.uiSize;
+        const int32_t stereo = w.editor.controls().findTag(kGUIStereoMode);
+        ASSERT_GE(stereo, 0);
+        EXPECT_EQ(w.editor.controls().controlByIndex(stereo)->isVisible(), row.stereoMenu);
+    }
+}
+
+TEST(VGEditor, SetupPanelAndFreeSizeResizeTheWindow) {
+    Window w;
+    w.ed.uiSettings().setValue("Layout", "Graph", 0);
+    w.ed.uiSettings().setValue("Layout", "BandStrips", 0);
+    w.ed.uiSettings().setValue("Layout", "Keyboard", 0);
+    w.editor.open(0);
+    EXPECT_EQ(w.editor.getHeight(), 25);
+    w.edit(kGUISetup, 1);
+    EXPECT_TRUE(w.editor.isSetupOpen());
+    EXPECT_EQ(w.editor.getHeight(), 428);
+    w.edit(kGUISetup, 0);
+    EXPECT_EQ(w.editor.getHeight(), 25);
+
+    w.ed.uiSettings().setValue("Layout", "UI Size", 5);
+    w.edit(kGUIUIPrefsChange, 1);
+    const int32_t before = w.editor.getWidth();
+    w.edit(kGUIFreeDrag, 40);
+    w.editor.idle();
+    EXPECT_EQ(w.editor.getWidth(), before + 40);
+    EXPECT_EQ(w.ed.getFreeWidth(), before + 40);
+}
+
+TEST(VGEditor, TagsReachTheEffect) {
+    Window w;
+    const struct {
+        int32_t tag;
+        float value;
+        std::function<bool(Window&)> reached;
+    } rows[] = {
+        {kGUIProcessMode, 1, [](Window& x) { return x.fx->getRealValue(kMode) == 1.0f; }},
+        {kParallel, 2, [](Window& x) { return x.fx->getRealValue(kParallel) == 2.0f; }},
+        {kGUIRenderDSPIRLength, 3, [](Window& x) { return x.fx->getRenderSetting(1) == 3.0f; }},
+        {kGUIRenderDSPEnabled, 1, [](Window& x) { return x.fx->getRenderSetting(8) == 1.0f; }},
+        {kGUIAnalyser, 1, [](Window& x) { return x.ed.isAnalyserOn(); }},
+        {kGUIPresetDSP, 0, [](Window& x) { return (x.ed.getLoadingFlags() & 2u) == 0; }},
+        {kGUIChannel12Link, 1, [](Window& x) { return x.ed.getChannelLinks() == 1u; }},
+        {kGUIMeterPrePost, 1, [](Window& x) { return x.ed.isPreEQ(); }},
+        {kGUIABMenu, 3, [](Window& x) { return std::lround(x.fx->getRealValue(kABBank)) == 3; }},
+        {kGain, 0.25f, [](Window& x) { return x.fx->getParameter(kGain) == 0.25f; }},
+        {kGUIAbout, 1, [](Window& x) {
+             return x.editor.isSetupOpen() && x.editor.controls().valueOfTag(kGUISetupPage) == 5.0f;
+         }},
+    };
+    for (const auto& row : rows) {
+        w.edit(row.tag, row.value);
+        EXPECT_TRUE(row.reached(w)) << "tag " << row.tag;
+    }
+    // Linked channel pairs: the partner follows a level change by the same amount.
+    const float left = w.fx->getParameter(kChannel2Level);
+    w.edit(kChannel1Level, w.fx->getParameter(kChannel1Level) + 0.1f);
+    EXPECT_NEAR(w.fx->getParameter(kChannel2Level), left + 0.1f, 1e-6);
+    w.fx->setClip(true);
+    w.edit(kGUIClip, 0);
+    EXPECT_FALSE(w.fx->getClip());
+}
+
+double shown(Plug& fx, int32_t index) { return fx.normToDisplay(index, fx.getParameter(index)); }
+
+TEST(VGEditor, LinkedBandsFollowAndGesturesAreOneUndoStep) {
+    Window w;
+    const double gains[3] = {6.0, 3.0, -4.0};
+    for (int32_t b = 0; b < 3; ++b) {
+        w.fx->setParameter(bandParam(b, kFieldState), 1.0f);
+        setShown(*w.fx, bandParam(b, kFieldGain), gains[b]);
+    }
+    w.fx->clearUndo();
+    w.edit(kGUISelectOnly, 0);
+    w.edit(kGUISelectToggle, 1);
+    w.edit(kGUISelectToggle, 2);
+    EXPECT_EQ(w.ed.getSelectedBands(), 0b111u);
+    auto gainsNow = [&] {
+        return std::vector<double>{shown(*w.fx, bandParam(0, kFieldGain)), shown(*w.fx, bandParam(1, kFieldGain)),
+                                   shown(*w.fx, bandParam(2, kFieldGain))};
+    };
+    auto near = [](const std::vector<double>& a, const std::vector<double>& b) {
+        for (size_t i = 0; i < a.size(); ++i)
+            if (std::fabs(a[i] - b[i]) > 1e-3) return false;
+        return true;
+    };
+
+    // Band 0 from +6 to +3 dB: the others take half their gain; one undo
+    // takes the whole gesture back.
+    const int32_t gain0 = bandParam(0, kFieldGain);
+    w.edit(gain0, float(w.fx->displayToNorm(gain0, 3.0)));
+    EXPECT_TRUE(near(gainsNow(), {3.0, 1.5, -2.0}));
+    w.edit(kGUIUndo, 1);
+    EXPECT_TRUE(near(gainsNow(), {6.0, 3.0, -4.0}));
+    w.edit(kGUIRedo, 1);
+    EXPECT_TRUE(near(gainsNow(), {3.0, 1.5, -2.0}));
+
+    // Frequency: the same normalised step for each.
+    const float f1 = w.fx->getParameter(bandParam(1, kFieldFrequency));
+    const int32_t freq0 = bandParam(0, kFieldFrequency);
+    w.edit(freq0, w.fx->getParameter(freq0) + 0.05f);
+    EXPECT_NEAR(w.fx->getParameter(bandParam(1, kFieldFrequency)), f1 + 0.05f, 1e-5);
+
+    // Insert after band 1: band 3 takes band 1's rows, next to it in the
+    // order; one undo removes it whole.
+    w.edit(kGUIInsertBandAfter, 1);
+    EXPECT_NEAR(shown(*w.fx, bandParam(3, kFieldGain)), 1.5, 1e-3);
+    EXPECT_NE(w.fx->getRealValue(bandParam(3, kFieldState)), 0.0f);
+    const int32_t* order = w.fx->programStore().bandOrder(w.fx->getProgram());
+    EXPECT_EQ(std::find(order, order + kNumBands, 3) - order, (std::find(order, order + kNumBands, 1) - order) + 1);
+    w.edit(kGUIUndo, 1);
+    EXPECT_EQ(w.fx->getRealValue(bandParam(3, kFieldState)), 0.0f);
+    EXPECT_NEAR(shown(*w.fx, bandParam(3, kFieldGain)), 0.0, 1e-3);
+
+    // Delete band 0 (its followers go too), then one undo brings them back.
+    w.edit(kGUISelectOnly, 0);
+    w.edit(kGUIDeleteBand, 0);
+    EXPECT_EQ(w.fx->getRealValue(bandParam(0, kFieldState)), 0.0f);
+    EXPECT_EQ(w.ed.getSelectedBands(), 0u);
+    w.edit(kGUIUndo, 1);
+    EXPECT_NE(w.fx->getRealValue(bandParam(0, kFieldState)), 0.0f);
+}
+
+TEST(VGEditor, ABurstFromAnotherThreadArrivesOnce) {
+    Window w;
+    Probe* probe = w.addProbe(kGain);
+    const int before = probe->writes;
+    std::thread writer([&] {
+        for (int i = 1; i <= 1000; ++i) w.ed.setParameter(kGain, float(i) / 1000.0f);
+    });
+    writer.join();
+    w.now += 1000;
+    w.editor.idle();
+    EXPECT_EQ(probe->writes - before, 1);
+    EXPECT_EQ(probe->getValue(), 1.0f);
+}
+
+TEST(VGEditor, RefreshesFollowTheRefreshRate) {
+    const struct { int32_t setting; int64_t perSecond; } rows[] = {{2, 30}, {0, 10}, {5, 120}};
+    for (const auto& row : rows) {
+        Window w;
+        w.ed.uiSettings().setValue("Misc", "Refresh Rate", row.setting);
+        w.editor.open(0);
+        w.editor.idle();
+        const int64_t start = w.editor.refreshCount();
+        for (int ms = 0; ms < 1000; ++ms) {
+            ++w.now;
+            w.editor.idle();
+            w.editor.idle();  // idles between refreshes do nothing
+        }
+        EXPECT_EQ(w.editor.refreshCount() - start, row.perSecond) << row.setting;
+    }
+}
+
+TEST(VGEditor, TraysSlideAtTheirPace) {
+    Window w;
+    w.edit(kGUIPresetPage, 1);
+    int steps = 0;
+    while (w.editor.getRegions().presetBox.top != 25 && steps < 20) {
+        w.now += 100;
+        w.editor.idle();
+        ++steps;
+    }
+    EXPECT_EQ(steps, 6);  // from -29 to 25 by 10 a refresh
+}
+
+TEST(VGEditor, AlertsShowOneAtATimeOverTheWindow) {
+    Window w;
+    Alerts::instance().push("First", "one");
+    Alerts::instance().push("Second", "two");
+    w.editor.idle();
+    auto* alert = static_cast<AlertView*>(w.editor.getAlert());
+    ASSERT_NE(alert, nullptr);
+    EXPECT_EQ(alert->getTitle(), "First");
+    EXPECT_EQ(w.editor.getFrame()->getModalView(), alert);
+    const auto middle = [](const CRect& r) { return CPoint((r.left + r.right) / 2, (r.top + r.bottom) / 2); };
+    CPoint ok = middle(alert->buttonRect());
+    w.editor.getFrame()->onMouseDown(ok, kLButton);
+    w.editor.idle();
+    ASSERT_NE(w.editor.getAlert(), nullptr);
+    EXPECT_EQ(static_cast<AlertView*>(w.editor.getAlert())->getTitle(), "Second");
+    CPoint ok2 = middle(static_cast<AlertView*>(w.editor.getAlert())->buttonRect());
+    w.editor.getFrame()->onMouseDown(ok2, kLButton);
+    w.editor.idle();
+    EXPECT_EQ(w.editor.getAlert(), nullptr);
+    EXPECT_EQ(w.editor.getFrame()->getModalView(), nullptr);
+}
+
+TEST(VGEditor, SnapshotDrawsTheWindowAtItsSize) {
+    Window w;
+    CDIB* picture = renderView(w.editor.getFrame());
+    EXPECT_EQ(picture->width(), 750);
+    EXPECT_EQ(picture->height(), 741);
+    // The logo's accent mark at the top left, the ground below the header.
+    const CColor logo = picture->getPixel(16, 12);
+    EXPECT_GT(logo.red, 200);
+    EXPECT_GT(logo.green, 120);
+    picture->forget();
+
+    w.editor.setSizeOverride(900, 500);
+    EXPECT_EQ(w.editor.getFrame()->getWidth(), 900);
+    EXPECT_EQ(w.editor.getFrame()->getHeight(), 500);
+}
+
+}  // namespace
