@@ -13,6 +13,7 @@
 #include "gui/editor/LookPalette.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/StaticViews.h"
+#include "gui/toolkit/CFileSelector.h"
 #include "gui/toolkit/CGFrame.h"
 #include "gui/toolkit/HeadlessRender.h"
 #include "gui/toolkit/iControl.h"
@@ -83,7 +84,21 @@ public:
     std::map<std::string, CView*> byName;  // the last view made of each element
 };
 
-VGEditor::VGEditor(PlugEd& editor) : ed(editor), effect(editor.getEffect()), clock(steadyMilliseconds) {}
+VGEditor::VGEditor(PlugEd& editor) : ed(editor), effect(editor.getEffect()), clock(steadyMilliseconds) {
+    setFileChooser(nullptr);
+}
+
+void VGEditor::setFileChooser(FileChooser chooser) {
+    if (chooser) {
+        fileChooser = std::move(chooser);
+        return;
+    }
+    fileChooser = [this](bool save, const char* title, const char* initial, const char* extension, std::string* path) {
+        if (!frame) return false;
+        return CFileSelector(frame).run(save ? FileSelectorStyle::kSave : FileSelectorStyle::kOpen, title, initial,
+                                        extension, path);
+    };
+}
 
 VGEditor::~VGEditor() { close(); }
 
@@ -284,6 +299,7 @@ void VGEditor::updateControl(int32_t tag, float value) {
         case kMode: registry.setValueOfTag(kGUIProcessMode, entryOfNorm(kMode, value)); break;
         case kMsState: registry.setValueOfTag(kGUIUseMS1, 1.0f - value); break;
         case kGUIGroupNamesChanged: stripsRebuildPending = true; break;
+        case kGUIPresetMenu: programChanged(); break;
         default: break;
     }
     const int32_t field = bandFieldOf(tag);
@@ -314,6 +330,51 @@ void VGEditor::pushAllValues() {
     registry.setValueOfTag(kGUISetup, inputs.setupOpen ? 1.0f : 0.0f);
     updateUndoButtons();
     frame->invalid();
+}
+
+void VGEditor::programChanged() {
+    ed.setSelectedBands(0);
+    ed.setLinkedBands(0);
+    for (int32_t b = 0; b < kNumBands; ++b) registry.setValueOfTag(kGUISelectedBand + b, 0.0f);
+    stripsRebuildPending = true;
+    updateUndoButtons();
+}
+
+void VGEditor::chooseGroups(int32_t tag, float value) {
+    const auto v = static_cast<int32_t>(std::lround(value));
+    const int32_t side = tag == kGUIStereoMode2 ? 1 : 0;
+    // With two channels the first button chooses for both sides: the first
+    // group alone, the second alone, or both.
+    if (inputs.channels == 2 && side == 0 && (v == 0 || v == 2 || v == 3)) {
+        selectedGroup[0] = v == 2 ? -1 : 0;
+        selectedGroup[1] = v == 0 ? -1 : 1;
+        return;
+    }
+    selectedGroup[side] = v - 2 < 0 ? -1 : v - 2;
+}
+
+void VGEditor::runFileAction(int32_t tag) {
+    std::string path;
+    switch (tag) {
+        case kGUISave:
+            if (fileChooser(true, "Choose destination filename", "~/Desktop/Fenwoldrine bank.fwb", "fwb", &path))
+                ed.saveBank(path);
+            ed.rebuildPresetMenu();
+            break;
+        case kGUISavePreset:
+            if (fileChooser(true, "Choose destination filename", "~/Desktop/Fenwoldrine Preset.fwi", "fwi", &path))
+                ed.savePreset(path);
+            break;
+        case kGUILoad:
+            if (fileChooser(false, "Select preset bank", "~/Desktop", "fwb", &path)) ed.loadBank(path);
+            break;
+        case kGUILoadPreset:
+            if (fileChooser(false, "Select preset file", "~/Desktop", "fwi", &path)) ed.loadPreset(path);
+            break;
+        default: return;
+    }
+    updateUndoButtons();
+    stripsRebuildPending = true;
 }
 
 void VGEditor::setSetupOpen(bool open) {
@@ -457,6 +518,25 @@ void VGEditor::valueChanged(CControl* control) {
             ed.setSelectedBands(0);
             if (ed.isLinkingOn()) ed.setLinkedBands(0);
             for (int32_t b = 0; b < kNumBands; ++b) registry.setValueOfTag(kGUISelectedBand + b, 0.0f);
+            break;
+        }
+        case kGUIStereoMode:
+        case kGUIStereoMode2:
+        case kGUISelectedGroup:
+        case kGUIDeSelectedGroup: chooseGroups(tag == kGUIStereoMode2 ? tag : kGUIStereoMode, value); break;
+        case kGUISave:
+        case kGUILoad:
+        case kGUISavePreset:
+        case kGUILoadPreset:
+            if (value == 1.0f) runFileAction(tag);
+            break;
+        case kGUIPropagateDSP: effect.propagateDSP(); break;
+        case kGUIPropagateRenderDSP: effect.propagateRenderDSP(); break;
+        case kGUIAutoListen:
+        case kGUIAutoListenQ: {
+            const auto band = static_cast<int32_t>(std::lround(value));
+            effect.setAutoListenArmed(band >= 0);
+            if (band >= 0 && band < kNumBands && effect.isAutoListening()) ed.selectOnly(band);
             break;
         }
         case kGUIInsertBandAfter:

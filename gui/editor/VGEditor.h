@@ -75,6 +75,17 @@ public:
     void beginEdit(int32_t tag) override;
     void endEdit(int32_t tag) override;
 
+    // How the editor asks for a file to save to or load from: true with the
+    // path, false when the person cancels. The default is the toolkit's file
+    // dialog over the window (which a headless frame cannot show).
+    using FileChooser = std::function<bool(bool save, const char* title, const char* initialPath,
+                                           const char* extension, std::string* path)>;
+    void setFileChooser(FileChooser chooser);
+
+    // The groups the graph shows, on its first and second side (-1: none);
+    // the stereo mode buttons choose them.
+    int32_t getSelectedGroup(int32_t side) const { return selectedGroup[side & 1]; }
+
     // ---- Layout ----
     // Reads the UI settings into the layout word and the other options.
     void applyUiSettings();
@@ -112,8 +123,14 @@ private:
     void setSetupOpen(bool open);
     void setWizardOpen(bool open);
 
+    void chooseGroups(int32_t tag, float value);
+    void runFileAction(int32_t tag);
+    void programChanged();
+
     PlugEd& ed;
     Plug& effect;
+    FileChooser fileChooser;
+    int32_t selectedGroup[2] = {0, -1};
     VSTGUI::CFrame* frame = nullptr;
     std::unique_ptr<Builder> builder;
     ControlRegistry registry;

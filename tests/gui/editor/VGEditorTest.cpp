@@ -194,6 +194,55 @@ TEST(VGEditor, LinkedBandsFollowAndGesturesAreOneUndoStep) {
     EXPECT_NE(w.fx->getRealValue(bandParam(0, kFieldState)), 0.0f);
 }
 
+TEST(VGEditor, BanksAndPresetsGoThroughTheFileChooser) {
+    Window w;
+    const std::string folder = ::testing::TempDir();
+    std::vector<std::string> asked;
+    std::string answer;
+    w.editor.setFileChooser([&](bool save, const char* title, const char*, const char* extension, std::string* path) {
+        asked.push_back(std::string(save ? "save " : "open ") + title + " ." + extension);
+        if (answer.empty()) return false;
+        *path = answer;
+        return true;
+    });
+    const std::string bank = folder + "/editor-test.fwb";
+    const std::string preset = folder + "/editor-test.fwi";
+    w.fx->setParameter(kGain, 0.75f);
+    answer = bank;
+    w.edit(kGUISave, 1);
+    answer = preset;
+    w.edit(kGUISavePreset, 1);
+    w.fx->setParameter(kGain, 0.25f);
+    answer = bank;
+    w.edit(kGUILoad, 1);
+    EXPECT_FLOAT_EQ(w.fx->getParameter(kGain), 0.75f);
+    w.fx->setParameter(kGain, 0.25f);
+    answer = preset;
+    w.edit(kGUILoadPreset, 1);
+    EXPECT_FLOAT_EQ(w.fx->getParameter(kGain), 0.75f);
+    answer.clear();
+    w.fx->setParameter(kGain, 0.5f);
+    w.edit(kGUILoad, 1);  // cancelled: nothing changes
+    w.edit(kGUISave, 0);  // only a press of 1 asks
+    EXPECT_FLOAT_EQ(w.fx->getParameter(kGain), 0.5f);
+    EXPECT_EQ(asked, (std::vector<std::string>{"save Choose destination filename .fwb",
+                                               "save Choose destination filename .fwi", "open Select preset bank .fwb",
+                                               "open Select preset file .fwi", "open Select preset bank .fwb"}));
+}
+
+TEST(VGEditor, StereoModeChoosesTheGroupsShown) {
+    const struct { int32_t channels, tag; float value; int32_t first, second; } rows[] = {
+        {2, kGUIStereoMode, 0, 0, -1}, {2, kGUIStereoMode, 2, -1, 1}, {2, kGUIStereoMode, 3, 0, 1},
+        {6, kGUIStereoMode, 4, 2, -1}, {6, kGUIStereoMode, 1, -1, -1}, {6, kGUIStereoMode2, 5, 0, 3},
+    };
+    for (const auto& row : rows) {
+        Window w(row.channels);
+        w.edit(row.tag, row.value);
+        EXPECT_EQ(w.editor.getSelectedGroup(0), row.first) << row.channels << " " << row.value;
+        EXPECT_EQ(w.editor.getSelectedGroup(1), row.second) << row.channels << " " << row.value;
+    }
+}
+
 TEST(VGEditor, ABurstFromAnotherThreadArrivesOnce) {
     Window w;
     Probe* probe = w.addProbe(kGain);
