@@ -8,8 +8,10 @@
 #include <iterator>
 #include <limits>
 #include <sstream>
+#include <tuple>
 
 #include "ToolTestSupport.h"
+#include "gui/toolkit/CDIB.h"
 
 namespace {
 
@@ -107,6 +109,46 @@ TEST_F(RenderTest, FormatAndBitsOptionsChangeTheOutput) {
     EXPECT_EQ(result.format, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
     EXPECT_EQ(result.frames(), 4800);
     EXPECT_EQ(lastErr, "");  // --quiet and nothing to warn about
+}
+
+// ---------------------------------------------------------------------------
+// The editor drawn after a render
+
+TEST_F(RenderTest, SnapshotDrawsTheEditorAsTheRenderLeftIt) {
+    const std::string in = dir / "in.wav", out = dir / "out.wav";
+    writeFloatFile(in, sineAudio(2, 48000, 4800, 0.9, 440.0), SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    // The clip light, at the right end of the top bar.
+    auto clipLight = [](const std::string& png) {
+        std::ifstream file(png, std::ios::binary);
+        const std::vector<char> bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+        VSTGUI::CDIB* picture = VSTGUI::CDIB::fromPNG(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+        EXPECT_NE(picture, nullptr) << png;
+        if (!picture) return std::make_tuple(0, 0, VSTGUI::CColor());
+        const auto result = std::make_tuple(picture->width(), picture->height(), picture->getPixel(745, 12));
+        picture->forget();
+        return result;
+    };
+    const struct { std::vector<std::string> args; int width, height; bool clipped; } rows[] = {
+        {{"--set", "Gain=-6"}, 750, 741, false},
+        {{"--set", "Gain=+12"}, 750, 741, true},
+        {{"--set", "Gain=+12", "--snapshot-size", "900x500"}, 900, 500, true},
+    };
+    for (const auto& row : rows) {
+        const std::string png = dir / "editor.png";
+        std::vector<std::string> args = row.args;
+        args.insert(args.end(), {"--snapshot", png, "--quiet"});
+        render(in, out, args);
+        const auto [width, height, light] = clipLight(png);
+        EXPECT_EQ(width, row.width);
+        EXPECT_EQ(height, row.height);
+        if (row.width == 750) {
+            EXPECT_EQ(light.red > 150, row.clipped) << int(light.red);  // lit: bright red
+        }
+    }
+    // Without audio: the editor after the settings alone.
+    const RunResult r = runRenderer({"--snapshot", dir / "alone.png", "--set", "Band1 State=On"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(std::get<0>(clipLight(dir / "alone.png")), 750);
 }
 
 // ---------------------------------------------------------------------------

@@ -71,6 +71,11 @@ TEST_F(RenderErrorTest, BadCommandLinesExitWithTwo) {
     expectFailure(runRenderer({"--bits", "12", input, output}), 2, "bad --bits");
     expectFailure(runRenderer({"--format", "mp3", input, output}), 2, "bad --format");
     expectFailure(runRenderer({"--rate", "44100", input, output}), 2, "the sample rate comes from the input file");
+    expectFailure(runRenderer({"--snapshot-size", "800x600", input, output}), 2, "--snapshot-size needs --snapshot");
+    expectFailure(runRenderer({"--snapshot", dir / "e.png", "--snapshot-size", "80x60", input, output}), 2,
+                  "bad --snapshot-size '80x60'");
+    expectFailure(runRenderer({"--snapshot", dir / "e.png", "--snapshot-size", "wide", input, output}), 2,
+                  "bad --snapshot-size");
     expectNothingWritten();
 }
 
@@ -180,6 +185,7 @@ TEST_F(RenderErrorTest, NoFileIsWrittenOverAFileReadOrWritten) {
         {{"--response", r, "--save-state", r}, "the --response file '" + r + "' is the --save-state file"},
         {{"--list-params", "--save-state", dir / "x", "--save-preset", elsewhere + "/x"}, "as the --save-state file"},
         {{input, alias}, "the output '" + alias + "' is the same file as the input"},
+        {{input, output, "--snapshot", output}, "the --snapshot file '" + output + "' is the output"},
         {{input, output, "--spectrum", "-"}, ""},
         {{"--response", "-", "--save-state", dir / "t.fws"}, ""},
     };
