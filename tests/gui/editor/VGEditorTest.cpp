@@ -98,6 +98,11 @@ TEST(VGEditor, SetupPanelAndFreeSizeResizeTheWindow) {
     w.editor.idle();
     EXPECT_EQ(w.editor.getWidth(), before + 40);
     EXPECT_EQ(w.ed.getFreeWidth(), before + 40);
+    // Closed and opened again, the window keeps its size.
+    w.editor.close();
+    EXPECT_FALSE(w.editor.isOpen());
+    w.editor.open(0);
+    EXPECT_EQ(w.editor.getFrame()->getWidth(), before + 40);
 }
 
 TEST(VGEditor, TagsReachTheEffect) {
