@@ -135,6 +135,11 @@ void VGEditor::close() {
     alertDismissed = false;
 }
 
+const std::vector<CensusRow>& VGEditor::census() const {
+    static const std::vector<CensusRow> none;
+    return builder ? builder->census() : none;
+}
+
 CView* VGEditor::viewOfElement(const char* name) const {
     if (!builder) return nullptr;
     const auto found = builder->byName.find(name);

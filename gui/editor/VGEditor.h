@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "gui/editor/ControlRegistry.h"
 #include "gui/editor/LayoutBuilder.h"
@@ -103,6 +104,9 @@ public:
 
     // Draws the whole window as it stands into a PNG.
     bool writeSnapshot(const std::string& path, std::string* error);
+
+    // What every element of the layout built, from the last open.
+    const std::vector<CensusRow>& census() const;
 
     // The view that stands for an element without a tag of its own (the
     // band strips, the meter section); null before open.
