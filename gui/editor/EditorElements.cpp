@@ -3,6 +3,8 @@
 #include <string>
 
 #include "gui/editor/EditorButtons.h"
+#include "gui/editor/EditorControls.h"
+#include "gui/editor/EditorMenus.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/StaticViews.h"
 #include "gui/toolkit/CDIB.h"
@@ -87,22 +89,22 @@ constexpr EditorElement kEditorElements[] = {
     {"CEQKnob", nullptr, "band knob"},
     {"CEQText", nullptr, "value text"},
     {"CEQTextG", nullptr, "value text"},
-    {"SOptionMenu", nullptr, "slot menu"},
-    {"SGroupMenu", nullptr, "group menu"},
-    {"TOptionMenu", nullptr, "text menu"},
-    {"CopyToMenu", nullptr, "copy-to menu"},
+    {"SOptionMenu", makeSlotMenu, nullptr},
+    {"SGroupMenu", makeGroupMenu, nullptr},
+    {"TOptionMenu", makeTextMenu, nullptr},
+    {"CopyToMenu", makeCopyToMenu, nullptr},
     {"nVU", nullptr, "level meter"},
     {"nPage", makePage<nPage>, nullptr},
     {"nPageR", makePage<nPageR>, nullptr},
     {"nClickThruPage", makePage<nClickThruPage>, nullptr},
     {"nDraggablePage", makePage<nDraggablePage>, nullptr},
     {"nPageSelect", makePageSelect, nullptr},
-    {"nHighlightSheet", nullptr, "highlight sheet"},
-    {"CEQVSlider", nullptr, "value slider"},
-    {"CEQHSlider", nullptr, "value slider"},
-    {"CPresetMenu", nullptr, "preset menu"},
+    {"nHighlightSheet", makeHighlightSheet, nullptr},
+    {"CEQVSlider", makeEQVSlider, nullptr},
+    {"CEQHSlider", makeEQHSlider, nullptr},
+    {"CPresetMenu", makePresetMenu, nullptr},
     {"BandButton", nullptr, "band button"},
-    {"SetupWindow", nullptr, "setup page list"},
+    {"SetupWindow", makeSetupWindow, nullptr},
     {"nKickButton2", makeKickButton2, nullptr},
     {"Preferences", nullptr, "preferences"},
     {"UIPreferences", nullptr, "display preferences"},
@@ -118,15 +120,15 @@ constexpr EditorElement kEditorElements[] = {
     {"nTextDisplayC", makeTextDisplayC, nullptr},
     {"nDarken", makeDarken, nullptr},
     {"nScrollBox", makeScrollBox, nullptr},
-    {"nTTMenu", nullptr, "text menu"},
+    {"nTTMenu", makeDisplayMenu, nullptr},
     {"PhaseGraph", nullptr, "phase graph"},
     {"IRGraph", nullptr, "impulse graph"},
     {"RoutingMatrix", nullptr, "routing matrix"},
     {"nAnalyserButton", nullptr, "analyser button"},
     {"Keyboard", nullptr, "keyboard"},
-    {"SpecialArrows", nullptr, "tray handle"},
+    {"SpecialArrows", makeSpecialArrows, nullptr},
     {"SetupWizard", nullptr, "setup wizard"},
-    {"nResizeBox", nullptr, "resize corner"},
+    {"nResizeBox", makeResizeBox, nullptr},
     {"PropagateMenu", nullptr, "propagate menu"},
     {"AboutText", makeAboutText, nullptr},
 };

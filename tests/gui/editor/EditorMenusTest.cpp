@@ -1,0 +1,279 @@
+// The editor's menus as the layout builds them, driven by mouse calls
+// through a frame whose window runs the toolkit's popups by a script of
+// keys: what the listener hears, under which tag, and what the menus hold.
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "gui/editor/EditorMenus.h"
+#include "gui/toolkit/CFrame.h"
+#include "gui/toolkit/CTimer.h"
+#include "gui/toolkit/MenuPopup.h"
+#include "gui/toolkit/TextEntry.h"
+#include "session/EditorTags.h"
+#include "state/PresetScan.h"
+
+using namespace VSTGUI;
+
+namespace {
+
+std::function<void(IPopupClient*)> gScript;  // what the user does in a popup
+int32_t gHeldKeys = 0;                       // modifiers held when the popup ends
+int gPopups = 0;
+
+class ScriptedWindow : public IPlatformFrame {
+public:
+    void invalidRect(const CRect&) override {}
+    bool setSize(const CRect&) override { return true; }
+    CPoint getPositionOnScreen() override { return CPoint(100, 50); }
+    bool getCurrentMousePosition(CPoint& where) override {
+        where = CPoint();
+        return true;
+    }
+    int32_t getCurrentMouseButtons() override { return gHeldKeys; }
+    void setMouseCursor(CCursorType) override {}
+    void showCursor(bool) override {}
+    void setCursorPosition(const CPoint&) override {}
+    void takeFocus() override {}
+    void idle() override {}
+    bool runPopup(IPopupClient* client) override {
+        ++gPopups;
+        if (gScript) gScript(client);
+        return true;
+    }
+    uint32_t doubleClickTime() override { return 0; }
+    uintptr_t nativeWindow() override { return 1; }
+};
+
+IPlatformFrame* makeWindow(IPlatformFrameCallback*, const CRect&, uintptr_t) { return new ScriptedWindow; }
+
+// Chooses entry `index` of the top level, stepping with Down from where
+// the popup opens (separators are stepped over), then `deeper` in the menu
+// nested there.
+std::function<void(IPopupClient*)> pick(int32_t index, int32_t deeper = -1) {
+    return [=](IPopupClient* client) {
+        auto* popup = dynamic_cast<MenuPopup*>(client);
+        ASSERT_NE(popup, nullptr);
+        auto stepTo = [popup](int32_t level, int32_t entry) {
+            for (int i = 0; i < 32 && popup->highlighted(level) != entry; ++i) popup->popupKey(0, VKEY_DOWN, 0);
+        };
+        stepTo(0, index);
+        if (deeper >= 0) {
+            popup->popupKey(0, VKEY_RIGHT, 0);
+            ASSERT_EQ(popup->levelCount(), 2);
+            stepTo(1, deeper);
+        }
+        popup->popupKey(0, VKEY_RETURN, 0);
+    };
+}
+
+struct Heard : CControlListener {
+    void valueChanged(CControl* c) override {
+        events.push_back(std::to_string(c->getTag()) + "=" + std::to_string(static_cast<int>(c->getValue())));
+    }
+    void controlBeginEdit(CControl* c) override { events.push_back("begin " + std::to_string(c->getTag())); }
+    void controlEndEdit(CControl* c) override { events.push_back("end " + std::to_string(c->getTag())); }
+    std::vector<std::string> events;
+};
+
+// The report of one choice: the edit bracket around the value, all under `tag`.
+std::vector<std::string> choice(int32_t tag, int value) {
+    const std::string t = std::to_string(tag);
+    return {"begin " + t, t + "=" + std::to_string(value), "end " + t};
+}
+
+struct Menus : ::testing::Test {
+    void SetUp() override {
+        setPlatformFrameFactory(&makeWindow);
+        frame = new CFrame(CRect(0, 0, 400, 300), nullptr);
+        ASSERT_TRUE(frame->open(0));
+        gScript = nullptr;
+        gHeldKeys = 0;
+        gPopups = 0;
+    }
+    void TearDown() override {
+        frame->forget();
+        setPlatformFrameFactory(nullptr);
+        gScript = nullptr;
+    }
+    template <class Menu>
+    Menu* build(const std::string& element) {
+        const LayoutReadResult doc = readLayoutDocument("<ui>" + element + "</ui>");
+        EXPECT_TRUE(doc.ok) << doc.error;
+        builder.viewFromLayout(doc.root, frame, frame, &heard);
+        auto* menu = dynamic_cast<Menu*>(frame->getView(frame->getNbViews() - 1));
+        EXPECT_NE(menu, nullptr) << element;
+        return menu;
+    }
+    void click(CView* view, int32_t buttons, CCoord x = 4, CCoord y = 4) {
+        CPoint at = CPoint(x, y) + view->getViewSize().topLeft();
+        frame->onMouseDown(at, buttons);
+        frame->onMouseUp(at, 0);
+    }
+
+    CFrame* frame = nullptr;
+    LayoutBuilder builder;
+    Heard heard;
+};
+
+}  // namespace
+
+TEST_F(Menus, TextMenusListTheirTextAndReportTheChosenIndex) {
+    const struct {
+        const char* element;
+        const char* className;
+        std::vector<std::string> entries;
+        int32_t chosen;
+    } rows[] = {
+        {R"(<nTTMenu width=250 height=15 tag=kDPlusLen txt="Off\n16\n32\n64"/>)", "nTTMenu", {"Off", "16", "32", "64"}, 2},
+        {R"(<TOptionMenu width=140 height=15 tag=kGUIProcessMode txt="IIR\nFIR"/>)", "TOptionMenu", {"IIR", "FIR"}, 1},
+        {R"(<nTTMenu width=99 height=15 tag=kParallel txt="All Series\n-\n"/>)", "nTTMenu", {"All Series", "-", ""}, 1},
+    };
+    for (const auto& row : rows) {
+        auto* menu = build<TOptionMenu>(row.element);
+        ASSERT_NE(menu, nullptr);
+        EXPECT_STREQ(menu->getClassName(), row.className);
+        EXPECT_EQ(menu->getEntryTitles(), row.entries);
+        heard.events.clear();
+        gScript = pick(row.chosen);
+        click(menu, kLButton);
+        EXPECT_EQ(heard.events, choice(menu->getTag(), row.chosen)) << row.element;
+        EXPECT_EQ(menu->getDisplayText(), row.entries[static_cast<size_t>(row.chosen)]);
+    }
+}
+
+TEST_F(Menus, SlotButtonTogglesOnALeftClickAndListsSlotsOnARightClick) {
+    auto* slots = build<SOptionMenu>(R"(<SOptionMenu width=27 height=25 background=802 tag=kGUIABMenu )"
+                                     R"(alttag=kGUIABMenuAlt txt="A\nB\nC\nD\nE\nF\nG\nH"/>)");
+    ASSERT_NE(slots, nullptr);
+    slots->setCurrent(1);
+    const struct {
+        int32_t buttons;
+        int32_t chosen;  // by the script, when a list opens
+        int popups;
+        std::vector<std::string> heard;
+    } rows[] = {
+        {kLButton, 5, 0, choice(kGUIABMenuAlt, 1)},
+        {kRButton, 5, 1, choice(kGUIABMenu, 5)},
+        {kLButton, 2, 0, choice(kGUIABMenuAlt, 5)},
+    };
+    for (const auto& row : rows) {
+        heard.events.clear();
+        gPopups = 0;
+        gScript = pick(row.chosen);
+        click(slots, row.buttons);
+        EXPECT_EQ(gPopups, row.popups);
+        EXPECT_EQ(heard.events, row.heard);
+        EXPECT_EQ(slots->getTag(), kGUIABMenu);
+    }
+    EXPECT_EQ(slots->getDisplayText(), "F");
+}
+
+TEST_F(Menus, CopyButtonShowsItselfPressedWhileOpenAndReportsTheSlot) {
+    auto* copy = build<CopyToMenu>(R"(<CopyToMenu width=59 height=25 tag=kGUICopyTo background=803 )"
+                                   R"(heightofoneimage=25 txt="A\nB\nC\nD\nE\nF\nG\nH"/>)");
+    ASSERT_NE(copy, nullptr);
+    int32_t frameWhileOpen = -1;
+    gScript = [&](IPopupClient* client) {
+        frameWhileOpen = copy->frameShown();
+        pick(6)(client);
+    };
+    click(copy, kLButton);
+    EXPECT_EQ(frameWhileOpen, 1);
+    EXPECT_EQ(copy->frameShown(), 0);
+    EXPECT_EQ(heard.events, choice(kGUICopyTo, 6));
+}
+
+TEST_F(Menus, GroupMenuEndsWithBothAndNoneForTwoChannelsAndSendsTheOtherSideToItsAltTag) {
+    auto* groups = build<SGroupMenu>(R"(<SGroupMenu width=35 height=25 background=806 tag=kGUIStereoMode )"
+                                     R"(alttag=kGUIStereoMode2/>)");
+    ASSERT_NE(groups, nullptr);
+    const struct {
+        std::vector<std::string> names;
+        int32_t channels;
+        std::vector<std::string> entries;
+        int32_t both, none;
+    } sets[] = {
+        {{"Left", "Right"}, 2, {"Left", "Right", "Both", "None"}, 2, 3},
+        {{"1", "2", "3", "4", "5", "6"}, 6, {"1", "2", "3", "4", "5", "6"}, -1, -1},
+        {{"Mid", "Side"}, 2, {"Mid", "Side", "Both", "None"}, 2, 3},
+    };
+    for (const auto& set : sets) {
+        groups->setGroups(set.names, set.channels);
+        EXPECT_EQ(groups->getEntryTitles(), set.entries);
+        EXPECT_EQ(groups->bothValue(), set.both);
+        EXPECT_EQ(groups->noneValue(), set.none);
+    }
+    const struct {
+        int32_t buttons;
+        int32_t heldAtChoice;
+        int32_t chosen;
+        int32_t tag;
+    } rows[] = {
+        {kLButton, 0, 1, kGUIStereoMode},
+        {kRButton, 0, 3, kGUIStereoMode2},
+        {kLButton, kShift, 2, kGUIStereoMode2},
+        {kLButton, 0, 0, kGUIStereoMode},
+    };
+    for (const auto& row : rows) {
+        heard.events.clear();
+        gHeldKeys = row.heldAtChoice;
+        gScript = pick(row.chosen);
+        click(groups, row.buttons);
+        EXPECT_EQ(heard.events, choice(row.tag, row.chosen));
+        EXPECT_EQ(groups->getTag(), kGUIStereoMode);
+    }
+}
+
+TEST_F(Menus, PresetFieldReportsWhereTheChoiceLiesAndRenamesOnADoubleClick) {
+    auto* presets = build<CPresetMenu>(R"(<CPresetMenu width=208 height=18 tag=kGUIPresetMenu background=506 font=101/>)");
+    ASSERT_NE(presets, nullptr);
+    EXPECT_EQ(presets->getFontId(), 101);
+    PresetMenu tree;
+    tree.entries.push_back({PresetMenu::Kind::kItem, "Program 1", nullptr});
+    tree.entries.push_back({PresetMenu::Kind::kSeparator, "", nullptr});
+    auto folder = std::make_unique<PresetMenu>();
+    folder->entries.push_back({PresetMenu::Kind::kItem, "Air", nullptr});
+    folder->entries.push_back({PresetMenu::Kind::kItem, "Warmth", nullptr});
+    tree.entries.push_back({PresetMenu::Kind::kSubmenu, "Mastering", std::move(folder)});
+    presets->setMenu(tree);
+    presets->setName("Program 1");
+
+    // The drop mark opens the menu at once; the choice lies in the folder.
+    gScript = pick(2, 1);
+    click(presets, kLButton, 200, 9);
+    EXPECT_EQ(presets->getChosenPath(), (std::vector<int32_t>{2, 1}));
+    EXPECT_EQ(presets->getChosenTitle(), "Warmth");
+    EXPECT_EQ(heard.events.size(), 3u);
+
+    // A click on the name waits; a second one edits the name instead.
+    heard.events.clear();
+    gPopups = 0;
+    gScript = [](IPopupClient* client) {
+        auto* entry = dynamic_cast<TextEntryPopup*>(client);
+        ASSERT_NE(entry, nullptr);
+        entry->model().selectAll();
+        for (const char c : std::string("Loud")) entry->model().insert(static_cast<uint32_t>(c));
+        entry->popupKey(0, VKEY_RETURN, 0);
+    };
+    click(presets, kLButton, 20, 9);
+    EXPECT_TRUE(presets->isMenuPending());
+    EXPECT_EQ(gPopups, 0);
+    click(presets, kLButton | kDoubleClick, 20, 9);
+    EXPECT_FALSE(presets->isMenuPending());
+    EXPECT_EQ(presets->getName(), "Loud");
+    EXPECT_EQ(heard.events, choice(kGUIPresetName, 0));
+    EXPECT_EQ(presets->getTag(), kGUIPresetMenu);
+
+    // With no second click the menu opens when the wait is over.
+    gPopups = 0;
+    gScript = pick(0);
+    click(presets, kLButton, 20, 9);
+    CTimer::fireDue(toolkitMilliseconds() + 60000);
+    EXPECT_EQ(gPopups, 1);
+    EXPECT_EQ(presets->getChosenPath(), std::vector<int32_t>{0});
+}
