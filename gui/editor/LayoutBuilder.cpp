@@ -128,14 +128,11 @@ CView* makeButton2(const LayoutElementArgs& a) {
 }
 
 // Puts the handle's travel `range` pixels long from `offset` along the
-// slider's axis, the minimum at the slider's chosen end.
+// slider's axis; the slider's style says at which end its minimum lies.
 void setSliderTravel(CSlider& slider, const CPoint& offset, CCoord range) {
-    const bool horizontal = slider.isHorizontal();
-    const CCoord low = horizontal ? offset.x : offset.y;
-    const CCoord high = low + std::max<CCoord>(0, range - slider.getHandleLength());
-    const bool minimumAtLow = horizontal ? !(slider.getStyle() & kRight) : (slider.getStyle() & kTop) != 0;
-    slider.setMinPos(minimumAtLow ? low : high);
-    slider.setMaxPos(minimumAtLow ? high : low);
+    const CCoord low = slider.isHorizontal() ? offset.x : offset.y;
+    slider.setMinPos(low);
+    slider.setMaxPos(low + std::max<CCoord>(0, range - slider.getHandleLength()));
 }
 
 // Sliders: the plain one takes its axis from `style`, the vertical and the

@@ -60,8 +60,11 @@ TEST(LayoutElements, ToolkitRowsReadTheirAttributes) {
     auto* vertical = b.view<CSlider>(0);
     EXPECT_STREQ(vertical->getClassName(), "CVerticalSlider");
     const CCoord handle = vertical->getHandleLength();
-    EXPECT_EQ(vertical->getMaxPos(), 10);  // the top of the travel, the maximum
-    EXPECT_EQ(vertical->getMinPos(), 110 - handle);
+    vertical->setValue(0);  // the minimum at the bottom of the travel
+    EXPECT_EQ(vertical->getHandleRect().bottom, 110);
+    vertical->setValue(1);
+    EXPECT_EQ(vertical->getHandleRect().top, 10);
+    EXPECT_EQ(vertical->getHandleRect().height(), handle);
     auto* horizontal = b.view<CSlider>(1);
     EXPECT_TRUE(horizontal->isHorizontal());
     EXPECT_EQ(horizontal->getMinPos(), 3);
