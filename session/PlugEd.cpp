@@ -309,6 +309,26 @@ void PlugEd::applyMenuPreset(const cJSON* tree, int32_t index) {
     presetDisplayStale = true;
 }
 
+void PlugEd::applyMenuPath(const std::vector<int32_t>& path) {
+    if (path.empty()) return;
+    const cJSON* tree = presetRoot;
+    for (size_t level = 0; level + 1 < path.size() && tree != nullptr; ++level) {
+        tree = cJSON_GetArrayItem(tree, path[level]);
+        if (tree != nullptr && !cJSON_IsObject(tree) && !cJSON_IsArray(tree)) tree = nullptr;
+    }
+    if (tree != nullptr) applyMenuPreset(tree, path.back());
+}
+
+std::string PlugEd::currentPresetName() const {
+    return effect->programStore().program(effect->getProgram()).name;
+}
+
+bool PlugEd::takePresetDisplayStale() {
+    const bool stale = presetDisplayStale;
+    presetDisplayStale = false;
+    return stale;
+}
+
 void PlugEd::presetPrev() {
     if (presetTree == presetRoot || presetTree == nullptr) {
         if (effect->getProgram() > 0) effect->setProgram(effect->getProgram() - 1);

@@ -151,6 +151,13 @@ public:
     const cJSON* getPresetRoot() const { return presetRoot; }
     // Loads item `index` of `tree` (the root, a folder or a bank's array).
     void applyMenuPreset(const cJSON* tree, int32_t index);
+    // Loads the entry of the preset menu at `path`: one index per level from
+    // the top, separators counted. A path that leads nowhere does nothing.
+    void applyMenuPath(const std::vector<int32_t>& path);
+    // The name the preset field shows: the current program's.
+    std::string currentPresetName() const;
+    // Whether the preset field and menu need drawing anew; reading clears it.
+    bool takePresetDisplayStale();
     // The prev and next buttons; whether each is enabled.
     void presetPrev();
     void presetNext();

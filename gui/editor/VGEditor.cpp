@@ -8,6 +8,8 @@
 #include "core/ParamTable.h"
 #include "core/Plug.h"
 #include "gui/editor/AlertView.h"
+#include "gui/editor/EditorControls.h"
+#include "gui/editor/EditorMenus.h"
 #include "gui/editor/EditorButtons.h"
 #include "gui/editor/LayoutResource.h"
 #include "gui/editor/LookPalette.h"
@@ -303,7 +305,12 @@ void VGEditor::updateControl(int32_t tag, float value) {
         case kABBank: registry.setValueOfTag(kGUIABMenu, entryOfNorm(kABBank, value)); break;
         case kMode: registry.setValueOfTag(kGUIProcessMode, entryOfNorm(kMode, value)); break;
         case kMsState: registry.setValueOfTag(kGUIUseMS1, 1.0f - value); break;
-        case kGUIGroupNamesChanged: stripsRebuildPending = true; break;
+        case kGUIGroupNamesChanged:
+            stripsRebuildPending = true;
+            refreshGroupMenus();
+            break;
+        case kScale:
+        case kFShift: refreshSliders(); break;
         case kGUIPresetMenu: programChanged(); break;
         default: break;
     }
@@ -334,10 +341,17 @@ void VGEditor::pushAllValues() {
     registry.setValueOfTag(kGUIWizardOpen, inputs.wizardOpen ? 1.0f : 0.0f);
     registry.setValueOfTag(kGUISetup, inputs.setupOpen ? 1.0f : 0.0f);
     updateUndoButtons();
+    refreshPresetBox();
+    refreshGroupMenus();
+    refreshSliders();
+    placeTagged(kGUIOpenScaleTray, [&](CView* v) {
+        if (v->isTypeOf("SpecialArrows")) static_cast<SpecialArrows*>(v)->setTrayOpen(scaleTrayOpen);
+    });
     frame->invalid();
 }
 
 void VGEditor::programChanged() {
+    refreshPresetBox();
     ed.setSelectedBands(0);
     ed.setLinkedBands(0);
     for (int32_t b = 0; b < kNumBands; ++b) registry.setValueOfTag(kGUISelectedBand + b, 0.0f);
@@ -356,6 +370,102 @@ void VGEditor::chooseGroups(int32_t tag, float value) {
         return;
     }
     selectedGroup[side] = v - 2 < 0 ? -1 : v - 2;
+}
+
+void VGEditor::chooseGroupFromMenu(CControl* control, int32_t tag, float value) {
+    auto* menu = static_cast<SGroupMenu*>(control);
+    const auto v = static_cast<int32_t>(std::lround(value));
+    const int32_t side = tag == kGUIStereoMode2 ? 1 : 0;
+    if (inputs.channels == 2 && side == 0) {
+        // The pair's two groups, one alone, both, or none.
+        selectedGroup[0] = (v == 0 || v == menu->bothValue()) ? 0 : -1;
+        selectedGroup[1] = (v == 1 || v == menu->bothValue()) ? 1 : -1;
+        return;
+    }
+    selectedGroup[side] = (v == menu->noneValue() || v < 0) ? -1 : v;
+}
+
+void VGEditor::refreshPresetBox() {
+    const std::string name = ed.currentPresetName();
+    placeTagged(kGUIPresetMenu, [&](CView* v) {
+        if (!v->isTypeOf("CPresetMenu")) return;
+        auto* menu = static_cast<CPresetMenu*>(v);
+        menu->setMenu(ed.getPresetMenu());
+        menu->setName(name);
+    });
+    updateUndoButtons();
+}
+
+void VGEditor::refreshGroupMenus() {
+    int32_t count = 0;
+    const std::string* names = effect.groupNamesOf(&count);
+    const std::vector<std::string> groups(names, names + (names ? count : 0));
+    for (int32_t tag : {kGUIStereoMode, kGUIStereoMode2}) {
+        placeTagged(tag, [&](CView* v) {
+            if (!v->isTypeOf("SGroupMenu")) return;
+            auto* menu = static_cast<SGroupMenu*>(v);
+            menu->setGroups(groups, inputs.channels);
+            const int32_t side = tag == kGUIStereoMode2 ? 1 : 0;
+            float shown = static_cast<float>(selectedGroup[side]);
+            if (inputs.channels == 2 && side == 0) {
+                shown = selectedGroup[0] >= 0 && selectedGroup[1] >= 0 ? static_cast<float>(menu->bothValue())
+                        : selectedGroup[0] >= 0                         ? 0.0f
+                        : selectedGroup[1] >= 0                         ? 1.0f
+                                                                        : static_cast<float>(menu->noneValue());
+            }
+            menu->setValue(shown);
+            menu->invalid();
+        });
+    }
+}
+
+void VGEditor::refreshSliders() {
+    const int32_t labels = ed.getUiSetting("Misc", "Slider Labels");
+    const CEQSlider::Readout readout = labels == 0   ? CEQSlider::Readout::kNever
+                                       : labels == 2 ? CEQSlider::Readout::kAlways
+                                                     : CEQSlider::Readout::kWhileActive;
+    for (int32_t tag : {kScale, kFShift}) {
+        char text[64] = {};
+        effect.getParameterDisplay(tag, text);
+        char unit[64] = {};
+        effect.getParameterLabel(tag, unit);
+        const std::string shown = unit[0] ? std::string(text) + " " + unit : std::string(text);
+        placeTagged(tag, [&](CView* v) {
+            if (!v->isTypeOf("CEQSlider")) return;
+            auto* slider = static_cast<CEQSlider*>(v);
+            slider->setReadout(readout);
+            slider->setDisplayText(shown);
+        });
+    }
+}
+
+// Scale and Shift moved with the second-function modifier: the bands' gains
+// (or frequencies) move the other way so that the sound stays. Refused,
+// with nothing changed, when a gain would leave its range.
+bool VGEditor::compensate(CControl* control, int32_t tag, float value) {
+    (void)control;
+    const ParamRow& row = staticParamTable()[tag];
+    const double before = curveToReal(row, effect.getParameter(tag));
+    const double after = curveToReal(row, value);
+    if (after == 0.0) return false;
+    const double ratio = before / after;
+    const int32_t field = tag == kScale ? kFieldGain : kFieldFrequency;
+    if (tag == kScale) {
+        for (int32_t b = 0; b < kNumBands; ++b)
+            if (std::fabs(effect.getRealValue(bandParam(b, field)) * ratio) > 1.0) return false;
+    }
+    effect.undoBeginGroup();
+    effect.setParameterAutomated(tag, value);
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        const int32_t band = bandParam(b, field);
+        if (effect.getRealValue(bandParam(b, kFieldState)) == 0.0f) continue;
+        const double raw = effect.getRealValue(band) * ratio;
+        effect.beginEdit(band);
+        effect.setParameterAutomated(band, static_cast<float>(curveToNorm(staticParamTable()[band], raw)));
+        effect.endEdit(band);
+    }
+    effect.undoEndGroup();
+    return true;
 }
 
 void VGEditor::runFileAction(int32_t tag) {
@@ -406,6 +516,12 @@ void VGEditor::endEdit(int32_t tag) { ed.endLinkedEdit(tag); }
 void VGEditor::valueChanged(CControl* control) {
     const int32_t tag = control->getTag();
     const float value = control->getValue();
+    if ((tag == kScale || tag == kFShift) && control->isTypeOf("CEQSlider") &&
+        static_cast<CEQSlider*>(control)->isCompensating()) {
+        if (!compensate(control, tag, value)) control->setValue(effect.getParameter(tag));
+        refreshSliders();
+        return;
+    }
     if (isParamIndex(tag)) {
         if (isMenuRow(tag)) {
             effect.setParameterAutomated(tag, normOfEntry(tag, value));
@@ -427,6 +543,7 @@ void VGEditor::valueChanged(CControl* control) {
         } else {
             effect.setParameterAutomated(tag, value);
         }
+        if (tag == kScale || tag == kFShift) refreshSliders();
         return;
     }
     if (tag >= kGUISelectedBand && tag < kGUISelectedBand + kNumBands) {
@@ -458,7 +575,12 @@ void VGEditor::valueChanged(CControl* control) {
             if (value == 1.0f || !control->isTypeOf("CButtonBase")) presetTrayOpen = !presetTrayOpen;
             break;
         case kGUIOpenScaleTray:
-            if (value == 1.0f || !control->isTypeOf("CButtonBase")) scaleTrayOpen = !scaleTrayOpen;
+            if (value == 1.0f || !control->isTypeOf("CButtonBase")) {
+                scaleTrayOpen = !scaleTrayOpen;
+                placeTagged(kGUIOpenScaleTray, [&](CView* v) {
+                    if (v->isTypeOf("SpecialArrows")) static_cast<SpecialArrows*>(v)->setTrayOpen(scaleTrayOpen);
+                });
+            }
             break;
         case kGUIUndo:
             if (value != 0.0f) effect.undo();
@@ -527,8 +649,29 @@ void VGEditor::valueChanged(CControl* control) {
         }
         case kGUIStereoMode:
         case kGUIStereoMode2:
+            if (control->isTypeOf("SGroupMenu")) {
+                chooseGroupFromMenu(control, tag, value);
+                break;
+            }
+            chooseGroups(tag, value);
+            break;
+        case kGUIPresetMenu:
+            if (control->isTypeOf("CPresetMenu")) {
+                ed.applyMenuPath(static_cast<CPresetMenu*>(control)->getChosenPath());
+                refreshPresetBox();
+                updateUndoButtons();
+                stripsRebuildPending = true;
+            }
+            break;
+        case kGUIPresetName:
+            if (control->isTypeOf("CPresetMenu")) {
+                ed.setPresetName(static_cast<CPresetMenu*>(control)->getName().c_str());
+                ed.rebuildPresetMenu();
+                refreshPresetBox();
+            }
+            break;
         case kGUISelectedGroup:
-        case kGUIDeSelectedGroup: chooseGroups(tag == kGUIStereoMode2 ? tag : kGUIStereoMode, value); break;
+        case kGUIDeSelectedGroup: chooseGroups(kGUIStereoMode, value); break;
         case kGUISave:
         case kGUILoad:
         case kGUISavePreset:
@@ -602,6 +745,7 @@ void VGEditor::editorTimer() {
     if (step == lastRefreshStep) return;
     lastRefreshStep = step;
     ++refreshes;
+    if (ed.takePresetDisplayStale()) refreshPresetBox();
     slideTrays();
     float value = 0;
     for (int32_t tag = 0; tag < PlugEd::kNumTags; ++tag) {

@@ -128,6 +128,11 @@ private:
     void setWizardOpen(bool open);
 
     void chooseGroups(int32_t tag, float value);
+    void chooseGroupFromMenu(VSTGUI::CControl* menu, int32_t tag, float value);
+    void refreshPresetBox();
+    void refreshGroupMenus();
+    void refreshSliders();
+    bool compensate(VSTGUI::CControl* slider, int32_t tag, float value);
     void runFileAction(int32_t tag);
     void programChanged();
 

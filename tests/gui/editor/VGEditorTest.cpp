@@ -15,6 +15,7 @@
 #include "gui/editor/VGEditor.h"
 #include "gui/toolkit/CDIB.h"
 #include "gui/toolkit/HeadlessRender.h"
+#include "gui/toolkit/Sliders.h"
 #include "session/PlugEd.h"
 #include "state/Alerts.h"
 
@@ -245,6 +246,34 @@ TEST(VGEditor, StereoModeChoosesTheGroupsShown) {
         w.edit(row.tag, row.value);
         EXPECT_EQ(w.editor.getSelectedGroup(0), row.first) << row.channels << " " << row.value;
         EXPECT_EQ(w.editor.getSelectedGroup(1), row.second) << row.channels << " " << row.value;
+    }
+}
+
+TEST(VGEditor, ScaleWithTheSecondModifierKeepsTheSound) {
+    Window w;
+    for (int32_t b = 0; b < 2; ++b) {
+        w.fx->setParameter(bandParam(b, kFieldState), 1.0f);
+        setShown(*w.fx, bandParam(b, kFieldGain), b == 0 ? 6.0 : -3.0);  // at the shipped scale, 18 dB
+    }
+    auto* slider = static_cast<CSlider*>(w.editor.controls().controlByIndex(w.editor.controls().findTag(kScale)));
+    ASSERT_TRUE(slider->isTypeOf("CEQSlider"));
+    const struct { int32_t buttons; double scale; bool soundKept; double scaleAfter; } rows[] = {
+        {kLButton | kAlt, 12, true, 12},  // compensating: the bands' own gains grow by 18/12
+        {kLButton, 9, false, 9},          // plain: every band follows the scale
+        {kLButton | kAlt, 4, true, 18},   // a gain would leave its range: refused, nothing moves
+    };
+    for (const auto& row : rows) {
+        setShown(*w.fx, kScale, 18.0);
+        w.editor.updateControl(kScale, w.fx->getParameter(kScale));
+        const double g0 = shown(*w.fx, bandParam(0, kFieldGain));
+        const CRect handle = slider->getHandleRect();
+        CPoint at((handle.left + handle.right) / 2, (handle.top + handle.bottom) / 2);
+        slider->onMouseDown(at, row.buttons);
+        slider->setValue(float(w.fx->displayToNorm(kScale, row.scale)));
+        w.editor.valueChanged(slider);
+        slider->onMouseUp(at, 0);
+        EXPECT_EQ(std::fabs(shown(*w.fx, bandParam(0, kFieldGain)) - g0) < 1e-3, row.soundKept) << row.scale;
+        EXPECT_NEAR(shown(*w.fx, kScale), row.scaleAfter, 1e-3) << row.scale;
     }
 }
 
