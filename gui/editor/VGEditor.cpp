@@ -1,5 +1,6 @@
 #include "gui/editor/VGEditor.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -315,6 +316,16 @@ void VGEditor::updateControl(int32_t tag, float value) {
         default: break;
     }
     const int32_t field = bandFieldOf(tag);
+    if (field == kFieldState) {
+        // A band switched off gives up the locks of its rows.
+        const int32_t band = bandIndexOf(tag);
+        const bool on = effect.getRealValue(tag) != 0.0f;
+        if (bandOn[band] && !on) {
+            for (int32_t f = 0; f < kNumBandFields; ++f)
+                effect.setParameterLocked(effect.getProgram(), bandParam(band, f), false);
+        }
+        bandOn[band] = on;
+    }
     if (field == kFieldState || field == kFieldType || field == kFieldSubtype) stripsRebuildPending = true;
     registry.setValueOfTag(tag, widgetValue(tag, value));
     if (isParamIndex(tag)) updateUndoButtons();
@@ -764,6 +775,15 @@ void VGEditor::idle() {
     showNextAlert();
     if (resizePending) layoutEditor();
     editorTimer();
+    if (stripsRebuildPending && !frame->getModalView() && !inputs.wizardOpen) {
+        // The band order made whole again and kept with the program.
+        stripsRebuildPending = false;
+        int32_t order[kNumBands];
+        const int32_t count = ed.reviewedBandOrder(order);
+        const int32_t* stored = effect.programStore().bandOrder(effect.getProgram());
+        if (!std::equal(order, order + count, stored) || (count < kNumBands && stored[count] >= 0))
+            effect.setBandOrder(effect.getProgram(), order, count);
+    }
     frame->idle();
 }
 

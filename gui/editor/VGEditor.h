@@ -140,6 +140,7 @@ private:
     Plug& effect;
     FileChooser fileChooser;
     int32_t selectedGroup[2] = {0, -1};
+    bool bandOn[32] = {};  // each band's State as last shown
     VSTGUI::CFrame* frame = nullptr;
     std::unique_ptr<Builder> builder;
     ControlRegistry registry;

@@ -126,6 +126,17 @@ TEST(VGEditor, TagsReachTheEffect) {
         {kGUIAbout, 1, [](Window& x) {
              return x.editor.isSetupOpen() && x.editor.controls().valueOfTag(kGUISetupPage) == 5.0f;
          }},
+        {kGUISetupPage, 2, [](Window& x) { return x.editor.controls().valueOfTag(kGUISetupPage) == 2.0f; }},
+        {kGUISetup, 0, [](Window& x) { return !x.editor.isSetupOpen(); }},
+        {kGUIPresetPage, 1, [](Window& x) { return x.editor.isPresetTrayOpen(); }},
+        {kGUIOpenScaleTray, 1, [](Window& x) { return x.editor.isScaleTrayOpen(); }},
+        {kGUIUseMS1, 1, [](Window& x) { return x.fx->getParameter(kMsState) == 0.0f; }},
+        {kGUIWizardOpen, 1, [](Window& x) { return x.editor.isWizardOpen() && x.editor.getWidth() == 632; }},
+        {kGUIWizardOpen, 0, [](Window& x) { return !x.editor.isWizardOpen() && x.editor.getWidth() == 750; }},
+        {kGUIABMenu, 5, [](Window& x) { return std::lround(x.fx->getRealValue(kABBank)) == 5; }},
+        {kGUIABMenuAlt, 1, [](Window& x) { return std::lround(x.fx->getRealValue(kABBank)) != 5; }},  // to a visited slot
+        {kGUIAutoGain, 1, [](Window& x) { return x.fx->programStore().autoGain(x.fx->getProgram()) != 0; }},
+        {kGUISelectedBand + 4, 1, [](Window& x) { return x.ed.getSelectedBands() == (1u << 4); }},
     };
     for (const auto& row : rows) {
         w.edit(row.tag, row.value);
