@@ -9,7 +9,10 @@
 
 // Builds the element if it is one of the editor's that exist: pages and
 // page switches, tiles, the dimming sheet, static texts, the filmstrip
-// buttons, the editor's containers and labels. Null for any other name.
+// buttons, the editor's containers and labels, the menus (setup pages'
+// text menus, slot, copy, group and preset buttons), the tray handle, the
+// corner grip, the highlight sheet, the sliders with a readout and the
+// setup page list. Null for any other name.
 // Names compare without regard to case.
 VSTGUI::CView* createEditorElement(std::string_view elementName, const LayoutElementArgs& args);
 
