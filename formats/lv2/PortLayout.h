@@ -21,6 +21,8 @@ namespace lv2ports {
 
 constexpr int32_t kLayoutCount = 8;  // 1 to 8 channels
 constexpr const char* kUriPrefix = "urn:kestrawn:fenwoldrine:";
+// The editor's UI, one for every layout.
+constexpr const char* kUiUri = "urn:kestrawn:fenwoldrine:ui";
 constexpr float kMeterFloorDb = -120.0f;  // meters read this for silence
 
 // "urn:kestrawn:fenwoldrine:stereo" and so on, for 1..8 channels; empty otherwise.

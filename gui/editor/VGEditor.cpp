@@ -312,7 +312,10 @@ void VGEditor::updateControl(int32_t tag, float value) {
             break;
         case kScale:
         case kFShift: refreshSliders(); break;
-        case kGUIPresetMenu: programChanged(); break;
+        case kGUIPresetMenu:
+            programChanged();
+            if (editListener) editListener(kGUIPresetMenu, EditEvent::kChange);
+            break;
         default: break;
     }
     const int32_t field = bandFieldOf(tag);
@@ -520,11 +523,22 @@ void VGEditor::setWizardOpen(bool open) {
 // ---------------------------------------------------------------------------
 // The controller
 
-void VGEditor::beginEdit(int32_t tag) { ed.beginLinkedEdit(tag); }
+void VGEditor::beginEdit(int32_t tag) {
+    ed.beginLinkedEdit(tag);
+    if (editListener) editListener(tag, EditEvent::kBegin);
+}
 
-void VGEditor::endEdit(int32_t tag) { ed.endLinkedEdit(tag); }
+void VGEditor::endEdit(int32_t tag) {
+    ed.endLinkedEdit(tag);
+    if (editListener) editListener(tag, EditEvent::kEnd);
+}
 
 void VGEditor::valueChanged(CControl* control) {
+    handleValue(control);
+    if (editListener) editListener(control->getTag(), EditEvent::kChange);
+}
+
+void VGEditor::handleValue(CControl* control) {
     const int32_t tag = control->getTag();
     const float value = control->getValue();
     if ((tag == kScale || tag == kFShift) && control->isTypeOf("CEQSlider") &&

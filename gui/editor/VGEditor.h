@@ -67,6 +67,14 @@ public:
         sizeListener = std::move(listener);
     }
 
+    // What a host adaptor hears of the person's edits: a gesture's begin and
+    // end on a tag, and every value a control gave (after the controller
+    // acted on it). UI thread.
+    enum class EditEvent { kBegin, kChange, kEnd };
+    void setEditListener(std::function<void(int32_t tag, EditEvent event)> listener) {
+        editListener = std::move(listener);
+    }
+
     // ---- The controller ----
     // A control's new value, by its tag.
     void valueChanged(VSTGUI::CControl* control) override;
@@ -127,6 +135,7 @@ private:
     void setSetupOpen(bool open);
     void setWizardOpen(bool open);
 
+    void handleValue(VSTGUI::CControl* control);
     void chooseGroups(int32_t tag, float value);
     void chooseGroupFromMenu(VSTGUI::CControl* menu, int32_t tag, float value);
     void refreshPresetBox();
@@ -159,4 +168,5 @@ private:
     VSTGUI::CView* alertView = nullptr;  // the alert on show, owned by the frame
     bool alertDismissed = false;
     std::function<void(int32_t, int32_t)> sizeListener;
+    std::function<void(int32_t, EditEvent)> editListener;
 };

@@ -53,6 +53,7 @@ constexpr Prefix kPrefixes[] = {
     {"state", "http://lv2plug.in/ns/ext/state#"},
     {"units", "http://lv2plug.in/ns/extensions/units#"},
     {"urid", "http://lv2plug.in/ns/ext/urid#"},
+    {"ui", "http://lv2plug.in/ns/extensions/ui#"},
     {"work", "http://lv2plug.in/ns/ext/worker#"},
 };
 
@@ -397,12 +398,20 @@ std::string presetsFileName(int32_t channels) {
 
 std::string manifestTurtle(const std::vector<FactoryPreset>& presets) {
     TurtleText t;
-    writeHeader(t, {"lv2", "pset", "rdfs"});
+    writeHeader(t, {"lv2", "pset", "rdfs", "ui"});
+    // The editor: an X11 UI in the plug-in's own binary, working on the
+    // plug-in instance itself, so a host must offer instance access.
+    const std::string ui = bracketed(lv2ports::kUiUri);
+    writeSubject(t, ui,
+                 {"a ui:X11UI", prop("lv2:binary", bracketed(kBinaryFile)),
+                  prop("lv2:requiredFeature", "<http://lv2plug.in/ns/ext/instance-access>"),
+                  prop("lv2:optionalFeature", "ui:parent , ui:resize , ui:touch , ui:idleInterface"),
+                  prop("lv2:extensionData", "ui:idleInterface")});
     for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
         const std::string plugin = bracketed(lv2ports::pluginUri(channels));
         writeSubject(t, plugin,
                      {"a lv2:Plugin", prop("lv2:binary", bracketed(kBinaryFile)),
-                      prop("rdfs:seeAlso", bracketed(kPluginsFile))});
+                      prop("rdfs:seeAlso", bracketed(kPluginsFile)), prop("ui:ui", ui)});
         for (const FactoryPreset& preset : presets)
             writeSubject(t, bracketed(presetUri(channels, preset.program)),
                          {"a pset:Preset", prop("lv2:appliesTo", plugin),

@@ -1,0 +1,162 @@
+// The bundle's X11 UI under a host of the tests' own: it opens inside the
+// host's window only with access to the plug-in instance, reports its size,
+// and carries values both ways: a person's edit out through the port with
+// the touch brackets around it, changes beyond the ports (undo) out as port
+// writes, and the host's port changes into the editor.
+
+#include <gtest/gtest.h>
+
+#include <X11/Xlib.h>
+#include <lv2/instance-access/instance-access.h>
+#include <lv2/ui/ui.h>
+
+#include <cstring>
+#include <vector>
+
+#include "formats/lv2plugin/Lv2TestHost.h"
+#include "formats/lv2/ui/UiInstance.h"
+#include "gui/toolkit/CControl.h"
+#include "session/EditorTags.h"
+
+extern "C" const LV2UI_Descriptor* lv2ui_descriptor(uint32_t index);
+
+namespace {
+
+struct PortWrite {
+    uint32_t port;
+    float value;
+    bool operator==(const PortWrite&) const = default;
+};
+
+// What a host gives the UI, and what it hears back.
+struct UiHost {
+    explicit UiHost(Lv2TestHost& plugin, bool instanceAccess = true) {
+        display = XOpenDisplay(nullptr);
+        if (!display) return;
+        parent = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 800, 800, 0, 0, 0);
+        XMapWindow(display, parent);
+        XSync(display, False);
+        features = {{LV2_UI__parent, reinterpret_cast<void*>(parent)},
+                    {LV2_UI__resize, &resize},
+                    {LV2_UI__touch, &touch},
+                    {LV2_INSTANCE_ACCESS_URI, plugin.handle}};
+        std::vector<const LV2_Feature*> list{&features[0], &features[1], &features[2]};
+        if (instanceAccess) list.push_back(&features[3]);
+        list.push_back(nullptr);
+        handle = desc.instantiate(&desc, lv2ports::pluginUri(plugin.ports.channels).c_str(), "/", write, this, &widget,
+                                  list.data());
+    }
+    ~UiHost() {
+        if (handle) desc.cleanup(handle);
+        if (display) {
+            XDestroyWindow(display, parent);
+            XCloseDisplay(display);
+        }
+    }
+    fwlv2::UiInstance& ui() { return *static_cast<fwlv2::UiInstance*>(handle); }
+    int idle() {
+        auto* idler = static_cast<const LV2UI_Idle_Interface*>(desc.extension_data(LV2_UI__idleInterface));
+        return idler->idle(handle);
+    }
+    // A control of `tag` moved by the person through the editor, as one gesture.
+    void edit(int32_t tag, float value) {
+        VGEditor& editor = ui().editor();
+        auto* control = new VSTGUI::CControl(VSTGUI::CRect(0, 0, 1, 1), &editor, tag);
+        control->setValue(value);
+        editor.beginEdit(tag);
+        editor.valueChanged(control);
+        editor.endEdit(tag);
+        control->forget();
+    }
+
+    const LV2UI_Descriptor& desc = *lv2ui_descriptor(0);
+    Display* display = nullptr;
+    Window parent = 0;
+    LV2UI_Handle handle = nullptr;
+    LV2UI_Widget widget = nullptr;
+    std::vector<LV2_Feature> features;
+    std::vector<PortWrite> writes;
+    std::vector<std::pair<uint32_t, bool>> touches;
+    int width = 0, height = 0;
+    LV2UI_Resize resize{this, [](LV2UI_Feature_Handle h, int w, int hgt) {
+                            static_cast<UiHost*>(h)->width = w;
+                            static_cast<UiHost*>(h)->height = hgt;
+                            return 0;
+                        }};
+    LV2UI_Touch touch{this, [](LV2UI_Feature_Handle h, uint32_t port, bool grabbed) {
+                          static_cast<UiHost*>(h)->touches.emplace_back(port, grabbed);
+                      }};
+    static void write(LV2UI_Controller c, uint32_t port, uint32_t size, uint32_t format, const void* buffer) {
+        if (format != 0 || size != sizeof(float)) return;
+        float value = 0;
+        std::memcpy(&value, buffer, sizeof value);
+        static_cast<UiHost*>(c)->writes.push_back({port, value});
+    }
+};
+
+TEST(Lv2Ui, OpensOnlyWithTheInstanceAndInsideTheHostWindow) {
+    Lv2TestHost plugin({});
+    ASSERT_NE(plugin.handle, nullptr);
+    {
+        UiHost without(plugin, false);
+        ASSERT_NE(without.display, nullptr) << "no X display";
+        EXPECT_EQ(without.handle, nullptr);  // the host falls back to its own controls
+    }
+    UiHost host(plugin);
+    ASSERT_NE(host.handle, nullptr);
+    ASSERT_NE(host.widget, nullptr);
+    Window root = 0, parentOfWidget = 0, *children = nullptr;
+    unsigned count = 0;
+    XQueryTree(host.display, Window(reinterpret_cast<uintptr_t>(host.widget)), &root, &parentOfWidget, &children,
+               &count);
+    if (children) XFree(children);
+    EXPECT_EQ(parentOfWidget, host.parent);
+    EXPECT_EQ(host.width, 750);
+    EXPECT_EQ(host.height, 741);
+    EXPECT_EQ(host.idle(), 0);
+}
+
+TEST(Lv2Ui, EditsReachTheHostAsPortWritesInsideTouches) {
+    Lv2TestHost plugin({});
+    UiHost host(plugin);
+    ASSERT_NE(host.handle, nullptr);
+    const uint32_t gainPort = uint32_t(plugin.ports.param(kGain));
+    host.edit(kGain, float(curveToNorm(staticParamTable()[kGain], -6.0)));
+    ASSERT_FALSE(host.writes.empty());
+    EXPECT_EQ(host.writes.back().port, gainPort);
+    EXPECT_NEAR(host.writes.back().value, -6.0f, 1e-4);
+    EXPECT_EQ(host.touches, (std::vector<std::pair<uint32_t, bool>>{{gainPort, true}, {gainPort, false}}));
+
+    // Undo changes the effect beyond any port: the port follows.
+    host.writes.clear();
+    host.edit(kGUIUndo, 1);
+    host.idle();
+    ASSERT_FALSE(host.writes.empty());
+    EXPECT_EQ(host.writes.back().port, gainPort);
+    EXPECT_NEAR(host.writes.back().value, staticParamTable()[kGain].value, 1e-4);
+
+    // What the host already holds is not written again.
+    host.writes.clear();
+    host.edit(kGUIPresetPage, 1);
+    host.idle();
+    EXPECT_TRUE(host.writes.empty());
+}
+
+TEST(Lv2Ui, PortChangesOfTheHostShowInTheEditor) {
+    Lv2TestHost plugin({});
+    plugin.activate();
+    UiHost host(plugin);
+    ASSERT_NE(host.handle, nullptr);
+    uint64_t now = 1000;
+    host.ui().editor().setClock([&] { return now; });
+    plugin.param(kBypass) = 1.0f;  // the host's generic control, or automation
+    plugin.run(64);
+    const float on = 1.0f;
+    host.desc.port_event(host.handle, uint32_t(plugin.ports.param(kBypass)), sizeof on, 0, &on);
+    now += 100;
+    host.idle();
+    EXPECT_EQ(host.ui().editor().controls().valueOfTag(kBypass), 1.0f);
+    EXPECT_TRUE(host.writes.empty());  // nothing echoed back
+}
+
+}  // namespace
