@@ -1,6 +1,9 @@
 #include "formats/lv2/plugin/HostFeatures.h"
 
 #include <lv2/atom/atom.h>
+#include <lv2/time/time.h>
+
+#include <lv2/atom/atom.h>
 #include <lv2/buf-size/buf-size.h>
 #include <lv2/midi/midi.h>
 #include <lv2/parameters/parameters.h>
@@ -74,6 +77,16 @@ Urids Urids::mapAll(LV2_URID_Map& map) {
     u.nominalBlockLength = id(LV2_BUF_SIZE__nominalBlockLength);
     u.logError = id(LV2_LOG__Error);
     u.logWarning = id(LV2_LOG__Warning);
+    u.atomObject = id(LV2_ATOM__Object);
+    u.atomBlank = id(LV2_ATOM__Blank);
+    u.timePosition = id(LV2_TIME__Position);
+    u.timeBar = id(LV2_TIME__bar);
+    u.timeBarBeat = id(LV2_TIME__barBeat);
+    u.timeBeatsPerBar = id(LV2_TIME__beatsPerBar);
+    u.timeBeatUnit = id(LV2_TIME__beatUnit);
+    u.timeBeatsPerMinute = id(LV2_TIME__beatsPerMinute);
+    u.timeSpeed = id(LV2_TIME__speed);
+    u.timeFrame = id(LV2_TIME__frame);
     return u;
 }
 

@@ -48,6 +48,17 @@ struct Urids {
     LV2_URID nominalBlockLength = 0;
     LV2_URID logError = 0;
     LV2_URID logWarning = 0;
+    // The host's transport (time:Position objects in the event input).
+    LV2_URID atomObject = 0;
+    LV2_URID atomBlank = 0;
+    LV2_URID timePosition = 0;
+    LV2_URID timeBar = 0;
+    LV2_URID timeBarBeat = 0;
+    LV2_URID timeBeatsPerBar = 0;
+    LV2_URID timeBeatUnit = 0;
+    LV2_URID timeBeatsPerMinute = 0;
+    LV2_URID timeSpeed = 0;
+    LV2_URID timeFrame = 0;
 
     static Urids mapAll(LV2_URID_Map& map);
 };

@@ -122,6 +122,8 @@ intptr_t PluginInstance::hostCallback(AEffect* effect, int32_t opcode, int32_t, 
             if (self->levelHeldBy.load(std::memory_order_relaxed) == std::this_thread::get_id())
                 return self->fx->isOffline() ? kProcessLevelOffline : kProcessLevelRealtime;
             return self->hostLevel.load(std::memory_order_relaxed);
+        case audioMasterGetTime:
+            return self ? reinterpret_cast<intptr_t>(&self->timeInfo) : 0;
         case audioMasterIOChanged:
             if (self)
                 self->latencyFrames.store(std::atomic_ref<int32_t>(effect->initialDelay).load(),
@@ -295,14 +297,69 @@ bool PluginInstance::hasMidiInput() const noexcept {
            midiPort->atom.size >= sizeof(LV2_Atom_Sequence_Body);
 }
 
+// Flags of the time record: tempo, bars, time signature, ppq and cycle
+// positions valid; 2 while the transport plays.
+constexpr int32_t kTransportValid = 0x3700;
+constexpr int32_t kTransportPlaying = 2;
+
+void PluginInstance::takeTransport() noexcept {
+    if (!hasMidiInput()) return;
+    LV2_ATOM_SEQUENCE_FOREACH(midiPort, event) {
+        if (event->body.type != urids.atomObject && event->body.type != urids.atomBlank) continue;
+        const auto* object = reinterpret_cast<const LV2_Atom_Object*>(&event->body);
+        if (object->body.otype != urids.timePosition) continue;
+        const LV2_Atom *bar = nullptr, *barBeat = nullptr, *beatsPerBar = nullptr, *beatUnit = nullptr,
+                       *bpm = nullptr, *speed = nullptr, *frame = nullptr;
+        lv2_atom_object_get(object, urids.timeBar, &bar, urids.timeBarBeat, &barBeat, urids.timeBeatsPerBar,
+                            &beatsPerBar, urids.timeBeatUnit, &beatUnit, urids.timeBeatsPerMinute, &bpm,
+                            urids.timeSpeed, &speed, urids.timeFrame, &frame, 0);
+        // Numbers come as any of the atom number types.
+        auto number = [this](const LV2_Atom* atom, double* out) {
+            if (!atom) return false;
+            const void* body = atom + 1;
+            if (atom->type == urids.atomFloat && atom->size >= 4) *out = *static_cast<const float*>(body);
+            else if (atom->type == urids.atomDouble && atom->size >= 8) *out = *static_cast<const double*>(body);
+            else if (atom->type == urids.atomInt && atom->size >= 4) *out = *static_cast<const int32_t*>(body);
+            else if (atom->type == urids.atomLong && atom->size >= 8) *out = double(*static_cast<const int64_t*>(body));
+            else return false;
+            return std::isfinite(*out);
+        };
+        double x = 0;
+        if (number(bpm, &x) && x > 0) timeInfo.tempo = x;
+        if (number(beatsPerBar, &x) && x >= 1) timeInfo.timeSigNumerator = int32_t(x);
+        if (number(beatUnit, &x) && x >= 1) timeInfo.timeSigDenominator = int32_t(x);
+        if (number(speed, &x)) transportSpeed = x;
+        if (number(frame, &x)) timeInfo.samplePos = x;
+        // Quarter notes: a beat is a 1/beatUnit note.
+        const double quarterPerBeat = 4.0 / double(timeInfo.timeSigDenominator);
+        double barNumber = 0, beat = 0;
+        const bool hasBar = number(bar, &barNumber);
+        const bool hasBeat = number(barBeat, &beat);
+        if (hasBar) timeInfo.barStartPos = barNumber * timeInfo.timeSigNumerator * quarterPerBeat;
+        if (hasBar || hasBeat) timeInfo.ppqPos = timeInfo.barStartPos + beat * quarterPerBeat;
+        timeInfo.flags = kTransportValid | (transportSpeed != 0 ? kTransportPlaying : 0);
+    }
+}
+
+void PluginInstance::advanceTransport(uint32_t frames) noexcept {
+    timeInfo.sampleRate = double(fx->getSampleRate());
+    if (transportSpeed == 0 || timeInfo.sampleRate <= 0) return;
+    const double seconds = double(frames) * transportSpeed / timeInfo.sampleRate;
+    timeInfo.samplePos += double(frames) * transportSpeed;
+    timeInfo.ppqPos += seconds * timeInfo.tempo / 60.0;
+}
+
 void PluginInstance::run(uint32_t frames) noexcept {
     const bool freeWheeling = freeWheelPort && *freeWheelPort > 0.5f;
+    takeTransport();
+    timeInfo.sampleRate = double(fx->getSampleRate());
     const bool changed = readControlPorts();
     if (freeWheeling || !features.schedule || firstRun)
         runApplying(frames, freeWheeling, changed);
     else
         runRealTime(frames, changed);
     writeOutputPorts();
+    advanceTransport(frames);
 }
 
 // Audio thread of a host that free-wheels, has no worker, or has just

@@ -109,6 +109,10 @@ private:
     void processSilence(int32_t frames) noexcept;
     void writeOutputPorts() noexcept;
     bool hasMidiInput() const noexcept;
+    // Audio thread: the host's transport from the time:Position objects of
+    // the event input, and its advance over a block while it plays.
+    void takeTransport() noexcept;
+    void advanceTransport(uint32_t frames) noexcept;
     bool midiEventOf(const LV2_Atom_Event* event, MidiMessage* message) const noexcept;
     // Not the audio thread of a real-time host; under applyMutex. The
     // effect takes up the process level the callback now answers.
@@ -119,6 +123,9 @@ private:
     void applyNow(bool wrote);
 
     lv2ports::Ports ports;
+    // The host's transport as the effect reads it (audioMasterGetTime).
+    VstTimeInfo timeInfo;
+    double transportSpeed = 0;
     HostFeatures features;
     Urids urids;
     Logger logger;

@@ -53,6 +53,7 @@ constexpr Prefix kPrefixes[] = {
     {"state", "http://lv2plug.in/ns/ext/state#"},
     {"units", "http://lv2plug.in/ns/extensions/units#"},
     {"urid", "http://lv2plug.in/ns/ext/urid#"},
+    {"time", "http://lv2plug.in/ns/ext/time#"},
     {"ui", "http://lv2plug.in/ns/extensions/ui#"},
     {"work", "http://lv2plug.in/ns/ext/worker#"},
 };
@@ -323,7 +324,7 @@ std::vector<std::string> portsOf(int32_t channels, const std::vector<Props>& par
 
     at(ports.midiIn()) = {"a lv2:InputPort , atom:AtomPort", prop("lv2:symbol", turtleString("midi_in")),
                           prop("lv2:name", turtleString("MIDI In")), prop("atom:bufferType", "atom:Sequence"),
-                          prop("atom:supports", "midi:MidiEvent"), prop("lv2:designation", "lv2:control"),
+                          prop("atom:supports", "midi:MidiEvent , time:Position"), prop("lv2:designation", "lv2:control"),
                           // Runs without MIDI: a host with no event support may leave it alone.
                           prop("lv2:portProperty", "lv2:connectionOptional")};
 
@@ -424,7 +425,7 @@ std::string manifestTurtle(const std::vector<FactoryPreset>& presets) {
 std::string pluginsTurtle(const Product& product, Notes& notes) {
     TurtleText t;
     writeHeader(t, {"atom", "bufsz", "doap", "foaf", "log", "lv2", "midi", "opts", "param", "pg", "pprop", "rdf", "rdfs",
-                    "state", "units", "urid", "work"});
+                    "state", "time", "units", "urid", "work"});
     t << "# Versions: LV2 hosts keep the newest of two bundles with the same plug-in,\n"
          "# comparing lv2:minorVersion and then lv2:microVersion, and take an odd\n"
          "# minor version for a development build. The minor version stays 0 (a\n"

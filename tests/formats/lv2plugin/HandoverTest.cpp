@@ -97,3 +97,33 @@ TEST(Lv2Handover, FreeWheelingAppliesChangesBeforeTheBlock) {
     host.doWork();
     EXPECT_FALSE(host.effect().isOffline());
 }
+
+// The host's transport reaches the effect's time record: a position where
+// the host sends one, the advance over each block while the transport plays.
+TEST(Lv2Handover, TransportFillsTheTimeRecord) {
+    Lv2TestHost host({});
+    host.activate();
+    VstTimeInfo* time = host.effect().getTimeInfo();
+    ASSERT_NE(time, nullptr);
+    EXPECT_EQ(time->flags, 0);  // nothing heard yet
+    const struct { float speed; double ppqAfter, sampleAfter; int32_t playing; } rows[] = {
+        {1.0f, 9.5 + 480.0 / 48000.0 * 2.0, 96000 + 480, 2},  // 120 bpm: two quarters a second
+        {0.0f, 9.5, 96000, 0},                               // stopped: the position stays
+    };
+    for (const auto& row : rows) {
+        host.addTransport(120.0f, 2, 1.5f, 4.0f, 4, row.speed, 96000);  // bar 2 of 4/4, beat 1.5
+        host.run(480);
+        EXPECT_DOUBLE_EQ(time->tempo, 120.0);
+        EXPECT_EQ(time->timeSigNumerator, 4);
+        EXPECT_EQ(time->timeSigDenominator, 4);
+        EXPECT_DOUBLE_EQ(time->barStartPos, 8.0);
+        EXPECT_NEAR(time->ppqPos, row.ppqAfter, 1e-9) << row.speed;
+        EXPECT_DOUBLE_EQ(time->samplePos, row.sampleAfter);
+        EXPECT_EQ(time->flags, 0x3700 | row.playing);
+        EXPECT_DOUBLE_EQ(time->sampleRate, 48000.0);
+    }
+    // 6/8: a beat is an eighth note.
+    host.addTransport(90.0f, 1, 3.0f, 6.0f, 8, 1.0f, 0);
+    host.run(1);
+    EXPECT_NEAR(time->ppqPos, 1 * 6 * 0.5 + 3 * 0.5 + 1.0 / 48000.0 * 1.5, 1e-9);
+}

@@ -3,7 +3,11 @@
 // that keeps what it is told, an optional worker that only counts requests
 // (the test does the work when it chooses), and a buffer behind every port.
 
+#include <lv2/atom/forge.h>
 #include <lv2/atom/util.h>
+#include <lv2/time/time.h>
+
+#include <cstring>
 #include <lv2/buf-size/buf-size.h>
 #include <lv2/midi/midi.h>
 #include <lv2/parameters/parameters.h>
@@ -113,6 +117,38 @@ public:
             uint8_t bytes[3];
         } m{{{frame}, {3, urids.map(LV2_MIDI__MidiEvent)}}, {status, d1, d2}};
         lv2_atom_sequence_append_event(sequence(), sizeof midi - sizeof(LV2_Atom), &m.event);
+    }
+    // The host's transport at the block's start, as a time:Position object.
+    void addTransport(float bpm, int64_t bar, float barBeat, float beatsPerBar, int32_t beatUnit, float speed,
+                      int64_t frame) {
+        alignas(8) uint8_t object[256];
+        LV2_Atom_Forge forge;
+        lv2_atom_forge_init(&forge, &urids.feature);
+        lv2_atom_forge_set_buffer(&forge, object, sizeof object);
+        LV2_Atom_Forge_Frame frameOfObject;
+        lv2_atom_forge_object(&forge, &frameOfObject, 0, urids.map(LV2_TIME__Position));
+        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__beatsPerMinute));
+        lv2_atom_forge_float(&forge, bpm);
+        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__bar));
+        lv2_atom_forge_long(&forge, bar);
+        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__barBeat));
+        lv2_atom_forge_float(&forge, barBeat);
+        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__beatsPerBar));
+        lv2_atom_forge_float(&forge, beatsPerBar);
+        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__beatUnit));
+        lv2_atom_forge_int(&forge, beatUnit);
+        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__speed));
+        lv2_atom_forge_float(&forge, speed);
+        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__frame));
+        lv2_atom_forge_long(&forge, frame);
+        lv2_atom_forge_pop(&forge, &frameOfObject);
+        const auto* atom = reinterpret_cast<const LV2_Atom*>(object);
+        struct {
+            LV2_Atom_Event event;
+            uint8_t body[256];
+        } e{{{0}, *atom}, {}};
+        std::memcpy(e.body, atom + 1, atom->size);
+        lv2_atom_sequence_append_event(sequence(), sizeof midi - sizeof(LV2_Atom), &e.event);
     }
     // What a host's worker thread does with the requests.
     void doWork() {
