@@ -14,6 +14,7 @@ packages=(
   libsndfile1-dev
   lv2-dev liblilv-dev lilv-utils lv2file sordi
   libx11-dev libxext-dev libxtst-dev xvfb xauth
+  jalv jackd2 x11-apps netpbm
   fonts-league-spartan fonts-open-sans
 )
 if [ "$#" -gt 0 ]; then
