@@ -456,8 +456,7 @@ void VGEditor::refreshSliders() {
 // Scale and Shift moved with the second-function modifier: the bands' gains
 // (or frequencies) move the other way so that the sound stays. Refused,
 // with nothing changed, when a gain would leave its range.
-bool VGEditor::compensate(CControl* control, int32_t tag, float value) {
-    (void)control;
+bool VGEditor::compensate(int32_t tag, float value) {
     const ParamRow& row = staticParamTable()[tag];
     const double before = curveToReal(row, effect.getParameter(tag));
     const double after = curveToReal(row, value);
@@ -475,7 +474,7 @@ bool VGEditor::compensate(CControl* control, int32_t tag, float value) {
         if (effect.getRealValue(bandParam(b, kFieldState)) == 0.0f) continue;
         const double raw = effect.getRealValue(band) * ratio;
         effect.beginEdit(band);
-        effect.setParameterAutomated(band, static_cast<float>(curveToNorm(staticParamTable()[band], raw)));
+        effect.setParameterAutomated(band, static_cast<float>(curveToNorm(*effect.getRow(band), raw)));  // the live range
         effect.endEdit(band);
     }
     effect.undoEndGroup();
@@ -543,7 +542,7 @@ void VGEditor::handleValue(CControl* control) {
     const float value = control->getValue();
     if ((tag == kScale || tag == kFShift) && control->isTypeOf("CEQSlider") &&
         static_cast<CEQSlider*>(control)->isCompensating()) {
-        if (!compensate(control, tag, value)) control->setValue(effect.getParameter(tag));
+        if (!compensate(tag, value)) control->setValue(effect.getParameter(tag));
         refreshSliders();
         return;
     }

@@ -141,7 +141,7 @@ private:
     void refreshPresetBox();
     void refreshGroupMenus();
     void refreshSliders();
-    bool compensate(VSTGUI::CControl* slider, int32_t tag, float value);
+    bool compensate(int32_t tag, float value);
     void runFileAction(int32_t tag);
     void programChanged();
 
