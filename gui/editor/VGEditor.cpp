@@ -756,12 +756,12 @@ void VGEditor::slideTrays() {
         at = at < target ? std::min(target, at + step) : std::max(target, at - step);
         return true;
     };
-    const bool moved =
-        toward(inputs.presetTrayTop, presetTrayOpen ? layout::kPresetTrayShown : layout::kPresetTrayHidden,
-               kPresetTrayStep) |
-        toward(inputs.scaleTrayLeft, scaleTrayOpen ? layout::kScaleTrayShown : layout::kScaleTrayHidden,
-               kScaleTrayStep);
-    if (moved) layoutEditor();
+    // Both trays move in the same refresh.
+    const bool presetMoved = toward(
+        inputs.presetTrayTop, presetTrayOpen ? layout::kPresetTrayShown : layout::kPresetTrayHidden, kPresetTrayStep);
+    const bool scaleMoved = toward(
+        inputs.scaleTrayLeft, scaleTrayOpen ? layout::kScaleTrayShown : layout::kScaleTrayHidden, kScaleTrayStep);
+    if (presetMoved || scaleMoved) layoutEditor();
 }
 
 void VGEditor::editorTimer() {
