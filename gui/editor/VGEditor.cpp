@@ -386,6 +386,15 @@ void VGEditor::chooseGroups(int32_t tag, float value) {
     selectedGroup[side] = v - 2 < 0 ? -1 : v - 2;
 }
 
+bool VGEditor::trayState(CControl* control, bool open) const {
+    const float value = control->getValue();
+    // A toggle shows the tray's state; a momentary button's press and any
+    // other control's report flip it.
+    if (control->isTypeOf("CMovieButton")) return value >= 0.5f;
+    if (control->isTypeOf("CKickButton")) return value >= 0.5f ? !open : open;
+    return !open;
+}
+
 void VGEditor::chooseGroupFromMenu(CControl* control, int32_t tag, float value) {
     auto* menu = static_cast<SGroupMenu*>(control);
     const auto v = static_cast<int32_t>(std::lround(value));
@@ -588,7 +597,15 @@ void VGEditor::handleValue(CControl* control) {
     switch (tag) {
         case kGUIProcessMode: effect.setParameterAutomated(kMode, normOfEntry(kMode, value)); break;
         case kGUIUseMS1: effect.setParameterAutomated(kMsState, 1.0f - value); break;
-        case kGUISetup: updateControl(kGUISetup, value); break;
+        case kGUISetup:
+            // The header's button is momentary: its press opens or closes
+            // the panel; the close box and the dimming sheet say which.
+            if (control->isTypeOf("CKickButton")) {
+                if (value >= 0.5f) updateControl(kGUISetup, inputs.setupOpen ? 0.0f : 1.0f);
+            } else {
+                updateControl(kGUISetup, value);
+            }
+            break;
         case kGUIAbout:
             registry.setValueOfTag(kGUISetupPage, 5.0f);
             updateControl(kGUISetup, 1.0f);
@@ -596,10 +613,10 @@ void VGEditor::handleValue(CControl* control) {
         case kGUISetupPage: registry.setValueOfTag(kGUISetupPage, value); frame->invalid(); break;
         case kGUIWizardOpen: updateControl(kGUIWizardOpen, value); break;
         case kGUIPresetPage:
-            if (value == 1.0f || !control->isTypeOf("CButtonBase")) presetTrayOpen = !presetTrayOpen;
+            presetTrayOpen = trayState(control, presetTrayOpen);
             break;
         case kGUIOpenScaleTray:
-            if (value == 1.0f || !control->isTypeOf("CButtonBase")) {
+            if (trayState(control, scaleTrayOpen) != scaleTrayOpen) {
                 scaleTrayOpen = !scaleTrayOpen;
                 placeTagged(kGUIOpenScaleTray, [&](CView* v) {
                     if (v->isTypeOf("SpecialArrows")) static_cast<SpecialArrows*>(v)->setTrayOpen(scaleTrayOpen);

@@ -136,6 +136,8 @@ private:
     void setWizardOpen(bool open);
 
     void handleValue(VSTGUI::CControl* control);
+    // A tray's next state after a control of it reported.
+    bool trayState(VSTGUI::CControl* control, bool open) const;
     void chooseGroups(int32_t tag, float value);
     void chooseGroupFromMenu(VSTGUI::CControl* menu, int32_t tag, float value);
     void refreshPresetBox();

@@ -106,6 +106,44 @@ TEST(VGEditor, SetupPanelAndFreeSizeResizeTheWindow) {
     EXPECT_EQ(w.editor.getFrame()->getWidth(), before + 40);
 }
 
+// The header's own buttons, clicked through the window: the momentary
+// setup button and the presets toggle each open on one click and close on
+// the next.
+TEST(VGEditor, HeaderButtonsOpenAndCloseWhatTheyName) {
+    Window w;
+    auto click = [&](int32_t tag) {
+        ControlRegistry& controls = w.editor.controls();
+        CControl* button = controls.controlByIndex(controls.findTag(tag));
+        const CRect r = button->getViewSize();
+        CPoint at = button->localToFrame(CPoint((r.left + r.right) / 2, (r.top + r.bottom) / 2));
+        w.editor.getFrame()->onMouseDown(at, kLButton);
+        w.editor.getFrame()->onMouseUp(at, 0);
+    };
+    const struct { int32_t tag; std::function<bool(Window&)> open; } rows[] = {
+        {kGUISetup, [](Window& x) { return x.editor.isSetupOpen(); }},
+        {kGUIPresetPage, [](Window& x) { return x.editor.isPresetTrayOpen(); }},
+    };
+    for (const auto& row : rows) {
+        click(row.tag);
+        EXPECT_TRUE(row.open(w)) << row.tag;
+        if (row.tag == kGUISetup) {
+            // The panel covers the header: its close box closes it.
+            ControlRegistry& controls = w.editor.controls();
+            for (int32_t i = controls.findTag(kGUISetup); i >= 0; i = controls.findTag(kGUISetup, i)) {
+                CControl* c = controls.controlByIndex(i);
+                if (!c->isTypeOf("nPageSelect")) continue;
+                const CRect r = c->getViewSize();
+                CPoint at = c->localToFrame(CPoint((r.left + r.right) / 2, (r.top + r.bottom) / 2));
+                w.editor.getFrame()->onMouseDown(at, kLButton);
+                w.editor.getFrame()->onMouseUp(at, 0);
+            }
+        } else {
+            click(row.tag);
+        }
+        EXPECT_FALSE(row.open(w)) << row.tag;
+    }
+}
+
 TEST(VGEditor, TagsReachTheEffect) {
     Window w;
     const struct {
