@@ -16,9 +16,24 @@ CCoord CFontDesc::getStringWidth(const char* utf8) const {
     return cache.measure(cache.face(name), size, utf8);
 }
 
-// Created on first use of the module and kept for the life of the process:
-// views anywhere may hold them, static ones included.
-CFontDesc* kNormalFont = new CFontDesc("OpenSans-Regular", 11);
-CFontDesc* kSystemFont = new CFontDesc("FUTURAB", 12);
+namespace {
+
+// The shared fonts are released when the program ends, or when a host
+// unloads the plug-in that holds them, so nothing is left behind.
+struct SharedFont {
+    CFontDesc* font;
+    SharedFont(const char* name, CCoord size) : font(new CFontDesc(name, size)) {}
+    ~SharedFont() { font->forget(); }
+    SharedFont(const SharedFont&) = delete;
+    SharedFont& operator=(const SharedFont&) = delete;
+};
+
+SharedFont normalFont("OpenSans-Regular", 11);
+SharedFont systemFont("FUTURAB", 12);
+
+}  // namespace
+
+CFontDesc* kNormalFont = normalFont.font;
+CFontDesc* kSystemFont = systemFont.font;
 
 }  // namespace VSTGUI
