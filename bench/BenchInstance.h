@@ -7,12 +7,4 @@
 #include "core/Plug.h"
 #include "session/PlugEd.h"
 
-inline std::unique_ptr<Plug> benchInstance(int32_t channels) {
-    auto fx = PlugEd::createEffect(nullptr);
-    fx->setNumInputs(channels);
-    fx->setNumOutputs(channels);
-    fx->setChannelLayout(standardChannelLayout(channels));
-    fx->setSampleRate(48000.0f);
-    fx->resume();
-    return fx;
-}
+inline std::unique_ptr<Plug> benchInstance(int32_t channels) { return PlugEd::createInstance(channels); }

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <filesystem>
 
+#include "core/ChannelLayout.h"
 #include "core/InstanceRegistry.h"
 #include "core/Plug.h"
 #include "state/Alerts.h"
@@ -42,6 +43,16 @@ std::unique_ptr<Plug> PlugEd::createEffect(EffectHostCallback host) {
     return std::make_unique<Plug>(host, [](Plug& fx) -> std::unique_ptr<iEditorLink> {
         return std::make_unique<PlugEd>(&fx);
     });
+}
+
+std::unique_ptr<Plug> PlugEd::createInstance(int32_t channels, float sampleRate, EffectHostCallback host) {
+    auto fx = createEffect(host);
+    fx->setNumInputs(channels);
+    fx->setNumOutputs(channels);
+    fx->setChannelLayout(standardChannelLayout(channels));
+    fx->setSampleRate(sampleRate);
+    fx->resume();
+    return fx;
 }
 
 PlugEd* PlugEd::of(const Plug& effect) {

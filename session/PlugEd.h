@@ -40,6 +40,10 @@ public:
     // every adaptor makes it; and the editor object of an effect (nullptr
     // for one made without).
     static std::unique_ptr<Plug> createEffect(EffectHostCallback host);
+    // Such an effect set up as a host sets one up before audio: `channels`
+    // inputs and outputs in the standard layout, at `sampleRate`, resumed.
+    static std::unique_ptr<Plug> createInstance(int32_t channels, float sampleRate = 48000.0f,
+                                                EffectHostCallback host = nullptr);
     static PlugEd* of(const Plug& effect);
 
     // ---- What the effect tells its editor ----

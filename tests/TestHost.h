@@ -80,13 +80,7 @@ private:
 // An effect with its editor object and `channels` inputs and outputs in
 // the standard layout.
 inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host = nullptr) {
-    auto fx = PlugEd::createEffect(host);
-    fx->setNumInputs(channels);
-    fx->setNumOutputs(channels);
-    fx->setChannelLayout(standardChannelLayout(channels));
-    fx->setSampleRate(48000.0f);
-    fx->resume();
-    return fx;
+    return PlugEd::createInstance(channels, 48000.0f, host);
 }
 
 // Lets the engine catch up as a host's timer and the worker would: forces

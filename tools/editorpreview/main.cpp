@@ -11,7 +11,6 @@
 #include <memory>
 #include <string>
 
-#include "core/ChannelLayout.h"
 #include "core/Plug.h"
 #include "gui/editor/VGEditor.h"
 #include "session/EditorTags.h"
@@ -32,16 +31,6 @@ bool parseSize(const char* text, int& width, int& height) {
     char tail = 0;
     return std::sscanf(text, "%dx%d%c", &width, &height, &tail) == 2 && width >= 300 && height >= 200 &&
            width <= 4096 && height <= 4096;
-}
-
-std::unique_ptr<Plug> makeInstance(int channels) {
-    auto fx = PlugEd::createEffect(nullptr);
-    fx->setNumInputs(channels);
-    fx->setNumOutputs(channels);
-    fx->setChannelLayout(standardChannelLayout(channels));
-    fx->setSampleRate(48000.0f);
-    fx->resume();
-    return fx;
 }
 
 int printCensus(VGEditor& editor) {
@@ -95,7 +84,7 @@ int main(int argc, char** argv) {
         return 2;
     }
 
-    std::unique_ptr<Plug> fx = makeInstance(channels);
+    std::unique_ptr<Plug> fx = PlugEd::createInstance(channels);
     VGEditor editor(*PlugEd::of(*fx));
     if (width > 0) editor.setSizeOverride(width, height);
     editor.open(0);
