@@ -766,6 +766,10 @@ void Plug::workerStep() {
     workerBusy.store(false);
 }
 
+int32_t Plug::renderSettingRow(int32_t i) {
+    return i >= 0 && i < int32_t(std::size(kDspRows)) ? kDspRows[i] : -1;
+}
+
 void Plug::setRenderSetting(int32_t i, float value) {
     if (i < 0 || i >= kRenderSettingCount || std::isnan(value)) return;
     // Each setting stays within the range of the row it stands in for.

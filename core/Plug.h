@@ -103,6 +103,9 @@ public:
     static constexpr int32_t kRenderSettingCount = 9;
     void setRenderSetting(int32_t i, float value);
     float getRenderSetting(int32_t i) const;
+    // The parameter row render setting i stands in for; -1 for the last one
+    // (whether the render settings are in force), which has no row.
+    static int32_t renderSettingRow(int32_t i);
     // Audio thread at the head of a block (allocates only when the block
     // size, channel count or latency changed); control thread at teardown.
     void allocateBuffers(int32_t maxBlock, int32_t channels) noexcept;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "gui/editor/LayoutDocument.h"
 #include "gui/editor/LookPalette.h"
 #include "gui/toolkit/CDrawContext.h"
 #include "gui/toolkit/CFontDesc.h"
@@ -18,22 +19,10 @@ constexpr CCoord kButtonWidth = 80;
 constexpr CCoord kButtonHeight = 22;
 constexpr CColor kShade{0, 0, 0, 0x99};
 
-std::vector<std::string> splitLines(const std::string& text) {
-    std::vector<std::string> out;
-    size_t start = 0;
-    for (size_t i = 0; i <= text.size(); ++i) {
-        if (i == text.size() || text[i] == '\n') {
-            out.push_back(text.substr(start, i - start));
-            start = i + 1;
-        }
-    }
-    return out;
-}
-
 }  // namespace
 
 AlertView::AlertView(const CRect& frameSize, std::string t, std::string text, std::function<void()> done)
-    : CView(frameSize), title(std::move(t)), lines(splitLines(text)), dismissed(std::move(done)) {}
+    : CView(frameSize), title(std::move(t)), lines(splitText(text, "\n")), dismissed(std::move(done)) {}
 
 CRect AlertView::panelRect() const {
     const CCoord height = 44 + kLineHeight * static_cast<CCoord>(lines.size()) + kButtonHeight + 20;

@@ -39,6 +39,15 @@ void drawPlainFace(CDrawContext* context, const CRect& size, bool pressed) {
     ControlKit::drawRoundRect(context, face, 3, kDrawFilledAndStroked);
 }
 
+// The layout's face image, else the plain face.
+void drawFace(CDrawContext* context, const CRect& size, CBitmap* image, bool pressed) {
+    if (image) {
+        image->alphaDraw(context, size);
+    } else {
+        drawPlainFace(context, size, pressed);
+    }
+}
+
 std::string entryTitle(const COptionMenu& menu, int32_t index) {
     const CMenuItem* item = menu.getEntry(index);
     return item ? item->getTitle() : std::string();
@@ -217,11 +226,7 @@ SOptionMenu::SOptionMenu(const CRect& r, CControlListener* listener, int32_t t, 
 
 void SOptionMenu::draw(CDrawContext* context) {
     setDirty(false);
-    if (CBitmap* face = getBackground()) {
-        face->alphaDraw(context, size);
-    } else {
-        drawPlainFace(context, size, isMenuOpen());
-    }
+    drawFace(context, size, getBackground(), isMenuOpen());
     // The letter stands in the face's middle, clear of the drop mark.
     const CRect face = headerFace(size);
     drawFittedText(context, getDisplayText(), CRect(face.left, face.top, face.right - 2, face.bottom - 1), kCenterText,
@@ -305,11 +310,7 @@ int32_t SGroupMenu::noneValue() const { return channels == 2 ? groupCount + 1 : 
 
 void SGroupMenu::draw(CDrawContext* context) {
     setDirty(false);
-    if (CBitmap* face = getBackground()) {
-        face->alphaDraw(context, size);
-    } else {
-        drawPlainFace(context, size, isMenuOpen());
-    }
+    drawFace(context, size, getBackground(), isMenuOpen());
     // The name keeps above the drop mark's row and left of its column.
     const CRect face = headerFace(size);
     drawFittedText(context, getDisplayText(), CRect(face.left + 2, face.top, face.right - 7, face.bottom - 2),

@@ -284,22 +284,18 @@ int32_t getTag(const LayoutNode& node) {
     return editorTagTable().valueOf(text);
 }
 
-namespace {
-
-std::vector<std::string> splitAt(std::string_view text, std::string_view separator, size_t skip) {
+std::vector<std::string> splitText(std::string_view text, std::string_view separator) {
     std::vector<std::string> parts;
     size_t start = 0;
     for (size_t found = text.find(separator); found != std::string_view::npos;
          found = text.find(separator, start)) {
         parts.emplace_back(text.substr(start, found - start));
-        start = found + skip;
+        start = found + separator.size();
     }
     parts.emplace_back(text.substr(start));
     return parts;
 }
 
-}  // namespace
+std::vector<std::string> splitMenuEntries(std::string_view text) { return splitText(text, "\\n"); }
 
-std::vector<std::string> splitMenuEntries(std::string_view text) { return splitAt(text, "\\n", 2); }
-
-std::vector<std::string> splitTextLines(std::string_view text) { return splitAt(text, "\\", 1); }
+std::vector<std::string> splitTextLines(std::string_view text) { return splitText(text, "\\"); }

@@ -89,6 +89,10 @@ bool getBool(const LayoutNode& node, std::string_view key);
 // "tag" attribute (exact case); -1 when there is none or it is unknown.
 int32_t getTag(const LayoutNode& node);
 
+// The text split at every `separator`: N separators give N + 1 parts,
+// empty ones included.
+std::vector<std::string> splitText(std::string_view text, std::string_view separator);
+
 // A menu's entries: the text split at each two-character "\n" (backslash,
 // n). N separators give N + 1 entries, empty ones included.
 std::vector<std::string> splitMenuEntries(std::string_view text);

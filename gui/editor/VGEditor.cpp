@@ -44,10 +44,6 @@ bool isMenuRow(int32_t tag) {
     }
 }
 
-// The parameter rows behind the render settings, in the order of their tags.
-constexpr int32_t kRenderRows[] = {kMode, kIRLength, kIRWindow, kIRWindowParam, kIRPhase, kIRPad, kDPlusLen,
-                                   kDPlusPhase};
-
 int32_t firstWordValue(int32_t row) {
     int32_t count = 0;
     int32_t first = 0;
@@ -284,6 +280,7 @@ float VGEditor::widgetValue(int32_t tag, float value) const {
 }
 
 void VGEditor::updateUndoButtons() {
+    undoButtonsStale = false;
     placeTagged(kGUIUndo, [&](CView* v) {
         if (v->isTypeOf("nKickButton2")) static_cast<nKickButton2*>(v)->setDisabled(!effect.canUndo());
     });
@@ -331,7 +328,8 @@ void VGEditor::updateControl(int32_t tag, float value) {
     }
     if (field == kFieldState || field == kFieldType || field == kFieldSubtype) stripsRebuildPending = true;
     registry.setValueOfTag(tag, widgetValue(tag, value));
-    if (isParamIndex(tag)) updateUndoButtons();
+    // Many rows may change in one refresh: the buttons follow once, after them.
+    if (isParamIndex(tag)) undoButtonsStale = true;
 }
 
 void VGEditor::pushAllValues() {
@@ -339,8 +337,8 @@ void VGEditor::pushAllValues() {
     for (int32_t i = 0; i < Plug::kRenderSettingCount; ++i) {
         const float raw = effect.getRenderSetting(i);
         const int32_t tag = kGUIRenderDSPMode + i;
-        const bool menu = i < Plug::kRenderSettingCount - 1 && isMenuRow(kRenderRows[i]);
-        registry.setValueOfTag(tag, menu ? raw - firstWordValue(kRenderRows[i]) : raw);
+        const int32_t row = Plug::renderSettingRow(i);
+        registry.setValueOfTag(tag, isMenuRow(row) ? raw - firstWordValue(row) : raw);
     }
     const uint32_t loading = ed.getLoadingFlags();
     registry.setValueOfTag(kGUIPresetEQ, (loading & 1u) ? 1.0f : 0.0f);
@@ -585,8 +583,8 @@ void VGEditor::handleValue(CControl* control) {
     }
     if (tag >= kGUIRenderDSPMode && tag <= kGUIRenderDSPEnabled) {
         const int32_t i = tag - kGUIRenderDSPMode;
-        const bool menu = i < Plug::kRenderSettingCount - 1 && isMenuRow(kRenderRows[i]);
-        effect.setRenderSetting(i, menu ? value + firstWordValue(kRenderRows[i]) : value);
+        const int32_t row = Plug::renderSettingRow(i);
+        effect.setRenderSetting(i, isMenuRow(row) ? value + firstWordValue(row) : value);
         return;
     }
     if (tag >= kGUIChannel12Link && tag <= kGUIChannel78Link) {
@@ -792,6 +790,7 @@ void VGEditor::editorTimer() {
     for (int32_t tag = 0; tag < PlugEd::kNumTags; ++tag) {
         if (ed.takeUpdate(tag, &value)) updateControl(tag, value);
     }
+    if (undoButtonsStale) updateUndoButtons();
     if (inputs.wizardOpen) return;
     registry.setValueOfTag(kGUIMasterMeter1, static_cast<float>(effect.getLevelMeter(0)));
     registry.setValueOfTag(kGUIMasterMeter2, static_cast<float>(effect.getLevelMeter(1)));

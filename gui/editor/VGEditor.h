@@ -167,6 +167,7 @@ private:
     bool scaleTrayOpen = false;
     bool resizePending = false;
     bool stripsRebuildPending = false;
+    bool undoButtonsStale = false;
     VSTGUI::CView* alertView = nullptr;  // the alert on show, owned by the frame
     bool alertDismissed = false;
     std::function<void(int32_t, int32_t)> sizeListener;

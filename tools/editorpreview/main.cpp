@@ -15,6 +15,7 @@
 #include "gui/editor/VGEditor.h"
 #include "session/EditorTags.h"
 #include "session/PlugEd.h"
+#include "tools/render/EditorSnapshot.h"
 
 namespace {
 
@@ -25,12 +26,6 @@ const char kUsage[] =
 int fail(const std::string& message) {
     std::fprintf(stderr, "fenwoldrine-editor-preview: %s\n", message.c_str());
     return 2;
-}
-
-bool parseSize(const char* text, int& width, int& height) {
-    char tail = 0;
-    return std::sscanf(text, "%dx%d%c", &width, &height, &tail) == 2 && width >= 300 && height >= 200 &&
-           width <= 4096 && height <= 4096;
 }
 
 int printCensus(VGEditor& editor) {
@@ -65,7 +60,7 @@ int main(int argc, char** argv) {
             if (page != "main" && page != "setup" && page != "wizard")
                 return fail("no page \"" + page + "\"; the pages are main, setup and wizard");
         } else if (arg == "--size" && i + 1 < argc) {
-            if (!parseSize(argv[++i], width, height)) return fail("--size wants WxH, from 300x200 to 4096x4096");
+            if (!parseSnapshotSize(argv[++i], width, height)) return fail("--size wants WxH, from 300x200 to 4096x4096");
         } else if (arg == "--channels" && i + 1 < argc) {
             channels = std::atoi(argv[++i]);
             if (channels < 1 || channels > 8) return fail("--channels wants 1 to 8");

@@ -6,6 +6,10 @@
 
 class Plug;
 
+// A picture size written "WxH", from 300x200 to 4096x4096; false for any
+// other text.
+bool parseSnapshotSize(const std::string& text, int& width, int& height);
+
 // Opens the editor headless over `effect`, lets it take in the effect's
 // values and meters once, and writes the picture to `path`; at the stored
 // UI size, or `width` x `height` when both are given. Throws a write error

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string>
 
+#include "tools/render/EditorSnapshot.h"
 #include "tools/render/RenderError.h"
 
 namespace {
@@ -186,19 +187,10 @@ void applyValued(RenderOptions& o, Valued which, const std::string& value) {
             if (value.empty()) throw usageError("--snapshot needs a file name");
             o.snapshot = value;
             return;
-        case Valued::kSnapshotSize: {
-            const size_t x = value.find('x');
-            const auto bad = [&] { return usageError("bad --snapshot-size '" + value + "': give WxH, such as 750x741"); };
-            if (x == std::string::npos) throw bad();
-            const std::optional<double> w = parseNumber(value.substr(0, x));
-            const std::optional<double> h = parseNumber(value.substr(x + 1));
-            if (!w || !h || *w != std::floor(*w) || *h != std::floor(*h) || *w < 300 || *h < 200 || *w > 4096 ||
-                *h > 4096)
-                throw bad();
-            o.snapshotWidth = int32_t(*w);
-            o.snapshotHeight = int32_t(*h);
+        case Valued::kSnapshotSize:
+            if (!parseSnapshotSize(value, o.snapshotWidth, o.snapshotHeight))
+                throw usageError("bad --snapshot-size '" + value + "': give WxH, such as 750x741");
             return;
-        }
         case Valued::kSavePreset:
             if (value.empty()) throw usageError("--save-preset needs a file name");
             o.presetOut = value;
