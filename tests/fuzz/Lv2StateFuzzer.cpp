@@ -17,26 +17,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "FuzzSupport.h"
 #include "formats/lv2/plugin/PluginInstance.h"
+#include "formats/lv2plugin/Lv2TestHost.h"
 #include "state/ChunkCodec.h"
 
 namespace {
-
-struct UridMap {
-    std::map<std::string, LV2_URID, std::less<>> ids;
-    LV2_URID map(const char* uri) {
-        const auto known = ids.find(uri);
-        return known != ids.end() ? known->second : ids.emplace(uri, LV2_URID(ids.size() + 1)).first->second;
-    }
-    LV2_URID_Map feature{this, [](LV2_URID_Map_Handle h, const char* uri) {
-                             return static_cast<UridMap*>(h)->map(uri);
-                         }};
-};
 
 // The host's side of state: one property, stored and handed back.
 struct Property {
