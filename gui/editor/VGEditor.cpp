@@ -120,8 +120,20 @@ bool VGEditor::open(uintptr_t parent) {
     registry.collect(frame);
     layoutEditor();
     pushAllValues();
+    frame->setScale(scaleFactor);
     return parent == 0 || frame->open(parent);
 }
+
+bool VGEditor::setScale(int32_t factor) {
+    if (factor < 1 || factor > VSTGUI::kMaxPlatformScale) return false;
+    const bool changed = factor != getScale();
+    if (frame && !frame->setScale(factor)) return false;
+    scaleFactor = factor;
+    if (changed && frame && sizeListener) sizeListener(getWindowWidth(), getWindowHeight());
+    return true;
+}
+
+int32_t VGEditor::getScale() const { return frame ? frame->getScale() : scaleFactor; }
 
 void VGEditor::close() {
     if (!frame) return;
@@ -194,7 +206,7 @@ void VGEditor::resizeFrame() {
     }
     if (frame->getWidth() == regions.width && frame->getHeight() == regions.height) return;
     frame->setSize(regions.width, regions.height);
-    if (sizeListener) sizeListener(regions.width, regions.height);
+    if (sizeListener) sizeListener(getWindowWidth(), getWindowHeight());
 }
 
 void VGEditor::layoutEditor() {

@@ -48,6 +48,15 @@ public:
     VSTGUI::CFrame* getFrame() const { return frame; }
     int32_t getWidth() const { return regions.width; }
     int32_t getHeight() const { return regions.height; }
+    // UI thread. Shows the window enlarged by a whole factor (1 to 4) for a
+    // dense screen; the editor keeps its own size and layout. Kept across
+    // open and close; false when the factor is out of range or the open
+    // window cannot take it.
+    bool setScale(int32_t factor);
+    int32_t getScale() const;
+    // The window's size on the screen: the editor's size times the scale.
+    int32_t getWindowWidth() const { return regions.width * getScale(); }
+    int32_t getWindowHeight() const { return regions.height * getScale(); }
     const layout::Regions& getRegions() const { return regions; }
     uint32_t getLayoutFlags() const { return inputs.flags; }
     ControlRegistry& controls() { return registry; }
@@ -62,7 +71,8 @@ public:
     void setClock(Clock clock);
     // Refreshes run so far (each does the timer's work once).
     int64_t refreshCount() const { return refreshes; }
-    // Tells the editor the window changed size or layout (settings, size).
+    // Tells the editor the window changed size or layout (settings, size,
+    // scale), with the window's size on the screen.
     void setSizeListener(std::function<void(int32_t width, int32_t height)> listener) {
         sizeListener = std::move(listener);
     }
@@ -171,5 +181,6 @@ private:
     VSTGUI::CView* alertView = nullptr;  // the alert on show, owned by the frame
     bool alertDismissed = false;
     std::function<void(int32_t, int32_t)> sizeListener;
+    int32_t scaleFactor = 1;
     std::function<void(int32_t, EditEvent)> editListener;
 };

@@ -26,8 +26,17 @@ bool CFrame::open(uintptr_t parent) {
     if (!factory) return false;
     platform.reset(factory(this, size, parent));
     windowGone = false;
-    if (platform) invalidRect(size);
-    return platform != nullptr;
+    if (!platform) return false;
+    if (scale != 1 && !platform->setScale(scale)) scale = 1;
+    invalidRect(size);
+    return true;
+}
+
+bool CFrame::setScale(int32_t factor) {
+    if (factor < 1 || factor > kMaxPlatformScale) return false;
+    if (isOpen() && !platform->setScale(factor)) return false;
+    scale = factor;
+    return true;
 }
 
 void CFrame::close() {

@@ -40,6 +40,13 @@ public:
     bool isOpen() const { return platform != nullptr && !windowGone; }
     IPlatformFrame* getPlatformFrame() const { return platform.get(); }
 
+    // Shows the window enlarged by a whole factor (a dense screen); views
+    // keep drawing and receiving input at the frame's size. Kept for a
+    // window opened later; false (and 1 kept) when the window cannot.
+    bool setScale(int32_t factor);
+    // The factor the window shows; what was asked for while headless.
+    int32_t getScale() const { return scale; }
+
     VSTGUIEditorInterface* getEditor() const { return editor; }
     bool setSize(CCoord width, CCoord height);
     // The frame's top-left on the screen; (0, 0) when headless.
@@ -127,6 +134,7 @@ protected:
 
     VSTGUIEditorInterface* editor;
     std::unique_ptr<IPlatformFrame> platform;
+    int32_t scale = 1;
     CView* focusView = nullptr;
     CView* modalView = nullptr;
     CView* viewOnTop = nullptr;

@@ -399,15 +399,18 @@ std::string presetsFileName(int32_t channels) {
 
 std::string manifestTurtle(const std::vector<FactoryPreset>& presets) {
     TurtleText t;
-    writeHeader(t, {"lv2", "pset", "rdfs", "ui"});
+    writeHeader(t, {"lv2", "opts", "pset", "rdfs", "ui", "urid"});
     // The editor: an X11 UI in the plug-in's own binary, working on the
-    // plug-in instance itself, so a host must offer instance access.
+    // plug-in instance itself, so a host must offer instance access. It
+    // follows the host's scale for dense screens, at open and later.
     const std::string ui = bracketed(lv2ports::kUiUri);
     writeSubject(t, ui,
                  {"a ui:X11UI", prop("lv2:binary", bracketed(kBinaryFile)),
                   prop("lv2:requiredFeature", "<http://lv2plug.in/ns/ext/instance-access>"),
-                  prop("lv2:optionalFeature", "ui:parent , ui:resize , ui:touch , ui:idleInterface"),
-                  prop("lv2:extensionData", "ui:idleInterface")});
+                  prop("lv2:optionalFeature",
+                       "ui:parent , ui:resize , ui:touch , ui:idleInterface , opts:options , urid:map"),
+                  prop("opts:supportedOption", "ui:scaleFactor"),
+                  prop("lv2:extensionData", "ui:idleInterface , opts:interface")});
     for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
         const std::string plugin = bracketed(lv2ports::pluginUri(channels));
         writeSubject(t, plugin,

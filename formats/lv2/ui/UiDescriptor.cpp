@@ -40,9 +40,28 @@ int idle(LV2UI_Handle handle) {
     }
 }
 
+uint32_t getOptions(LV2_Handle handle, LV2_Options_Option* options) {
+    auto* ui = static_cast<UiInstance*>(handle);
+    if (!ui) return LV2_OPTIONS_ERR_UNKNOWN;
+    return ui->getOptions(options);
+}
+
+uint32_t setOptions(LV2_Handle handle, const LV2_Options_Option* options) {
+    auto* ui = static_cast<UiInstance*>(handle);
+    if (!ui) return LV2_OPTIONS_ERR_UNKNOWN;
+    try {
+        return ui->setOptions(options);
+    } catch (...) {
+        return LV2_OPTIONS_ERR_UNKNOWN;
+    }
+}
+
 const void* extensionData(const char* uri) {
     static const LV2UI_Idle_Interface idleInterface{idle};
-    if (uri && std::strcmp(uri, LV2_UI__idleInterface) == 0) return &idleInterface;
+    static const LV2_Options_Interface optionsInterface{getOptions, setOptions};
+    if (!uri) return nullptr;
+    if (std::strcmp(uri, LV2_UI__idleInterface) == 0) return &idleInterface;
+    if (std::strcmp(uri, LV2_OPTIONS__interface) == 0) return &optionsInterface;
     return nullptr;
 }
 

@@ -1,5 +1,6 @@
 #include "formats/lv2/ui/UiInstance.h"
 
+#include <lv2/atom/atom.h>
 #include <lv2/instance-access/instance-access.h>
 
 #include <algorithm>
@@ -44,6 +45,14 @@ UiInstance* UiInstance::create(LV2UI_Write_Function write, LV2UI_Controller cont
     std::unique_ptr<UiInstance> ui(new UiInstance(plugin->effect(), write, controller));
     ui->resize = static_cast<const LV2UI_Resize*>(featureData(features, LV2_UI__resize));
     ui->touch = static_cast<const LV2UI_Touch*>(featureData(features, LV2_UI__touch));
+    if (const auto* map = static_cast<const LV2_URID_Map*>(featureData(features, LV2_URID__map))) {
+        ui->urids.scaleFactor = map->map(map->handle, LV2_UI__scaleFactor);
+        ui->urids.atomFloat = map->map(map->handle, LV2_ATOM__Float);
+        ui->urids.atomDouble = map->map(map->handle, LV2_ATOM__Double);
+        ui->urids.atomInt = map->map(map->handle, LV2_ATOM__Int);
+    }
+    const auto* options = static_cast<const LV2_Options_Option*>(featureData(features, LV2_OPTIONS__options));
+    if (const int32_t scale = ui->scaleAmong(options)) ui->view.setScale(scale);
     VSTGUI::useX11Platform();
     if (!ui->view.open(parent) || !ui->view.getFrame()->getPlatformFrame()) {
         complain("the editor's window could not be made (is there an X11 display?)");
@@ -51,7 +60,9 @@ UiInstance* UiInstance::create(LV2UI_Write_Function write, LV2UI_Controller cont
     }
     if (widget) *widget = reinterpret_cast<LV2UI_Widget>(ui->view.getFrame()->getPlatformFrame()->nativeWindow());
     UiInstance* self = ui.get();
-    if (self->resize) self->resize->ui_resize(self->resize->handle, self->view.getWidth(), self->view.getHeight());
+    if (self->resize) {
+        self->resize->ui_resize(self->resize->handle, self->view.getWindowWidth(), self->view.getWindowHeight());
+    }
     self->view.setSizeListener([self](int32_t width, int32_t height) {
         if (self->resize) self->resize->ui_resize(self->resize->handle, width, height);
     });
@@ -87,6 +98,70 @@ int UiInstance::idle() {
     view.idle();
     if (syncPending) syncPorts();
     return 0;
+}
+
+int32_t UiInstance::wholeScale(double hostScale) {
+    if (!std::isfinite(hostScale)) return 1;
+    return static_cast<int32_t>(std::lround(std::clamp(hostScale, 1.0, double(VSTGUI::kMaxPlatformScale))));
+}
+
+bool UiInstance::readScale(const LV2_Options_Option& o, int32_t& scale) const {
+    double value = NAN;
+    if (!o.value) return false;
+    if (o.type == urids.atomFloat && o.size == sizeof(float)) {
+        value = *static_cast<const float*>(o.value);
+    } else if (o.type == urids.atomDouble && o.size == sizeof(double)) {
+        value = *static_cast<const double*>(o.value);
+    } else if (o.type == urids.atomInt && o.size == sizeof(int32_t)) {
+        value = *static_cast<const int32_t*>(o.value);
+    } else {
+        return false;
+    }
+    scale = wholeScale(value);
+    return true;
+}
+
+bool UiInstance::isScale(const LV2_Options_Option& o) const {
+    return urids.scaleFactor && o.key == urids.scaleFactor && o.context == LV2_OPTIONS_INSTANCE;
+}
+
+int32_t UiInstance::scaleAmong(const LV2_Options_Option* options) const {
+    int32_t found = 0;
+    for (const LV2_Options_Option* o = options; o && (o->key || o->value); ++o) {
+        int32_t scale = 0;
+        if (isScale(*o) && readScale(*o, scale)) found = scale;  // a value we cannot read: as if not given
+    }
+    return found;
+}
+
+uint32_t UiInstance::setOptions(const LV2_Options_Option* options) {
+    uint32_t status = LV2_OPTIONS_SUCCESS;
+    for (const LV2_Options_Option* o = options; o && (o->key || o->value); ++o) {
+        int32_t scale = 0;
+        if (!isScale(*o)) {
+            status |= LV2_OPTIONS_ERR_BAD_KEY;
+        } else if (!readScale(*o, scale) || !view.setScale(scale)) {
+            status |= LV2_OPTIONS_ERR_BAD_VALUE;
+        }
+    }
+    return status;
+}
+
+uint32_t UiInstance::getOptions(LV2_Options_Option* options) {
+    uint32_t status = LV2_OPTIONS_SUCCESS;
+    for (LV2_Options_Option* o = options; o && (o->key || o->value); ++o) {
+        if (!isScale(*o)) {
+            status |= LV2_OPTIONS_ERR_BAD_KEY;
+            continue;
+        }
+        // The scale the window is shown at, which may be a rounded form of
+        // what the host set.
+        shownScale = float(view.getScale());
+        o->size = sizeof shownScale;
+        o->type = urids.atomFloat;
+        o->value = &shownScale;
+    }
+    return status;
 }
 
 void UiInstance::syncPorts() {

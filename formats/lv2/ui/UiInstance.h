@@ -17,7 +17,9 @@
 // Threads: everything here runs on the host's UI thread.
 
 #include <lv2/core/lv2.h>
+#include <lv2/options/options.h>
 #include <lv2/ui/ui.h>
+#include <lv2/urid/urid.h>
 
 #include <cstdint>
 #include <memory>
@@ -49,6 +51,16 @@ public:
     void portEvent(uint32_t port, uint32_t bufferSize, uint32_t format, const void* buffer);
     // The host's idle: the editor's timer and idle; 0 while the UI lives.
     int idle();
+    // Options the host sets after the start: the scale of a window moved
+    // to another screen. Answers as the options interface does.
+    uint32_t setOptions(const LV2_Options_Option* options);
+    // The scale the window is shown at; other keys are unknown. The value
+    // stays valid until the next call.
+    uint32_t getOptions(LV2_Options_Option* options);
+
+    // The whole factor a host's scale is shown at: the nearest one from 1
+    // to 4 (1.25 stays 1, 1.5 becomes 2); 1 for a scale that is no number.
+    static int32_t wholeScale(double hostScale);
 
     VGEditor& editor() { return view; }
 
@@ -59,6 +71,11 @@ private:
     void syncPorts();
     void writePort(int32_t index, float value);
     void touchPort(int32_t index, bool grabbed);
+    // The host's scale among options, as a whole factor; 0 when not there.
+    int32_t scaleAmong(const LV2_Options_Option* options) const;
+    bool isScale(const LV2_Options_Option& option) const;
+    // False for a type or size the scale cannot come in.
+    bool readScale(const LV2_Options_Option& option, int32_t& scale) const;
 
     Plug& fx;
     lv2ports::Ports ports;
@@ -67,6 +84,12 @@ private:
     LV2UI_Controller controller;
     const LV2UI_Resize* resize = nullptr;
     const LV2UI_Touch* touch = nullptr;
+    // The URIDs of the scale option and of the number types it may come in
+    // (0 without a map: then no option is understood).
+    struct {
+        LV2_URID scaleFactor = 0, atomFloat = 0, atomDouble = 0, atomInt = 0;
+    } urids;
+    float shownScale = 1;  // what getOptions last reported
     float hostValue[kNumParams] = {};  // what the host's ports hold, in the rows' units
     bool syncPending = false;
 };

@@ -101,7 +101,14 @@ public:
     virtual uint32_t doubleClickTime() = 0;
     // The native window (an X11 Window id for the X11 layer).
     virtual uintptr_t nativeWindow() = 0;
+    // Shows the frame enlarged by a whole factor (1 to kMaxPlatformScale)
+    // for a dense screen: the window grows by it, the frame keeps drawing
+    // and receiving input at its own size. False when the window cannot.
+    virtual bool setScale(int32_t factor) { return factor == 1; }
+    virtual int32_t getScale() const { return 1; }
 };
+
+constexpr int32_t kMaxPlatformScale = 4;
 
 // Makes the native window of a frame inside `parent` (0: a top-level
 // window). Null when the window system cannot be reached.

@@ -3,6 +3,7 @@
 #include <X11/Xatom.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cctype>
 
 namespace VSTGUI {
@@ -192,7 +193,7 @@ void X11DropTarget::onPosition(const XClientMessageEvent& e) {
     int x = 0, y = 0;
     Window child = 0;
     XTranslateCoordinates(connection->display(), connection->root(), window, rootX, rootY, &x, &y, &child);
-    where = CPoint(static_cast<CCoord>(x), static_cast<CCoord>(y));
+    where = CPoint(std::floor(static_cast<CCoord>(x) / scale), std::floor(static_cast<CCoord>(y) / scale));
     if (offersFiles && data == Data::NotAsked) requestData(word(e.data.l[3]));
     sendStatus();
     // Only drags the frame could take reach it.

@@ -42,6 +42,8 @@ public:
     // Refuses a drop whose data did not come in time and ends a drag whose
     // source window went away.
     void idle();
+    // Positions over a window shown `factor` times enlarged are divided by it.
+    void setScale(int factor) { scale = factor < 1 ? 1 : factor; }
 
 private:
     enum class Data { NotAsked, Asked, Arrived, Failed };
@@ -70,6 +72,7 @@ private:
     bool offersFiles = false;
     bool entered = false;
     CPoint where;
+    int scale = 1;
     SharedPointer<CDragContainer> container;
     Data data = Data::NotAsked;
     bool dropWaiting = false;

@@ -218,7 +218,9 @@ void X11Frame::handleEvent(const XEvent& event) {
     switch (event.type) {
         case Expose: {
             const XExposeEvent& e = event.xexpose;
-            addDirty({e.x, e.y, e.x + e.width, e.y + e.height});
+            const int scale = surface.scale();
+            addDirty({e.x / scale, e.y / scale, (e.x + e.width + scale - 1) / scale,
+                      (e.y + e.height + scale - 1) / scale});
             break;
         }
         case ConfigureNotify:
@@ -254,15 +256,35 @@ void X11Frame::handleEvent(const XEvent& event) {
 }
 
 void X11Frame::onConfigure(const XConfigureEvent& e) {
-    // Someone else (the host, a window manager) resized us: follow.
-    if (e.width == surface.width() && e.height == surface.height()) return;
-    surface.resize(e.width, e.height);
+    // Someone else (the host, a window manager) resized us: follow. A size
+    // that is not a multiple of the scale is covered by one more pixel.
+    const int scale = surface.scale();
+    const int width = (e.width + scale - 1) / scale, height = (e.height + scale - 1) / scale;
+    if (width == surface.width() && height == surface.height()) return;
+    surface.resize(width, height, scale);
     dirty.clear();
     addDirty({0, 0, surface.width(), surface.height()});
 }
 
+CPoint X11Frame::toFrame(int x, int y) const {
+    const CCoord scale = static_cast<CCoord>(surface.scale());
+    return CPoint(std::floor(static_cast<CCoord>(x) / scale), std::floor(static_cast<CCoord>(y) / scale));
+}
+
+int X11Frame::toWindow(CCoord coordinate) const {
+    // The middle of the frame pixel's square.
+    const int scale = surface.scale();
+    if (scale == 1) return static_cast<int>(std::lround(coordinate));
+    return static_cast<int>(std::floor(coordinate)) * scale + scale / 2;
+}
+
+bool X11Frame::insideWindow(int x, int y) const {
+    const int scale = surface.scale();
+    return x >= 0 && y >= 0 && x < surface.width() * scale && y < surface.height() * scale;
+}
+
 void X11Frame::onButton(const XButtonEvent& e, bool press) {
-    CPoint where(static_cast<CCoord>(e.x), static_cast<CCoord>(e.y));
+    CPoint where = toFrame(e.x, e.y);
     const int32_t modifiers = modifierBits(e.state);
     if (e.button >= 4 && e.button <= 7) {
         // Wheel notches arrive as press/release pairs; the press is the notch.
@@ -310,8 +332,7 @@ void X11Frame::onButton(const XButtonEvent& e, bool press) {
     if (stillHeld) return;
     endPointerGrab(e.time);
     // The pointer left during the drag: the exit was held back until now.
-    const bool inside = e.x >= 0 && e.y >= 0 && e.x < surface.width() && e.y < surface.height();
-    if (!inside && pointerInside) {
+    if (!insideWindow(e.x, e.y) && pointerInside) {
         pointerInside = false;
         callback->platformOnMouseExited(where, modifiers);
     }
@@ -324,14 +345,14 @@ void X11Frame::endPointerGrab(Time time) {
 }
 
 void X11Frame::onMotion(const XMotionEvent& e) {
-    CPoint where(static_cast<CCoord>(e.x), static_cast<CCoord>(e.y));
-    if (e.x >= 0 && e.y >= 0 && e.x < surface.width() && e.y < surface.height()) pointerInside = true;
+    CPoint where = toFrame(e.x, e.y);
+    if (insideWindow(e.x, e.y)) pointerInside = true;
     callback->platformOnMouseMoved(where, heldButtonBits(e.state) | sideButtons | modifierBits(e.state));
 }
 
 void X11Frame::onCrossing(const XCrossingEvent& e, bool enter) {
     if (e.detail == NotifyInferior) return;
-    CPoint where(static_cast<CCoord>(e.x), static_cast<CCoord>(e.y));
+    CPoint where = toFrame(e.x, e.y);
     if (enter) {
         // Entering is seen as a move, so hovering starts at once.
         if (e.mode == NotifyGrab) return;
@@ -376,12 +397,30 @@ bool X11Frame::setSize(const CRect& size) {
     if (gone || connection->isBroken()) return false;
     const int width = pixels(size.width());
     const int height = pixels(size.height());
-    XResizeWindow(connection->display(), window, static_cast<unsigned>(width), static_cast<unsigned>(height));
-    if (topLevel) setSizeHints(width, height);
+    const int scale = surface.scale();
+    XResizeWindow(connection->display(), window, static_cast<unsigned>(width * scale),
+                  static_cast<unsigned>(height * scale));
+    if (topLevel) setSizeHints(width * scale, height * scale);
     if (width != surface.width() || height != surface.height()) {
-        surface.resize(width, height);
+        surface.resize(width, height, scale);
         dirty.clear();
     }
+    addDirty({0, 0, width, height});
+    XFlush(connection->display());
+    return true;
+}
+
+bool X11Frame::setScale(int32_t factor) {
+    if (factor < 1 || factor > kMaxPlatformScale) return false;
+    if (factor == surface.scale()) return true;
+    if (gone || connection->isBroken()) return false;
+    const int width = surface.width(), height = surface.height();
+    surface.resize(width, height, factor);
+    dropTarget->setScale(factor);
+    XResizeWindow(connection->display(), window, static_cast<unsigned>(width * factor),
+                  static_cast<unsigned>(height * factor));
+    if (topLevel) setSizeHints(width * factor, height * factor);
+    dirty.clear();
     addDirty({0, 0, width, height});
     XFlush(connection->display());
     return true;
@@ -392,7 +431,10 @@ CPoint X11Frame::getPositionOnScreen() {
     int x = 0, y = 0;
     Window child = 0;
     XTranslateCoordinates(connection->display(), window, connection->root(), 0, 0, &x, &y, &child);
-    return CPoint(static_cast<CCoord>(x), static_cast<CCoord>(y));
+    // Screen positions are divided by the scale like the frame's, so that
+    // a popup placed from them lands where the frame shows the point.
+    const CCoord scale = static_cast<CCoord>(surface.scale());
+    return CPoint(static_cast<CCoord>(x) / scale, static_cast<CCoord>(y) / scale);
 }
 
 bool X11Frame::getCurrentMousePosition(CPoint& where) {
@@ -403,7 +445,7 @@ bool X11Frame::getCurrentMousePosition(CPoint& where) {
     if (!XQueryPointer(connection->display(), window, &rootReturn, &child, &rootX, &rootY, &x, &y, &mask)) {
         return false;  // the pointer is on another screen
     }
-    where = CPoint(static_cast<CCoord>(x), static_cast<CCoord>(y));
+    where = toFrame(x, y);
     return true;
 }
 
@@ -437,8 +479,7 @@ void X11Frame::showCursor(bool visible) {
 
 void X11Frame::setCursorPosition(const CPoint& where) {
     if (gone || connection->isBroken()) return;
-    XWarpPointer(connection->display(), None, window, 0, 0, 0, 0, static_cast<int>(std::lround(where.x)),
-                 static_cast<int>(std::lround(where.y)));
+    XWarpPointer(connection->display(), None, window, 0, 0, 0, 0, toWindow(where.x), toWindow(where.y));
     XFlush(connection->display());
 }
 
@@ -460,7 +501,7 @@ bool X11Frame::runPopup(IPopupClient* client) {
     popupRunning = true;
     bool shown = false;
     {
-        X11PopupSession session(connection, window, client);
+        X11PopupSession session(connection, window, client, surface.scale());
         shown = session.run([this, alive] { return !alive.expired() && !gone; });
     }
     if (alive.expired()) return false;

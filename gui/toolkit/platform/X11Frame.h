@@ -4,6 +4,10 @@
 // window's events into calls of the frame (files dropped on it from other
 // programs included, see X11DragDrop.h). Nothing here blocks: events are
 // read in idle(), which the editor calls from the host's UI idle.
+//
+// At a scale above 1 the window is that many times the frame's size: the
+// frame draws at its own size, the surface enlarges the pixels, and every
+// position coming in is divided back (see X11Surface.h).
 
 #include <X11/Xlib.h>
 
@@ -41,6 +45,8 @@ public:
     bool runPopup(IPopupClient* client) override;
     uint32_t doubleClickTime() override;
     uintptr_t nativeWindow() override { return window; }
+    bool setScale(int32_t factor) override;
+    int32_t getScale() const override { return surface.scale(); }
 
     // ---- X11EventTarget ----
     void handleEvent(const XEvent& event) override;
@@ -64,6 +70,10 @@ private:
     void applyCursor();
     void setSizeHints(int width, int height);
     void endPointerGrab(Time time);
+    // A point of the window (device pixels) in frame coordinates, and back.
+    CPoint toFrame(int x, int y) const;
+    int toWindow(CCoord coordinate) const;
+    bool insideWindow(int x, int y) const;
 
     void onButton(const XButtonEvent& event, bool press);
     void onMotion(const XMotionEvent& event);

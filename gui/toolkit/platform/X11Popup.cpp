@@ -22,22 +22,24 @@ constexpr int kGrabRetryMilliseconds = 10;
 // The longest wait for the server in one turn of the loop.
 constexpr int kPollMilliseconds = 15;
 
-struct PixelRect {
-    int x, y, width, height;
-};
-
-PixelRect pixelRect(const CRect& r) {
-    const int x = static_cast<int>(std::floor(r.left));
-    const int y = static_cast<int>(std::floor(r.top));
-    const int width = std::max(1, static_cast<int>(std::lround(r.width())));
-    const int height = std::max(1, static_cast<int>(std::lround(r.height())));
-    return {x, y, width, height};
-}
+// The size a popup window is drawn at, in the client's pixels.
+int drawnLength(CCoord length) { return std::max(1, static_cast<int>(std::lround(length))); }
 
 }  // namespace
 
-X11PopupSession::X11PopupSession(std::shared_ptr<X11Connection> c, Window ownerWindow, IPopupClient* popupClient)
-    : connection(std::move(c)), owner(ownerWindow), client(popupClient) {}
+X11PopupSession::X11PopupSession(std::shared_ptr<X11Connection> c, Window ownerWindow, IPopupClient* popupClient,
+                                 int scaleFactor)
+    : connection(std::move(c)), owner(ownerWindow), client(popupClient), scale(std::max(scaleFactor, 1)) {}
+
+X11PopupSession::PixelRect X11PopupSession::windowRect(const CRect& r) const {
+    const int x = static_cast<int>(std::floor(r.left * scale));
+    const int y = static_cast<int>(std::floor(r.top * scale));
+    return {x, y, drawnLength(r.width()) * scale, drawnLength(r.height()) * scale};
+}
+
+CPoint X11PopupSession::clientPoint(int rootX, int rootY) const {
+    return CPoint(static_cast<CCoord>(rootX) / scale, static_cast<CCoord>(rootY) / scale);
+}
 
 X11PopupSession::~X11PopupSession() {
     releaseInput();
@@ -51,8 +53,8 @@ bool X11PopupSession::run(const std::function<bool()>& ownerUsable) {
     if (connection->isBroken()) return false;
     Display* dpy = connection->display();
     connection->setModal(this, owner);
-    client->popupScreen(CRect(0, 0, static_cast<CCoord>(DisplayWidth(dpy, DefaultScreen(dpy))),
-                              static_cast<CCoord>(DisplayHeight(dpy, DefaultScreen(dpy)))));
+    client->popupScreen(CRect(0, 0, static_cast<CCoord>(DisplayWidth(dpy, DefaultScreen(dpy)) / scale),
+                              static_cast<CCoord>(DisplayHeight(dpy, DefaultScreen(dpy)) / scale)));
     syncWindows();
     drawAll();
     XFlush(dpy);
@@ -103,11 +105,12 @@ void X11PopupSession::syncWindows() {
         }
         Level& level = levels[static_cast<size_t>(i)];
         if (level.rect == rect || !level.window) continue;
-        const PixelRect p = pixelRect(rect);
+        const PixelRect p = windowRect(rect);
         XMoveResizeWindow(connection->display(), level.window, p.x, p.y, static_cast<unsigned>(p.width),
                           static_cast<unsigned>(p.height));
-        if (p.width != level.surface->width() || p.height != level.surface->height()) {
-            level.surface->resize(p.width, p.height);
+        const int width = drawnLength(rect.width()), height = drawnLength(rect.height());
+        if (width != level.surface->width() || height != level.surface->height()) {
+            level.surface->resize(width, height, scale);
         }
         level.rect = rect;
         redraw = true;
@@ -116,7 +119,7 @@ void X11PopupSession::syncWindows() {
 
 void X11PopupSession::openLevel(Level& level, const CRect& rect) {
     Display* dpy = connection->display();
-    const PixelRect p = pixelRect(rect);
+    const PixelRect p = windowRect(rect);
     XSetWindowAttributes attributes{};
     attributes.override_redirect = True;
     attributes.save_under = True;
@@ -138,7 +141,7 @@ void X11PopupSession::openLevel(Level& level, const CRect& rect) {
     level.gc = XCreateGC(dpy, level.window, 0, nullptr);
     level.rect = rect;
     level.surface = std::make_unique<X11Surface>(connection);
-    level.surface->resize(p.width, p.height);
+    level.surface->resize(drawnLength(rect.width()), drawnLength(rect.height()), scale);
     connection->attach(level.window, this);
     XMapRaised(dpy, level.window);
 }
@@ -236,22 +239,21 @@ void X11PopupSession::handleEvent(const XEvent& event) {
             const int32_t bit = buttonBit(e.button);
             const bool press = event.type == ButtonPress;
             if ((e.button == 4 || e.button == 5) && press) {
-                client->popupWheel(CPoint(static_cast<CCoord>(e.x_root), static_cast<CCoord>(e.y_root)),
+                client->popupWheel(clientPoint(e.x_root, e.y_root),
                                    e.button == 4 ? 1.0f : -1.0f, modifierBits(e.state));
                 redraw = true;
                 return;
             }
             if (!bit) return;  // the horizontal wheel and its release
             if (bit & (kButton4 | kButton5)) sideButtons = press ? (sideButtons | bit) : (sideButtons & ~bit);
-            client->popupMouse(press ? PopupMouse::Down : PopupMouse::Up,
-                               CPoint(static_cast<CCoord>(e.x_root), static_cast<CCoord>(e.y_root)),
+            client->popupMouse(press ? PopupMouse::Down : PopupMouse::Up, clientPoint(e.x_root, e.y_root),
                                bit | modifierBits(e.state));
             redraw = true;
             return;
         }
         case MotionNotify: {
             const XMotionEvent& e = event.xmotion;
-            client->popupMouse(PopupMouse::Moved, CPoint(static_cast<CCoord>(e.x_root), static_cast<CCoord>(e.y_root)),
+            client->popupMouse(PopupMouse::Moved, clientPoint(e.x_root, e.y_root),
                                heldButtonBits(e.state) | sideButtons | modifierBits(e.state));
             redraw = true;
             return;

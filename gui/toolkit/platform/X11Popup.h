@@ -3,6 +3,9 @@
 // client's screen rectangles (one per menu level), the pointer and
 // keyboard grabbed on the owner's window so that a press anywhere reaches
 // the client, and an event loop that runs until the client is done.
+// At the owner's scale the client's screen is the real one divided by it:
+// its rectangles are multiplied on the way out, positions divided on the
+// way in, and the windows' pixels enlarged.
 
 #include <X11/Xlib.h>
 
@@ -18,7 +21,7 @@ namespace VSTGUI {
 
 class X11PopupSession : public X11EventTarget {
 public:
-    X11PopupSession(std::shared_ptr<X11Connection> connection, Window owner, IPopupClient* client);
+    X11PopupSession(std::shared_ptr<X11Connection> connection, Window owner, IPopupClient* client, int scale = 1);
     ~X11PopupSession() override;
     X11PopupSession(const X11PopupSession&) = delete;
     X11PopupSession& operator=(const X11PopupSession&) = delete;
@@ -47,10 +50,17 @@ private:
     void grabInput();
     void releaseInput();
     void lostFocus();
+    // A rectangle of the client's screen in the real screen's pixels.
+    struct PixelRect {
+        int x, y, width, height;
+    };
+    PixelRect windowRect(const CRect& rect) const;
+    CPoint clientPoint(int rootX, int rootY) const;
 
     std::shared_ptr<X11Connection> connection;
     Window owner;
     IPopupClient* client;
+    int scale;
     std::vector<Level> levels;
     Window grabWindow = 0;
     bool pointerGrabbed = false;

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 namespace VSTGUI {
 
@@ -45,18 +46,43 @@ void convertToImage(const CDIB& source, XImage* image, int x, int y, int width, 
     }
 }
 
+void enlargeInto(const CDIB& source, CDIB& target, int scale, int x, int y, int width, int height) {
+    scale = std::max(scale, 1);
+    const int x0 = std::max(x, 0), y0 = std::max(y, 0);
+    const int x1 = std::min({x + width, source.width(), target.width() / scale});
+    const int y1 = std::min({y + height, source.height(), target.height() / scale});
+    if (x1 <= x0 || y1 <= y0) return;
+    const size_t rowBytes = static_cast<size_t>(x1 - x0) * static_cast<size_t>(scale) * 4;
+    for (int row = y0; row < y1; ++row) {
+        const uint8_t* from = source.row(row) + static_cast<ptrdiff_t>(x0) * 4;
+        uint8_t* first = target.row(row * scale) + static_cast<ptrdiff_t>(x0) * scale * 4;
+        uint8_t* to = first;
+        for (int column = x0; column < x1; ++column, from += 4) {
+            for (int copy = 0; copy < scale; ++copy, to += 4) std::memcpy(to, from, 4);
+        }
+        for (int copy = 1; copy < scale; ++copy) {
+            std::memcpy(target.row(row * scale + copy) + static_cast<ptrdiff_t>(x0) * scale * 4, first, rowBytes);
+        }
+    }
+}
+
 X11Surface::X11Surface(std::shared_ptr<X11Connection> c) : connection(std::move(c)) {}
 
 X11Surface::~X11Surface() { release(); }
 
-void X11Surface::resize(int width, int height) {
+void X11Surface::resize(int width, int height, int scale) {
     width = std::max(width, 1);
     height = std::max(height, 1);
     release();
     w = width;
     h = height;
-    if (connection->pixelFormat().direct && connection->sharedMemoryAllowed() && makeShared(width, height)) return;
-    makePlain(width, height);
+    factor = std::max(scale, 1);
+    const int deviceWidth = width * factor, deviceHeight = height * factor;
+    if (!(connection->pixelFormat().direct && connection->sharedMemoryAllowed() &&
+          makeShared(deviceWidth, deviceHeight))) {
+        makePlain(deviceWidth, deviceHeight);
+    }
+    drawing = factor == 1 ? pixels : new CDIB(width, height);
 }
 
 bool X11Surface::makeShared(int width, int height) {
@@ -139,6 +165,8 @@ void X11Surface::release() {
     converting = false;
     blitPending = false;
     destroyImage(image);
+    if (drawing && drawing != pixels) drawing->forget();
+    drawing = nullptr;
     if (pixels) pixels->forget();
     pixels = nullptr;
 }
@@ -151,9 +179,13 @@ void X11Surface::beginDrawing() {
 
 void X11Surface::put(Drawable target, GC gc, int x, int y, int width, int height) {
     if (!image || connection->isBroken()) return;
-    const int x0 = std::max(x, 0), y0 = std::max(y, 0);
-    const int x1 = std::min(x + width, w), y1 = std::min(y + height, h);
+    int x0 = std::max(x, 0), y0 = std::max(y, 0);
+    int x1 = std::min(x + width, w), y1 = std::min(y + height, h);
     if (x1 <= x0 || y1 <= y0) return;
+    if (factor > 1) {
+        enlargeInto(*drawing, *pixels, factor, x0, y0, x1 - x0, y1 - y0);
+        x0 *= factor, y0 *= factor, x1 *= factor, y1 *= factor;
+    }
     Display* dpy = connection->display();
     if (shared) {
         XShmPutImage(dpy, target, gc, image, x0, y0, x0, y0, static_cast<unsigned>(x1 - x0),

@@ -6,7 +6,9 @@
 
 #include <gtest/gtest.h>
 
+#include <lv2/atom/atom.h>
 #include <lv2/instance-access/instance-access.h>
+#include <lv2/options/options.h>
 #include <lv2/ui/ui.h>
 
 #include <cmath>
@@ -41,18 +43,24 @@ Display* hostDisplay() {
 
 // What a host gives the UI, and what it hears back.
 struct UiHost {
-    explicit UiHost(Lv2TestHost& plugin, bool instanceAccess = true) {
+    // `scale`: the host's scale factor among its options (none when 0).
+    explicit UiHost(Lv2TestHost& plugin, bool instanceAccess = true, float scale = 0)
+        : urids(plugin.urids), hostScale(scale) {
         display = hostDisplay();
         if (!display) return;
         parent = XCreateSimpleWindow(display, DefaultRootWindow(display), 0, 0, 800, 800, 0, 0, 0);
         XMapWindow(display, parent);
         XSync(display, False);
+        options = {option(LV2_UI__scaleFactor, LV2_ATOM__Float, sizeof hostScale, &hostScale), {}};
         features = {{LV2_UI__parent, reinterpret_cast<void*>(parent)},
                     {LV2_UI__resize, &resize},
                     {LV2_UI__touch, &touch},
-                    {LV2_INSTANCE_ACCESS_URI, plugin.handle}};
-        std::vector<const LV2_Feature*> list{&features[0], &features[1], &features[2]};
+                    {LV2_INSTANCE_ACCESS_URI, plugin.handle},
+                    {LV2_URID__map, &urids.feature},
+                    {LV2_OPTIONS__options, options.data()}};
+        std::vector<const LV2_Feature*> list{&features[0], &features[1], &features[2], &features[4]};
         if (instanceAccess) list.push_back(&features[3]);
+        if (scale != 0) list.push_back(&features[5]);
         list.push_back(nullptr);
         handle = desc.instantiate(&desc, lv2ports::pluginUri(plugin.ports.channels).c_str(), "/", write, this, &widget,
                                   list.data());
@@ -80,7 +88,20 @@ struct UiHost {
         control->forget();
     }
 
+    LV2_Options_Option option(const char* key, const char* type, uint32_t size, const void* value) {
+        return {LV2_OPTIONS_INSTANCE, 0, urids.map(key), size, urids.map(type), value};
+    }
+    // Sets one option through the UI's options interface.
+    uint32_t setOption(const char* key, const char* type, uint32_t size, const void* value) {
+        auto* interface = static_cast<const LV2_Options_Interface*>(desc.extension_data(LV2_OPTIONS__interface));
+        const LV2_Options_Option list[] = {option(key, type, size, value), {}};
+        return interface->set(handle, list);
+    }
+
     const LV2UI_Descriptor& desc = *lv2ui_descriptor(0);
+    UridMap& urids;
+    float hostScale;
+    std::vector<LV2_Options_Option> options;
     Display* display = nullptr;
     Window parent = 0;
     LV2UI_Handle handle = nullptr;
@@ -124,6 +145,43 @@ TEST(Lv2Ui, OpensOnlyWithTheInstanceAndInsideTheHostWindow) {
     EXPECT_EQ(parentOfWidget, host.parent);
     EXPECT_EQ(host.width, 750);
     EXPECT_EQ(host.height, 741);
+    EXPECT_EQ(host.idle(), 0);
+}
+
+TEST(Lv2Ui, FollowsTheHostsScaleInWholeStepsAtOpenAndLater) {
+    for (auto [hostScale, shown] : {std::pair{1.0, 1}, {1.25, 1}, {1.5, 2}, {2.0, 2}, {0.5, 1}, {3.0, 3}, {9.0, 4},
+                                    {double(NAN), 1}}) {
+        EXPECT_EQ(fwlv2::UiInstance::wholeScale(hostScale), shown) << hostScale;
+    }
+    Lv2TestHost plugin({});
+    UiHost host(plugin, true, 2.0f);
+    ASSERT_NE(host.handle, nullptr);
+    EXPECT_EQ(host.width, 1500);
+    EXPECT_EQ(host.height, 1482);
+    XWindowAttributes attributes{};
+    ASSERT_TRUE(XGetWindowAttributes(host.display, Window(reinterpret_cast<uintptr_t>(host.widget)), &attributes));
+    EXPECT_EQ(attributes.width, 1500);
+    EXPECT_EQ(attributes.height, 1482);
+    EXPECT_EQ(host.ui().editor().getWidth(), 750);  // the editor keeps its own size and layout
+
+    // The window moved to another screen: the host sets the scale again.
+    const float one = 1.0f;
+    EXPECT_EQ(host.setOption(LV2_UI__scaleFactor, LV2_ATOM__Float, sizeof one, &one), uint32_t(LV2_OPTIONS_SUCCESS));
+    EXPECT_EQ(host.width, 750);
+    const int32_t three = 3;
+    EXPECT_EQ(host.setOption(LV2_UI__scaleFactor, LV2_ATOM__Int, sizeof three, &three), uint32_t(LV2_OPTIONS_SUCCESS));
+    EXPECT_EQ(host.height, 741 * 3);
+    // What the UI does not know is refused and changes nothing.
+    EXPECT_EQ(host.setOption(LV2_UI__updateRate, LV2_ATOM__Float, sizeof one, &one),
+              uint32_t(LV2_OPTIONS_ERR_BAD_KEY));
+    EXPECT_EQ(host.setOption(LV2_UI__scaleFactor, LV2_ATOM__Double, sizeof one, &one),
+              uint32_t(LV2_OPTIONS_ERR_BAD_VALUE));
+    EXPECT_EQ(host.ui().editor().getScale(), 3);
+    auto* interface = static_cast<const LV2_Options_Interface*>(host.desc.extension_data(LV2_OPTIONS__interface));
+    LV2_Options_Option asked[] = {host.option(LV2_UI__scaleFactor, LV2_ATOM__Float, 0, nullptr), {}};
+    ASSERT_EQ(interface->get(host.handle, asked), uint32_t(LV2_OPTIONS_SUCCESS));
+    ASSERT_EQ(asked[0].size, sizeof(float));
+    EXPECT_EQ(*static_cast<const float*>(asked[0].value), 3.0f);
     EXPECT_EQ(host.idle(), 0);
 }
 

@@ -4,6 +4,7 @@
 #include <sys/socket.h>
 
 #include <cstdlib>
+#include <tuple>
 
 #include "X11TestSupport.h"
 
@@ -216,6 +217,50 @@ TEST_F(X11Input, PointerQueriesAndWarpsAreInFrameCoordinates) {
     frame->showCursor(true);
     frame->idle();
     EXPECT_FALSE(frame->isGone());
+}
+
+TEST_F(X11Input, AtAScaleTheWindowShowsEachPixelAsASquareAndInputComesBackInFrameCoordinates) {
+    open(CRect(0, 0, 200, 150));
+    EXPECT_FALSE(frame->setScale(0));
+    EXPECT_FALSE(frame->setScale(kMaxPlatformScale + 1));
+    callback.drawn.clear();
+    ASSERT_TRUE(frame->setScale(2));
+    EXPECT_EQ(frame->getScale(), 2);
+    ASSERT_TRUE(pump([&] { return !callback.drawn.empty(); }));
+    EXPECT_EQ(callback.drawn.back(), CRect(0, 0, 200, 150));  // the frame still draws at its own size
+    XWindowAttributes attributes{};
+    ASSERT_TRUE(XGetWindowAttributes(dpy, window(), &attributes));
+    EXPECT_EQ(attributes.width, 400);
+    EXPECT_EQ(attributes.height, 300);
+
+    // One frame pixel is a 2 x 2 square of the window, and no more.
+    const unsigned long before = pixelOf(callback.paint);
+    callback.paint = CColor{0, 200, 90, 255};
+    frame->invalidRect(CRect(10, 10, 11, 11));
+    ASSERT_TRUE(pump([&] { return readPixel(dpy, window(), 21, 21) == 0x00c85a; }));
+    for (auto [x, y, expected] : {std::tuple{20, 20, 0x00c85aul}, {21, 20, 0x00c85aul}, {20, 21, 0x00c85aul},
+                                  {19, 20, before}, {22, 21, before}, {21, 22, before}, {399, 299, before}}) {
+        EXPECT_EQ(readPixel(dpy, window(), x, y), expected) << x << "," << y;
+    }
+
+    // Presses, the pointer's position, warps and the screen position are
+    // all in frame coordinates.
+    moveTo(41, 61);
+    click(1);
+    ASSERT_TRUE(pump([&] { return callback.calls('u').size() == 1; }));
+    EXPECT_EQ(callback.calls('d')[0].where, CPoint(20, 30));
+    frame->setCursorPosition(CPoint(50, 60));
+    XSync(dpy, False);
+    CPoint where;
+    ASSERT_TRUE(frame->getCurrentMousePosition(where));
+    EXPECT_EQ(where, CPoint(50, 60));
+    EXPECT_EQ(frame->getPositionOnScreen(), CPoint(20, 20));
+
+    // A new size keeps the scale.
+    ASSERT_TRUE(frame->setSize(CRect(0, 0, 100, 50)));
+    ASSERT_TRUE(XGetWindowAttributes(dpy, window(), &attributes));
+    EXPECT_EQ(attributes.width, 200);
+    EXPECT_EQ(attributes.height, 100);
 }
 
 // ---- Teardown ----

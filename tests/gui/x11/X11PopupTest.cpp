@@ -151,6 +151,59 @@ TEST_F(X11Popup, ShowsItsWindowsWhereAskedAndGivesTheClientAllInput) {
     EXPECT_TRUE(pump([&] { return callback.calls('u').size() == 1; }));
 }
 
+// A one-level popup of a frame shown at scale 2: it lives in the frame's
+// coordinates, halved from the screen's.
+class HalvedPopup : public IPopupClient {
+public:
+    explicit HalvedPopup(Display* testDisplay) : dpy(testDisplay) {}
+    CRect screen;
+    bool shown = false;
+    mutable int turns = 0;
+    std::vector<std::pair<PopupMouse, CPoint>> presses;
+
+    int32_t popupWindowCount() const override { return 1; }
+    CRect popupWindowRect(int32_t) const override { return CRect::fromSize(50, 50, 60, 30); }
+    void drawPopupWindow(int32_t, CDrawContext* context) override {
+        context->setFillColor(CColor{240, 120, 0, 255});
+        context->fillRect(CRect(0, 0, 60, 30));
+        context->setFillColor(CColor{0, 0, 0, 255});
+        context->fillRect(CRect(59, 29, 60, 30));  // the last pixel, to find the window's corner
+    }
+    void popupMouse(PopupMouse kind, const CPoint& where, int32_t) override {
+        if (kind != PopupMouse::Moved) presses.emplace_back(kind, where);
+    }
+    void popupKey(uint32_t, int32_t, int32_t) override {}
+    void popupScreen(const CRect& area) override { screen = area; }
+    void popupFocusLost() override {}
+    bool popupDone() const override {
+        if (++turns > 300) return true;
+        if (presses.size() >= 2) return true;
+        if (!const_cast<HalvedPopup*>(this)->shown && readPixel(dpy, DefaultRootWindow(dpy), 219, 159) == 0 &&
+            readPixel(dpy, DefaultRootWindow(dpy), 217, 157) == 0xf07800) {
+            const_cast<HalvedPopup*>(this)->shown = true;
+            XTestFakeMotionEvent(dpy, DefaultScreen(dpy), 151, 131, CurrentTime);
+            XTestFakeButtonEvent(dpy, 1, True, CurrentTime);
+            XTestFakeButtonEvent(dpy, 1, False, CurrentTime);
+            XSync(dpy, False);
+        }
+        return false;
+    }
+
+private:
+    Display* dpy;
+};
+
+TEST_F(X11Popup, AtTheFramesScaleRectanglesAreEnlargedAndInputHalved) {
+    open();
+    ASSERT_TRUE(frame->setScale(2));
+    HalvedPopup popup(dpy);
+    ASSERT_TRUE(frame->runPopup(&popup));
+    EXPECT_TRUE(popup.shown) << "no 120 x 60 window at (100, 100) ending in the last pixel's 2 x 2 square";
+    EXPECT_EQ(popup.screen.width(), DisplayWidth(dpy, DefaultScreen(dpy)) / 2);
+    ASSERT_EQ(popup.presses.size(), 2u);
+    EXPECT_EQ(popup.presses[0], std::make_pair(PopupMouse::Down, CPoint(75.5, 65.5)));
+}
+
 TEST_F(X11Popup, IsRefusedWhenTheFrameWindowIsGone) {
     open();
     XDestroyWindow(dpy, parent);
