@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <string_view>
 
+#include "resources/GlyphStrips.h"
+
 namespace art {
 
 struct ImageFacts {
@@ -91,24 +93,11 @@ inline constexpr int32_t kBandGlyphs = 402;
 inline constexpr int32_t kBandGlyphTop = 13;
 inline constexpr int32_t kBandGlyphRows = 32;
 
-// The glyph strips: the characters in cell order; cell i starts at
-// x = i * pitch and is `cellWidth` wide and the strip's height high. Each
-// glyph starts at its cell's column 0 and is stored as coverage in every
-// channel, (c, c, c, c).
-inline constexpr std::string_view kGlyphCharacters =
-    "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz.%-,+#:/";
-
-struct GlyphStripFacts {
-    int32_t id;
-    int32_t pitch;
-    int32_t cellWidth;
-    int32_t cellHeight;
-};
-
-inline constexpr GlyphStripFacts kGlyphStrips[] = {
-    {101, 8, 7, 9},
-    {102, 11, 9, 11},
-};
+// The glyph strips: their characters and cell layout live with the
+// resources, where the editor's pixel fonts read them too.
+inline constexpr std::string_view kGlyphCharacters = glyphs::kCharacters;
+using GlyphStripFacts = glyphs::StripFacts;
+inline constexpr const auto& kGlyphStrips = glyphs::kStrips;
 
 // The facts of image `id`, or null.
 constexpr const ImageFacts* findImage(int32_t id) {
@@ -117,5 +106,14 @@ constexpr const ImageFacts* findImage(int32_t id) {
     }
     return nullptr;
 }
+
+// Each strip's image is exactly as large as its cells need.
+static_assert([] {
+    for (const GlyphStripFacts& s : kGlyphStrips) {
+        const ImageFacts* f = findImage(s.id);
+        if (!f || f->width != s.stripWidth() || f->height != s.cellHeight) return false;
+    }
+    return true;
+}());
 
 }  // namespace art
