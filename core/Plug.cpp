@@ -766,6 +766,23 @@ void Plug::workerStep() {
     workerBusy.store(false);
 }
 
+BandShape Plug::graphShape(int32_t band, bool* parallel) const {
+    band = std::clamp(band, 0, kNumBands - 1);
+    BandMappingContext context = bandMappingContext();
+    context.listenBand = -1;
+    float fields[kNumBandFields];
+    for (int32_t f = 0; f < kNumBandFields; ++f) fields[f] = rowValue(bandParam(band, f));
+    BandShape shape = mapBandShape(fields, band, context);
+    if (parallel) {
+        const int32_t mode = autoListenBand.load() == -1 ? int32_t(rowValue(kParallel)) : kParallelOff;
+        const bool peak = shape.type == kEnginePeak;
+        const bool shelf = shape.type == kEngineLowShelf || shape.type == kEngineHighShelf;
+        *parallel = shape.state == 0 &&
+                    ((mode == kParallelPeaks && peak) || (mode == kParallelPeaksAndShelves && (peak || shelf)));
+    }
+    return shape;
+}
+
 int32_t Plug::renderSettingRow(int32_t i) {
     return i >= 0 && i < int32_t(std::size(kDspRows)) ? kDspRows[i] : -1;
 }

@@ -106,6 +106,11 @@ public:
     // The parameter row render setting i stands in for; -1 for the last one
     // (whether the render settings are in force), which has no row.
     static int32_t renderSettingRow(int32_t i);
+    // UI thread: what band `band` is designed from as the graph draws it:
+    // its own settings at the current Scale, frequency shift and pitch,
+    // whatever its state and whether or not a band is being auditioned.
+    // *parallel (when given) says whether it runs in the parallel branch.
+    BandShape graphShape(int32_t band, bool* parallel = nullptr) const;
     // Audio thread at the head of a block (allocates only when the block
     // size, channel count or latency changed); control thread at teardown.
     void allocateBuffers(int32_t maxBlock, int32_t channels) noexcept;

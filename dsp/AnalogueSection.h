@@ -44,6 +44,21 @@ inline constexpr AnalogueSection kIdentitySection{1, 0, 0, 1, 0, 0};
 // multiplied by w^2: b1, a1 scale by w and b0, a0 by w^2.
 void scaleSections(int count, AnalogueSection* sections, double w);
 
+// The numerator and denominator of a section at s = j hz, hz2 = hz * hz:
+// a product of sections then needs a single division (the graph evaluates
+// every band at every column this way).
+inline void sectionParts(const AnalogueSection& s, double hz, double hz2, std::complex<double>& numerator,
+                         std::complex<double>& denominator) {
+    if (s.b0 == 0.0 && s.a0 == 0.0) {
+        // First order in second-order form: the factor s is cancelled.
+        numerator = {s.b1, hz * s.b2};
+        denominator = {s.a1, hz * s.a2};
+        return;
+    }
+    numerator = {s.b0 - hz2 * s.b2, hz * s.b1};
+    denominator = {s.a0 - hz2 * s.a2, hz * s.a1};
+}
+
 // H of one section at s = j hz.
 std::complex<double> sectionResponse(const AnalogueSection& section, double hz);
 

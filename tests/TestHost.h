@@ -107,3 +107,8 @@ inline void detachFromTimer(Plug& fx) { SharedTimer::instance().leave(&fx); }
 inline void setShown(Plug& fx, int32_t index, double shown) {
     fx.setParameter(index, float(fx.displayToNorm(index, shown)));
 }
+
+// Sets a parameter by its real value (a row's own unit: the type number, dB, Hz).
+inline void setReal(Plug& fx, int32_t index, double real) {
+    fx.setParameter(index, float(curveToNorm(*fx.getRow(index), real)));
+}

@@ -5,6 +5,7 @@
 #include "gui/editor/EditorButtons.h"
 #include "gui/editor/EditorControls.h"
 #include "gui/editor/EditorMenus.h"
+#include "gui/editor/EQGraph.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/StaticViews.h"
 #include "gui/toolkit/CDIB.h"
@@ -70,6 +71,8 @@ CView* makeDarken(const LayoutElementArgs& a) { return new nDarken(a.rect, a.lis
 
 CView* makeScrollBox(const LayoutElementArgs& a) { return new nScrollBox(a.rect, a.tag); }
 
+CView* makeGraph(const LayoutElementArgs& a) { return new EQGraph(a.rect, a.listener, a.tag); }
+
 CView* makeAboutText(const LayoutElementArgs& a) {
     return new nTextDisplay(a.rect, a.tag, aboutText(getText(a.node, "text")), nTextDisplay::kLabel);
 }
@@ -84,7 +87,7 @@ struct EditorElement {
 
 constexpr EditorElement kEditorElements[] = {
     {"nCGViewContainer", makeCGViewContainer, nullptr},
-    {"EQGraph", nullptr, "response graph"},
+    {"EQGraph", makeGraph, nullptr},
     {"TextLabel", makeTextLabel, nullptr},
     {"CEQKnob", nullptr, "band knob"},
     {"CEQText", nullptr, "value text"},

@@ -12,6 +12,7 @@
 #include "gui/editor/EditorControls.h"
 #include "gui/editor/EditorMenus.h"
 #include "gui/editor/EditorButtons.h"
+#include "gui/editor/EQGraph.h"
 #include "gui/editor/LayoutResource.h"
 #include "gui/editor/LookPalette.h"
 #include "gui/editor/Pages.h"
@@ -804,11 +805,61 @@ void VGEditor::editorTimer() {
     }
     if (undoButtonsStale) updateUndoButtons();
     if (inputs.wizardOpen) return;
+    refreshGraph();
     registry.setValueOfTag(kGUIMasterMeter1, static_cast<float>(effect.getLevelMeter(0)));
     registry.setValueOfTag(kGUIMasterMeter2, static_cast<float>(effect.getLevelMeter(1)));
     for (int32_t c = 0; c < effect.getChannelCount(); ++c)
         registry.setValueOfTag(kGUIChannel1Meter + c, static_cast<float>(effect.getLevelMeter(c)));
     if (effect.getClip() && registry.valueOfTag(kGUIClip) <= 0.5f) updateControl(kGUIClip, 1.0f);
+}
+
+EQGraph* VGEditor::getGraph() const {
+    CView* view = viewOfElement("EQGraph");
+    return view && view->isTypeOf("EQGraph") ? static_cast<EQGraph*>(view) : nullptr;
+}
+
+void VGEditor::refreshGraph() {
+    EQGraph* graph = getGraph();
+    if (!graph || !graph->isVisible()) return;
+    gatherGraphScene(effect, graphScene);
+    graph->setScene(graphScene);
+    graph->setOptions(graphOptionsFrom(ed.uiSettings()));
+    graph->setGroups(selectedGroup[0], selectedGroup[1]);
+    graph->setSelection(static_cast<uint32_t>(ed.getSelectedBands()));
+    graph->setAnalyserType(ed.getAnalyserType());
+    graph->setAnalyserOn(ed.isAnalyserOn());
+    if (!ed.isAnalyserOn()) return;
+
+    // The analyser follows the graph's columns and zoom, and its sources.
+    const int32_t columns = graph->plotWidth();
+    if (columns != analyserSetup.columns || graph->getMinFrequency() != analyserSetup.low ||
+        graph->getMaxFrequency() != analyserSetup.high) {
+        analyserSetup.columns = columns;
+        analyserSetup.low = graph->getMinFrequency();
+        analyserSetup.high = graph->getMaxFrequency();
+        analyser.setColumns(columns, analyserSetup.low, analyserSetup.high);
+    }
+    InstanceRegistry& registry = InstanceRegistry::instance();
+    for (int32_t s = 0; s < 2; ++s) {
+        const int32_t source = ed.getAnalyserSource(s);
+        if (source == analyserSetup.source[s]) continue;
+        analyserSetup.source[s] = source;
+        // The instance's position in the bits from 8 up (0 this one), the
+        // channel code in the low bits; -1 no source.
+        const int32_t other = source < 0 ? 0 : source >> 8;
+        InstanceRegistry::Handle handle = other == 0 ? registry.handleOf(&effect) : registry.otherAt(&effect, other - 1);
+        const int32_t channel = source < 0 ? -1 : (source & 0xF);
+        if (s == 0) {
+            analyser.setPrimary(std::move(handle), channel);
+        } else {
+            analyser.setSecondary(std::move(handle), channel);
+        }
+    }
+    analyser.setNyquist(0.5f * effect.getSampleRate());
+    analyser.applySettings(ed.uiSettings());
+    analyser.update();
+    graph->setAnalyserLevels(analyser.primaryLevels().data(), analyser.secondaryLevels().data(), columns,
+                             analyserSetup.source[0] >= 0x100, analyserSetup.source[1] >= 0x100);
 }
 
 void VGEditor::idle() {

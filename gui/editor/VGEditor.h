@@ -19,10 +19,14 @@
 #include "gui/editor/LayoutBuilder.h"
 #include "gui/toolkit/CControl.h"
 #include "gui/toolkit/CFrame.h"
+#include "session/AnalyserEngine.h"
 #include "session/EditorGeometry.h"
+#include "session/GraphScene.h"
 
 class PlugEd;
 class Plug;
+
+class EQGraph;
 
 class VGEditor : public VSTGUI::CControlListener, public VSTGUI::VSTGUIEditorInterface {
 public:
@@ -130,6 +134,14 @@ public:
     // band strips, the meter section); null before open.
     VSTGUI::CView* viewOfElement(const char* elementName) const;
 
+    // The response graph (null before open or in a layout without one),
+    // and one refresh of it: the bands, the settings, the shown groups,
+    // the selection and, with the analyser on, one analyser frame. The
+    // timer calls it at the "Refresh Rate"; a picture of the editor after
+    // audio calls it once.
+    EQGraph* getGraph() const;
+    void refreshGraph();
+
 private:
     class Builder;
 
@@ -178,6 +190,15 @@ private:
     bool resizePending = false;
     bool stripsRebuildPending = false;
     bool undoButtonsStale = false;
+    // What the graph draws, kept between refreshes so unchanged bands are
+    // not designed again; and the analyser behind it.
+    GraphScene graphScene;
+    AnalyserEngine analyser;
+    struct {
+        int32_t columns = -1;
+        double low = 0, high = 0;
+        int32_t source[2] = {-2, -2};
+    } analyserSetup;
     VSTGUI::CView* alertView = nullptr;  // the alert on show, owned by the frame
     bool alertDismissed = false;
     std::function<void(int32_t, int32_t)> sizeListener;

@@ -10,10 +10,6 @@
 
 namespace {
 
-void setReal(Plug& fx, int32_t index, double real) {
-    fx.setParameter(index, float(curveToNorm(*fx.getRow(index), real)));
-}
-
 // The band object the effect runs for band b on channel c.
 const EQ& object(Plug& fx, int32_t b, int32_t c) { return *fx.getBank().getBandAt(b, c); }
 

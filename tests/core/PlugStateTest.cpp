@@ -44,10 +44,6 @@ void applyText(Plug& fx, const std::string& text, bool preset = false) {
     fx.setChunk(bytes.data(), int32_t(bytes.size()), preset);
 }
 
-void setReal(Plug& fx, int32_t index, double real) {
-    fx.setParameter(index, float(curveToNorm(*fx.getRow(index), real)));
-}
-
 // A state that uses every part of the document.
 void buildRichState(Plug& fx) {
     fx.setProgram(3);

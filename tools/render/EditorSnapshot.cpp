@@ -27,8 +27,11 @@ void writeEditorSnapshot(Plug& effect, const std::string& path, int width, int h
     if (!object) throw writeError("no editor to draw for --snapshot");
     VGEditor editor(*object);
     if (width > 0 && height > 0) editor.setSizeOverride(width, height);
+    // The picture shows the spectrum the audio left behind the curve.
+    object->setAnalyserOn(true);
     editor.open(0);
-    // One refresh: queued values, meters and the clip light reach the views.
+    // One refresh: queued values, meters, the clip light and the analyser
+    // reach the views.
     editor.idle();
     std::string error;
     if (!editor.writeSnapshot(path, &error)) throw writeError("cannot write the --snapshot file '" + path + "': " + error);

@@ -5,6 +5,10 @@
 //       a logarithmic sine sweep from 20 Hz to 20 kHz at -12 dBFS on the odd
 //       channels, the same sweep at -18 dBFS mixed with white noise at
 //       -30 dBFS on the even ones; 48 kHz, 24-bit WAV.
+//   fenwoldrine-testsignal programme OUT.wav [SECONDS] [CHANNELS]
+//       a stand-in for finished music: pink noise (falling 3 dB an octave)
+//       under a bass note and a chord, each channel its own noise;
+//       48 kHz, 24-bit WAV.
 //   fenwoldrine-testsignal measure FILE
 //       peak and RMS of each channel in dBFS.
 
@@ -14,6 +18,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <functional>
+#include <iterator>
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -35,11 +42,40 @@ double gainToDb(double g) {
 int usage() {
     std::fprintf(stderr,
                  "usage: fenwoldrine-testsignal generate OUT.wav [SECONDS] [CHANNELS]\n"
+                 "       fenwoldrine-testsignal programme OUT.wav [SECONDS] [CHANNELS]\n"
                  "       fenwoldrine-testsignal measure FILE\n");
     return 2;
 }
 
-int generate(const char* path, double seconds, int channels) {
+// Pink noise from white: first-order low passes an octave apart, each
+// weighted so that the sum falls 3 dB per octave over the audio band.
+class PinkNoise {
+public:
+    explicit PinkNoise(unsigned seed) : gen(seed) {
+        for (int i = 0; i < kStages; ++i) {
+            const double corner = 20.0 * std::pow(2.0, i);
+            pole[i] = std::exp(-2.0 * kPi * corner / kRate);
+            weight[i] = std::sqrt(corner / 20.0) * (1.0 - pole[i]);
+        }
+    }
+    double next() {
+        const double w = white(gen);
+        double sum = 0.0;
+        for (int i = 0; i < kStages; ++i) {
+            state[i] = pole[i] * state[i] + w;
+            sum += weight[i] * state[i] / std::sqrt(std::pow(2.0, i));
+        }
+        return sum * 0.05;
+    }
+
+private:
+    static constexpr int kStages = 11;
+    std::mt19937 gen;
+    std::uniform_real_distribution<double> white{-1.0, 1.0};
+    double pole[kStages] = {}, weight[kStages] = {}, state[kStages] = {};
+};
+
+int writeFrames(const char* path, double seconds, int channels, const std::function<void(double, double*)>& make) {
     if (!(seconds > 0.0 && seconds <= 600.0) || channels < 1 || channels > 8) return usage();
     const sf_count_t frames = sf_count_t(seconds * kRate);
     SF_INFO info{};
@@ -51,19 +87,9 @@ int generate(const char* path, double seconds, int channels) {
         std::fprintf(stderr, "fenwoldrine-testsignal: cannot write %s: %s\n", path, sf_strerror(nullptr));
         return 1;
     }
-    std::mt19937 gen(2026);
-    std::uniform_real_distribution<double> white(-1.0, 1.0);
-    // Exponential sweep: the phase is the integral of f(t) = f0 * k^(t/T).
-    const double T = double(frames) / kRate;
-    const double k = std::log(kSweepEnd / kSweepStart);
     std::vector<double> frame(static_cast<size_t>(channels));
     for (sf_count_t n = 0; n < frames; ++n) {
-        const double t = double(n) / kRate;
-        const double phase = 2.0 * kPi * kSweepStart * T / k * (std::exp(t / T * k) - 1.0);
-        const double sweep = std::sin(phase);
-        for (int c = 0; c < channels; ++c)
-            frame[size_t(c)] = c % 2 == 0 ? dbToGain(-12.0) * sweep
-                                          : dbToGain(-18.0) * sweep + dbToGain(-30.0) * white(gen);
+        make(double(n) / kRate, frame.data());
         if (sf_writef_double(f, frame.data(), 1) != 1) {
             std::fprintf(stderr, "fenwoldrine-testsignal: write failed: %s\n", sf_strerror(f));
             sf_close(f);
@@ -72,6 +98,32 @@ int generate(const char* path, double seconds, int channels) {
     }
     sf_close(f);
     return 0;
+}
+
+int programme(const char* path, double seconds, int channels) {
+    std::vector<PinkNoise> noise;
+    for (int c = 0; c < std::clamp(channels, 1, 8); ++c) noise.emplace_back(unsigned(2026 + c));
+    static constexpr double kNotes[] = {55.0, 220.0, 277.18, 329.63, 440.0};
+    static constexpr double kLevels[] = {-16.0, -24.0, -27.0, -27.0, -30.0};
+    return writeFrames(path, seconds, channels, [&](double t, double* frame) {
+        double tones = 0.0;
+        for (size_t i = 0; i < std::size(kNotes); ++i) tones += dbToGain(kLevels[i]) * std::sin(2.0 * kPi * kNotes[i] * t);
+        for (int c = 0; c < channels; ++c) frame[c] = tones + noise[size_t(c)].next();
+    });
+}
+
+int generate(const char* path, double seconds, int channels) {
+    std::mt19937 gen(2026);
+    std::uniform_real_distribution<double> white(-1.0, 1.0);
+    // Exponential sweep: the phase is the integral of f(t) = f0 * k^(t/T).
+    const double T = std::max(1.0, std::floor(seconds * kRate)) / kRate;
+    const double k = std::log(kSweepEnd / kSweepStart);
+    return writeFrames(path, seconds, channels, [&](double t, double* frame) {
+        const double phase = 2.0 * kPi * kSweepStart * T / k * (std::exp(t / T * k) - 1.0);
+        const double sweep = std::sin(phase);
+        for (int c = 0; c < channels; ++c)
+            frame[c] = c % 2 == 0 ? dbToGain(-12.0) * sweep : dbToGain(-18.0) * sweep + dbToGain(-30.0) * white(gen);
+    });
 }
 
 int measure(const char* path) {
@@ -111,6 +163,11 @@ int main(int argc, char** argv) {
         const double seconds = argc >= 4 ? std::atof(argv[3]) : 6.0;
         const int channels = argc >= 5 ? std::atoi(argv[4]) : 2;
         return generate(argv[2], seconds, channels);
+    }
+    if (argc >= 3 && std::strcmp(argv[1], "programme") == 0 && argc <= 5) {
+        const double seconds = argc >= 4 ? std::atof(argv[3]) : 6.0;
+        const int channels = argc >= 5 ? std::atoi(argv[4]) : 2;
+        return programme(argv[2], seconds, channels);
     }
     if (argc == 3 && std::strcmp(argv[1], "measure") == 0) return measure(argv[2]);
     return usage();

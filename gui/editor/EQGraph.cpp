@@ -1,0 +1,792 @@
+#include "gui/editor/EQGraph.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <numbers>
+
+#include "gui/editor/PixelFont.h"
+
+using namespace VSTGUI;
+using graphpix::Rgb;
+
+namespace {
+
+constexpr double kLowestFrequency = 10.0;
+constexpr int32_t kGripColour[] = {0x57, 0x85, 0xa6};
+constexpr int32_t kScaleGrey = 0x80;
+const CColor kWhite{255, 255, 255, 255};
+const CColor kAnalyserScale{0x57, 0x85, 0xa6, 255};
+
+bool isFiniteValue(double v) { return std::isfinite(v); }
+
+// dB of a squared magnitude; -200 for nothing at all.
+double decibels(double magnitude2) { return magnitude2 > 0.0 ? 10.0 * std::log10(magnitude2) : -200.0; }
+
+// Complex products on plain doubles: the library's operator guards against
+// infinities at a cost the column loop cannot pay.
+struct Complex {
+    double re, im;
+    void times(double r, double i) {
+        const double t = re * r - im * i;
+        im = re * i + im * r;
+        re = t;
+    }
+};
+
+// The text of a frequency label, "%.0f" below 1 kHz, else in kHz.
+void frequencyText(char* out, size_t size, double hz, bool sub) {
+    if (hz < 1000.0) {
+        std::snprintf(out, size, "%.0f", hz);
+    } else if (sub) {
+        std::snprintf(out, size, "%.1fk", hz / 1000.0);
+    } else {
+        std::snprintf(out, size, "%.0fk", hz / 1000.0);
+    }
+}
+
+void fillRows(CDIB& dib, int32_t x0, int32_t x1, int32_t y0, int32_t y1, const Rgb& c, double alpha) {
+    x0 = std::max(x0, 0);
+    y0 = std::max(y0, 0);
+    x1 = std::min(x1, dib.width());
+    y1 = std::min(y1, dib.height());
+    const auto w = int32_t(std::lround(std::clamp(alpha, 0.0, 1.0) * 65536.0));
+    for (int32_t y = y0; y < y1; ++y) {
+        uint8_t* p = dib.row(y) + ptrdiff_t(x0) * 4;
+        for (int32_t x = x0; x < x1; ++x, p += 4) {
+            if (w >= 0x10000) {
+                p[0] = c.blue, p[1] = c.green, p[2] = c.red;
+            } else {
+                p[0] = uint8_t(p[0] + (((int32_t(c.blue) - p[0]) * w) >> 16));
+                p[1] = uint8_t(p[1] + (((int32_t(c.green) - p[1]) * w) >> 16));
+                p[2] = uint8_t(p[2] + (((int32_t(c.red) - p[2]) * w) >> 16));
+            }
+            p[3] = 255;
+        }
+    }
+}
+
+void line(CDIB& dib, double x0, double y0, double x1, double y1, double width, const Rgb& c, double alpha) {
+    graphpix::drawAALine(dib, float(x0), float(y0), float(x1), float(y1), float(width), c.red, c.green, c.blue,
+                         float(alpha));
+}
+
+void vline(CDIB& dib, double x, double y0, double y1, double width, const Rgb& c, double alpha) {
+    graphpix::drawAAVLine(dib, float(x), float(y0), float(y1), float(width), c.red, c.green, c.blue, float(alpha));
+}
+
+void hline(CDIB& dib, double y, double x0, double x1, double width, const Rgb& c, double alpha) {
+    graphpix::drawAAHLine(dib, float(y), float(x0), float(x1), float(width), c.red, c.green, c.blue, float(alpha));
+}
+
+Rgb grey(int32_t level) { return Rgb{uint8_t(level), uint8_t(level), uint8_t(level)}; }
+
+CColor toColour(const Rgb& c) { return CColor{c.red, c.green, c.blue, 255}; }
+
+}  // namespace
+
+Rgb bandColour(int32_t band, double frequency, double sampleRate, bool byNumber) {
+    double hue = 45.0 * band;
+    if (!byNumber) {
+        const double top = std::max(0.5 * sampleRate, 2.0 * kLowestFrequency);
+        hue = std::log(std::max(frequency, 1e-3) / kLowestFrequency) / std::log(top / kLowestFrequency) * 360.0;
+    }
+    if (!isFiniteValue(hue)) hue = 0.0;
+    return graphpix::hsvToRgb(std::fmod(hue + 270.0, 360.0), 1.0, 1.0);
+}
+
+EQGraph::EQGraph(const CRect& size, CControlListener* listener, int32_t tag) : CControl(size, listener, tag) {
+    for (GraphBand& band : scene.bands) band = GraphBand{};
+    makeBuffers();
+}
+
+EQGraph::~EQGraph() { releaseBuffers(); }
+
+bool EQGraph::isTypeOf(const char* className) const {
+    return std::strcmp(className, "EQGraph") == 0 || CControl::isTypeOf(className);
+}
+
+// ---- Buffers and state ----
+
+void EQGraph::releaseBuffers() {
+    for (CDIB** dib : {&baseDib, &backgroundDib, &sceneDib, &scrollDib}) {
+        if (*dib) (*dib)->forget();
+        *dib = nullptr;
+    }
+}
+
+void EQGraph::makeBuffers() {
+    releaseBuffers();
+    plotW = std::max(1, int32_t(std::lround(size.width())));
+    const int32_t viewH = std::max(1, int32_t(std::lround(size.height())));
+    plotH = std::max(1, viewH - (options.scrollbar ? kScrollBarHeight : 0));
+    baseDib = new CDIB(plotW, plotH + kExtraRows);
+    baseDib->fill(CColor{0, 0, 0, 255});
+    backgroundDib = new CDIB(plotW, plotH + kExtraRows);
+    sceneDib = new CDIB(plotW, plotH + kExtraRows);
+    scrollDib = new CDIB(plotW, kScrollBarHeight);
+    const auto w = size_t(plotW);
+    frequency.assign(w, 0.0);
+    frequency2.assign(w, 0.0);
+    graphDb.assign(w, 0.0);
+    totalYA.assign(w, 0.0);
+    totalYB.assign(w, 0.0);
+    for (std::vector<double>* v : {&seriesA, &parallelA, &seriesB, &parallelB}) v->assign(2 * w, 0.0);
+    levelPrimary.assign(w, 0.0);
+    levelSecondary.assign(w, 0.0);
+    hue.assign(w, Rgb{});
+    spectrograph.assign(w * kSpectrographRows, 0.0);
+    spectrographRow = 0;
+    columnFrequencies();
+    changed(true);
+}
+
+void EQGraph::setViewSize(const CRect& rect, bool invalidate) {
+    const bool resized = rect.width() != size.width() || rect.height() != size.height();
+    CControl::setViewSize(rect, invalidate);
+    if (resized) makeBuffers();
+}
+
+void EQGraph::changed(bool background) {
+    frameDirty = true;
+    backgroundDirty = backgroundDirty || background;
+    setDirty(true);
+    invalid();
+}
+
+void EQGraph::setScene(const GraphScene& next) {
+    const double previousNyquist = nyquist;
+    scene = next;
+    nyquist = std::max(0.5 * double(scene.sampleRate), 2.0 * kLowestFrequency);
+    if (nyquist != previousNyquist) {
+        // A new sample rate shows the whole range again.
+        maxF = nyquist;
+        checkRange();
+    }
+    changed(false);
+}
+
+void EQGraph::setOptions(const GraphOptions& next) {
+    if (next == options) return;
+    const bool scrollChanged = next.scrollbar != options.scrollbar;
+    options = next;
+    if (scrollChanged) {
+        makeBuffers();
+    } else {
+        changed(true);
+    }
+}
+
+void EQGraph::setGroups(int32_t a, int32_t b) {
+    if (a == groupA && b == groupB) return;
+    groupA = a;
+    groupB = b;
+    changed(false);
+}
+
+void EQGraph::setSelection(uint32_t mask) {
+    if (mask == selection) return;
+    selection = mask;
+    changed(false);
+}
+
+void EQGraph::setHoverBand(int32_t band) {
+    if (band == hoverBand) return;
+    hoverBand = band;
+    changed(false);
+}
+
+void EQGraph::setPopupBand(int32_t band, double fade) {
+    popupBand = band;
+    popupFade = std::clamp(fade, 0.0, 1.0);
+    changed(false);
+}
+
+void EQGraph::setAnalyserOn(bool on) {
+    if (on == analyserOn) return;
+    analyserOn = on;
+    changed(false);
+}
+
+void EQGraph::setAnalyserType(int32_t type) {
+    type = std::clamp(type, int32_t(kAnalyserCurve), int32_t(kBrightnessAnalyser));
+    if (type == analyserType) return;
+    analyserType = type;
+    changed(false);
+}
+
+void EQGraph::setAnalyserLevels(const double* primary, const double* secondary, int32_t count, bool pOther,
+                                bool sOther) {
+    primaryOther = pOther;
+    secondaryOther = sOther;
+    const auto n = size_t(std::clamp(count, 0, plotW));
+    auto take = [&](const double* from, std::vector<double>& to) {
+        std::fill(to.begin(), to.end(), 0.0);
+        if (!from) return;
+        for (size_t i = 0; i < n; ++i) to[i] = isFiniteValue(from[i]) ? std::clamp(from[i], 0.0, 1.0) : 0.0;
+    };
+    take(primary, levelPrimary);
+    take(secondary, levelSecondary);
+    // The spectrograph keeps a history of the primary source's rows.
+    std::copy(levelPrimary.begin(), levelPrimary.end(), spectrograph.begin() + ptrdiff_t(spectrographRow) * plotW);
+    spectrographRow = uint8_t(spectrographRow + 1);
+    changed(false);
+}
+
+void EQGraph::setPointer(const CPoint& where) {
+    pointer = where;
+    pointerInside = true;
+    changed(false);
+}
+
+void EQGraph::clearPointer() {
+    if (!pointerInside) return;
+    pointerInside = false;
+    changed(false);
+}
+
+CMouseEventResult EQGraph::onMouseMoved(CPoint& where, const int32_t& buttons) {
+    (void)buttons;
+    setPointer(CPoint(where.x - size.left, where.y - size.top));
+    return kMouseEventHandled;
+}
+
+CMouseEventResult EQGraph::onMouseExited(CPoint& where, const int32_t& buttons) {
+    (void)where, (void)buttons;
+    clearPointer();
+    return kMouseEventHandled;
+}
+
+// ---- Zoom and coordinates ----
+
+void EQGraph::setFrequencyRange(double lowHz, double highHz) {
+    minF = isFiniteValue(lowHz) ? lowHz : kLowestFrequency;
+    maxF = isFiniteValue(highHz) ? highHz : nyquist;
+    checkRange();
+}
+
+void EQGraph::checkRange() {
+    // Within 10 Hz .. Nyquist, and never less than an octave.
+    if (maxF <= 0.0) maxF = nyquist;
+    minF = std::max(minF, kLowestFrequency);
+    maxF = std::min(maxF, nyquist);
+    if (minF > maxF / 2.0) minF = maxF / 2.0;
+    if (maxF < 2.0 * minF) maxF = 2.0 * minF;
+    minF = std::max(minF, kLowestFrequency);
+    maxF = std::min(maxF, nyquist);
+    columnFrequencies();
+    changed(true);
+}
+
+void EQGraph::columnFrequencies() {
+    const double span = std::log(maxF / minF);
+    for (int32_t x = 0; x < plotW; ++x) {
+        const double f = minF * std::exp(span * x / plotW);
+        frequency[size_t(x)] = f;
+        frequency2[size_t(x)] = f * f;
+    }
+}
+
+double EQGraph::xOf(double hz) const { return plotW * std::log(hz / minF) / std::log(maxF / minF); }
+
+double EQGraph::frequencyAt(double x) const { return minF * std::exp(std::log(maxF / minF) * x / plotW); }
+
+bool EQGraph::isShown(int32_t band) const {
+    if (band < 0 || band >= kNumBands) return false;
+    const GraphBand& b = scene.bands[size_t(band)];
+    return b.inGroup(groupA) || b.inGroup(groupB);
+}
+
+std::complex<double> EQGraph::bandResponse(int32_t band, double hz) const {
+    const SectionSet& set = scene.bands[size_t(std::clamp(band, 0, kNumBands - 1))].sections;
+    Complex num{1.0, 0.0}, den{1.0, 0.0};
+    for (int32_t s = 0; s < std::min(set.count, kMaxSections); ++s) {
+        std::complex<double> n, d;
+        sectionParts(set.section[s], hz, hz * hz, n, d);
+        num.times(n.real(), n.imag());
+        den.times(d.real(), d.imag());
+    }
+    const double d2 = den.re * den.re + den.im * den.im;
+    if (d2 == 0.0) return (num.re == 0.0 && num.im == 0.0) ? 1.0 : 0.0;
+    return {(num.re * den.re + num.im * den.im) / d2, (num.im * den.re - num.re * den.im) / d2};
+}
+
+double EQGraph::bandDbAt(int32_t band, double hz) const { return decibels(std::norm(bandResponse(band, hz))); }
+
+CPoint EQGraph::handlePosition(int32_t band) const {
+    const GraphBand& b = scene.bands[size_t(std::clamp(band, 0, kNumBands - 1))];
+    const double x = std::clamp(xOf(b.frequency), 0.0, double(plotW - 1));
+    double y = plotH / 2.0;
+    switch (b.type) {
+        case kTypePeak:
+        case kTypeNotch:
+            y = std::clamp(yOfDb(bandDbAt(band, b.frequency)), 0.0, double(plotH));
+            break;
+        case kTypeLowShelf:
+        case kTypeHighShelf: {
+            const bool heardAtGain = scene.listenGainShown && scene.listenBand == band;
+            if (scene.listenBand >= 0 && !heardAtGain) break;
+            y = std::clamp((0.5 - b.gain * scene.scale / (2.0 * range)) * plotH, 0.0, double(plotH));
+            break;
+        }
+        default: break;
+    }
+    return CPoint(x, y);
+}
+
+Rgb EQGraph::colourOf(int32_t band) const {
+    return bandColour(band, scene.bands[size_t(band)].frequency, scene.sampleRate, options.coloursByNumber);
+}
+
+// ---- The frame ----
+
+void EQGraph::computeRange() {
+    double r = options.rangeSetting;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        const GraphBand& band = scene.bands[size_t(b)];
+        if (band.state == kBandOff || band.type == kTypeNotch || !isShown(b)) continue;
+        const bool pass = band.type == kTypeHPF || band.type == kTypeLPF;
+        const double g = pass ? 0.0 : std::fabs(band.gain) * std::fabs(scene.scale);
+        if (!(g > r)) continue;
+        const double x = std::floor(g + 0.9);
+        r = x > 6.0 ? 6.0 * std::ceil(x / 6.0) : (x > 3.0 ? 6.0 : 3.0);
+    }
+    if (r != range) {
+        range = r;
+        backgroundDirty = true;
+    }
+}
+
+void EQGraph::renderFrame() {
+    if (frameDirty) computeRange();
+    if (backgroundDirty) {
+        backgroundDib->copyFrom(*baseDib, CRect(0, 0, plotW, plotH + kExtraRows), CPoint(0, 0));
+        drawBackground();
+        backgroundDirty = false;
+    }
+    sceneDib->copyFrom(*backgroundDib, CRect(0, 0, plotW, plotH + kExtraRows), CPoint(0, 0));
+    if (analyserOn) drawAnalyser();
+    std::fill(graphDb.begin(), graphDb.end(), 0.0);
+    if (!(analyserOn && options.hidesEq)) {
+        drawBandsAndTotals();
+        drawHandles();
+    }
+    const int32_t mask = options.readout & (analyserOn ? 3 : 2);
+    if (mask != 0) drawReadouts(mask);
+    drawGridAndLabels();
+    drawFrequencyLabels();
+    if (options.scrollbar) drawScrollBar();
+    sceneDib->dirty = true;
+    frameDirty = false;
+}
+
+void EQGraph::draw(CDrawContext* context) {
+    if (frameDirty || backgroundDirty) renderFrame();
+    sceneDib->draw(context, CRect(size.left, size.top, size.left + plotW, size.top + plotH));
+    if (options.scrollbar) {
+        scrollDib->draw(context, CRect(size.left, size.top + plotH, size.left + plotW, size.top + plotH + kScrollBarHeight));
+    }
+    setDirty(false);
+}
+
+void EQGraph::drawBackground() {
+    CDIB& dib = *backgroundDib;
+    // The upper half fades from grey at the top to black in the middle.
+    for (int32_t y = 0; y < plotH / 2; ++y) {
+        const auto level = uint8_t(std::clamp((plotH - 2 * y) * options.fadeLevel / plotH, 0, 255));
+        fillRows(dib, 0, plotW, y, y + 1, grey(level), 1.0);
+    }
+    // Decade lines, and lines between them when the zoom leaves room.
+    const Rgb lineGrey = grey(options.gridGrey);
+    const double ratio = maxF / minF;
+    const bool subLines = ratio * 32.0 < plotW / 10.0;
+    const bool allSubLines = ratio * 256.0 < plotW / 10.0;
+    for (double decade = kLowestFrequency; decade < maxF; decade *= 10.0) {
+        for (int32_t digit = 1; digit <= 9; ++digit) {
+            const double f = decade * digit;
+            if (f > maxF) break;
+            if (f >= minF) vline(dib, std::floor(xOf(f)) + 0.5, 0, plotH, 0.5, lineGrey, options.gridAlpha);
+            if (!subLines) continue;
+            for (int32_t i = 1; i <= 9; ++i) {
+                if (!allSubLines && (i % 2) != 0) continue;
+                const double sub = f + i * decade * 0.1;
+                if (sub > maxF) break;
+                if (sub >= minF) vline(dib, std::floor(xOf(sub)) + 0.5, 0, plotH, 0.5, lineGrey, options.gridAlpha * 0.5);
+            }
+        }
+    }
+}
+
+void EQGraph::drawBandsAndTotals() {
+    CDIB& dib = *sceneDib;
+    const size_t w = size_t(plotW);
+    for (size_t i = 0; i < w; ++i) {
+        seriesA[2 * i] = seriesB[2 * i] = parallelA[2 * i] = parallelB[2 * i] = 1.0;
+        seriesA[2 * i + 1] = seriesB[2 * i + 1] = parallelA[2 * i + 1] = parallelB[2 * i + 1] = 0.0;
+    }
+    const bool drawBands = (options.display & 1) == 0;
+    const double middle = plotH / 2.0;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        const GraphBand& band = scene.bands[size_t(b)];
+        if (band.state != kBandOn) continue;
+        const bool inA = band.inGroup(groupA), inB = band.inGroup(groupB);
+        if (!inA && !inB) continue;
+        const Rgb colour = colourOf(b);
+        const double alpha = options.bandOpacity + (b == hoverBand ? popupFade * 0.25 : 0.0);
+        const int32_t count = std::min(band.sections.count, kMaxSections);
+        double lastY = middle;
+        for (size_t x = 0; x < w; ++x) {
+            const double f = frequency[x], f2 = frequency2[x];
+            Complex num{1.0, 0.0}, den{1.0, 0.0};
+            for (int32_t s = 0; s < count; ++s) {
+                std::complex<double> n, d;
+                sectionParts(band.sections.section[s], f, f2, n, d);
+                num.times(n.real(), n.imag());
+                den.times(d.real(), d.imag());
+            }
+            double re = 1.0, im = 0.0;
+            const double d2 = den.re * den.re + den.im * den.im;
+            if (d2 != 0.0) {
+                re = (num.re * den.re + num.im * den.im) / d2;
+                im = (num.im * den.re - num.re * den.im) / d2;
+            } else if (num.re != 0.0 || num.im != 0.0) {
+                re = 0.0;
+            }
+            if (inA) {
+                if (band.parallel) {
+                    parallelA[2 * x] += re - 1.0, parallelA[2 * x + 1] += im;
+                } else {
+                    Complex t{seriesA[2 * x], seriesA[2 * x + 1]};
+                    t.times(re, im);
+                    seriesA[2 * x] = t.re, seriesA[2 * x + 1] = t.im;
+                }
+            }
+            if (inB) {
+                if (band.parallel) {
+                    parallelB[2 * x] += re - 1.0, parallelB[2 * x + 1] += im;
+                } else {
+                    Complex t{seriesB[2 * x], seriesB[2 * x + 1]};
+                    t.times(re, im);
+                    seriesB[2 * x] = t.re, seriesB[2 * x + 1] = t.im;
+                }
+            }
+            if (!drawBands) continue;
+            const double v = decibels(re * re + im * im) / (2.0 * range);
+            const double y = (0.5 - v) * plotH;
+            if (options.filledBands) {
+                const double k = std::fabs(v) < 0.5 ? 0.0 : (v > 0 ? 0.5 : -0.5);
+                vline(dib, double(x) + 0.5, middle, y - k, 1.0, colour, alpha);
+            }
+            if (x > 0) line(dib, double(x) - 0.5, lastY, double(x) + 0.5, y, 1.0, colour, 0.5);
+            lastY = y;
+        }
+    }
+
+    // The totals: series times the parallel sum, per group.
+    for (size_t x = 0; x < w; ++x) {
+        Complex a{seriesA[2 * x], seriesA[2 * x + 1]};
+        a.times(parallelA[2 * x], parallelA[2 * x + 1]);
+        Complex b{seriesB[2 * x], seriesB[2 * x + 1]};
+        b.times(parallelB[2 * x], parallelB[2 * x + 1]);
+        graphDb[x] = decibels(a.re * a.re + a.im * a.im);
+        totalYA[x] = yOfDb(graphDb[x]);
+        totalYB[x] = yOfDb(decibels(b.re * b.re + b.im * b.im));
+    }
+    if ((options.display & 2) != 0) return;
+    // Column x is evaluated at its left edge: the segments join those exact
+    // points, and each column is crossed by one segment, so a flat total is
+    // a solid line.
+    const Rgb blue{0, 0, 255}, white{255, 255, 255};
+    if (groupB >= 0) {
+        for (size_t x = 1; x < w; ++x) line(dib, double(x) - 1.0, totalYB[x - 1], double(x), totalYB[x], 2.0, blue, 1.0);
+    }
+    if (groupA >= 0) {
+        for (size_t x = 1; x < w; ++x) line(dib, double(x) - 1.0, totalYA[x - 1], double(x), totalYA[x], 2.0, white, 1.0);
+    }
+}
+
+void EQGraph::drawHandles() {
+    if (options.handles == 0) return;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        if (scene.bands[size_t(b)].state != kBandOff && isShown(b)) drawHandle(b);
+    }
+}
+
+void EQGraph::drawHandle(int32_t b) {
+    CDIB& dib = *sceneDib;
+    const GraphBand& band = scene.bands[size_t(b)];
+    Rgb colour = colourOf(b);
+    double alpha = 1.0;
+    if (band.state == kBandBypassed) {
+        colour = Rgb{uint8_t((colour.red + 0x180) / 4), uint8_t((colour.green + 0x180) / 4),
+                     uint8_t((colour.blue + 0x180) / 4)};
+        alpha = 0.5;
+    }
+    const CPoint at = handlePosition(b);
+    const bool big = b == hoverBand || ((selection >> b) & 1) != 0;
+    const double r = (big ? 8.0 : 6.0) + (options.handles == 2 ? 2.0 : 0.0);
+    // On pixel centres, so the chords fill whole rows.
+    const double cx = std::floor(at.x) + 0.5, cy = std::floor(at.y) + 0.5;
+
+    // Shelves: joined to the curve where their gain handle is elsewhere.
+    if (band.type == kTypeLowShelf || band.type == kTypeHighShelf) {
+        const double curveY = std::clamp(yOfDb(bandDbAt(b, band.frequency)), 0.0, double(plotH));
+        if (std::fabs(curveY - at.y) >= 1.0) vline(dib, cx, cy, curveY + 0.5, 1.0, colour, alpha);
+    }
+    // A disc of horizontal chords, and a rim of short segments.
+    for (int32_t i = 0; i < int32_t(r); ++i) {
+        const double half = std::sqrt(r * r - double(i) * i);
+        hline(dib, cy - i, cx - half, cx + half, 1.0, colour, alpha);
+        if (i > 0) hline(dib, cy + i, cx - half, cx + half, 1.0, colour, alpha);
+    }
+    constexpr int32_t kRimSteps = 16;
+    for (int32_t k = 0; k < kRimSteps; ++k) {
+        const double a0 = k * std::numbers::pi / (2 * kRimSteps), a1 = (k + 1) * std::numbers::pi / (2 * kRimSteps);
+        const double x0 = r * std::cos(a0), y0 = r * std::sin(a0), x1 = r * std::cos(a1), y1 = r * std::sin(a1);
+        for (const auto& [sx, sy] : {std::pair{1.0, 1.0}, {-1.0, 1.0}, {1.0, -1.0}, {-1.0, -1.0}}) {
+            line(dib, cx + sx * x0, cy + sy * y0, cx + sx * x1, cy + sy * y1, 1.0, colour, alpha);
+        }
+    }
+    if (options.bandNumbers) {
+        char text[12];
+        std::snprintf(text, sizeof text, "%d", b + 1);
+        const PixelFont& font = PixelFont::small();
+        const Rgb inverse{uint8_t(colour.red ^ 0xff), uint8_t(colour.green ^ 0xff), uint8_t(colour.blue ^ 0xff)};
+        font.draw(dib, text, int32_t(std::lround(cx - font.textWidth(text) / 2.0)), int32_t(std::lround(cy)) - 3,
+                  toColour(inverse));
+    }
+}
+
+// ---- The analyser ----
+
+void EQGraph::columnHue(double saturation) {
+    const double l = std::log(nyquist / kLowestFrequency);
+    const double d0 = std::log(minF / kLowestFrequency) / l;
+    const double dv = std::log(maxF / minF) / (plotW * l);
+    for (int32_t x = 0; x < plotW; ++x) {
+        hue[size_t(x)] = graphpix::hsvToRgb(std::fmod((x * dv + d0) * 360.0 + 270.0, 360.0), saturation, 1.0);
+    }
+}
+
+void EQGraph::drawAnalyser() {
+    switch (analyserType) {
+        case kThirdOctave: drawAnalyserBars(3); break;
+        case kTwelfthOctave: drawAnalyserBars(12); break;
+        case kSpectrograph: drawSpectrograph(); break;
+        case kBrightnessBars: drawBrightness(true); break;
+        case kBrightnessAnalyser: drawBrightness(false); break;
+        default: drawAnalyserCurves(); break;
+    }
+}
+
+void EQGraph::drawAnalyserCurves() {
+    CDIB& dib = *sceneDib;
+    const double bottom = plotH + 1.0;
+    const Rgb primary = primaryOther ? Rgb{0, 255, 0} : Rgb{255, 255, 255};
+    Rgb secondary = options.secondaryRed ? Rgb{255, 0, 0} : Rgb{0x1a, 0x55, 0x81};
+    if (secondaryOther) secondary.green = 255;
+    auto yOf = [&](double level) { return (1.0 - level) * bottom; };
+    const bool filled = options.analyserDisplay != 1, outlined = options.analyserDisplay != 0;
+    if (filled) {
+        if (!options.summed) {
+            for (int32_t x = 0; x < plotW; ++x) {
+                vline(dib, x + 0.5, yOf(levelSecondary[size_t(x)]), bottom, 1.0, secondary, options.analyserOpacity);
+            }
+        }
+        for (int32_t x = 0; x < plotW; ++x) {
+            vline(dib, x + 0.5, yOf(levelPrimary[size_t(x)]), bottom, 1.0, primary, options.analyserOpacity);
+        }
+    }
+    if (!outlined) return;
+    if (options.summed) {
+        for (int32_t x = 1; x < plotW; ++x) {
+            const double before = 0.5 * (levelPrimary[size_t(x - 1)] + levelSecondary[size_t(x - 1)]);
+            const double now = 0.5 * (levelPrimary[size_t(x)] + levelSecondary[size_t(x)]);
+            line(dib, x - 0.5, yOf(before), x + 0.5, yOf(now), 1.0, primary, 1.0);
+        }
+        return;
+    }
+    for (const auto& [levels, colour] : {std::pair{&levelSecondary, secondary}, {&levelPrimary, primary}}) {
+        for (int32_t x = 1; x < plotW; ++x) {
+            line(dib, x - 0.5, yOf((*levels)[size_t(x - 1)]), x + 0.5, yOf((*levels)[size_t(x)]), 1.0, colour, 1.0);
+        }
+    }
+}
+
+void EQGraph::drawAnalyserBars(int32_t perOctave) {
+    CDIB& dib = *sceneDib;
+    columnHue(options.saturation);
+    const double bar = std::log(2.0) * plotW / (perOctave * std::log(maxF / minF));
+    const double bottom = plotH + 1.0;
+    for (double centre = bar / 2.0; centre - bar / 2.0 < plotW; centre += bar) {
+        const auto x0 = int32_t(std::floor(centre - bar / 2.0)), x1 = int32_t(std::floor(centre + bar / 2.0));
+        double level = 0.0;
+        for (int32_t x = std::max(x0, 0); x < std::min(std::max(x1, x0 + 1), plotW); ++x) {
+            level = std::max(level, levelPrimary[size_t(x)]);
+        }
+        const int32_t top = int32_t(std::lround((1.0 - level) * bottom));
+        // A pixel of gap between bars that are wide enough for one.
+        const int32_t left = x1 - x0 >= 3 ? x0 + 1 : x0;
+        const Rgb colour = hue[size_t(std::clamp(int32_t(centre), 0, plotW - 1))];
+        fillRows(dib, left, std::max(x1, x0 + 1), top, int32_t(bottom), colour, options.analyserOpacity);
+    }
+}
+
+void EQGraph::drawSpectrograph() {
+    CDIB& dib = *sceneDib;
+    columnHue(options.saturation);
+    // Row 1 is the newest; older rows go down the plot.
+    for (int32_t r = 1; r < kSpectrographRows; ++r) {
+        const int32_t y0 = plotH * r / (kSpectrographRows + 1), y1 = plotH * (r + 1) / (kSpectrographRows + 1);
+        if (y1 <= y0) continue;
+        const auto ring = uint8_t(spectrographRow - r);
+        const double* levels = spectrograph.data() + ptrdiff_t(ring) * plotW;
+        for (int32_t x = 0; x < plotW; ++x) {
+            const double v = levels[x];
+            const Rgb& h = hue[size_t(x)];
+            const Rgb c{uint8_t(h.red * v), uint8_t(h.green * v), uint8_t(h.blue * v)};
+            fillRows(dib, x, x + 1, y0, y1, c, options.analyserOpacity);
+        }
+    }
+}
+
+void EQGraph::drawBrightness(bool bars) {
+    CDIB& dib = *sceneDib;
+    columnHue(options.saturation);
+    const double bottom = plotH + 1.0;
+    for (int32_t x = 0; x < plotW; ++x) {
+        const double v = levelPrimary[size_t(x)];
+        const Rgb& h = hue[size_t(x)];
+        if (bars) {
+            const Rgb c{uint8_t(h.red * v), uint8_t(h.green * v), uint8_t(h.blue * v)};
+            fillRows(dib, x, x + 1, 0, plotH, c, options.analyserOpacity);
+        } else {
+            vline(dib, x + 0.5, (1.0 - v) * bottom, bottom, 1.0, h, options.analyserOpacity);
+        }
+    }
+}
+
+// ---- Texts and the grid on top ----
+
+void EQGraph::drawReadouts(int32_t mask) {
+    if (!pointerInside) return;
+    const auto column = int32_t(std::floor(pointer.x));
+    if (column < 0 || column >= plotW || pointer.y < 0 || pointer.y >= plotH) return;
+    CDIB& dib = *sceneDib;
+    const PixelFont& font = PixelFont::large();
+    char text[64];
+    const double hz = frequencyAt(pointer.x);
+    if ((mask & 1) != 0) {
+        const double dB = options.analyserTop - pointer.y * options.analyserRange / plotH;
+        std::snprintf(text, sizeof text, "Cursor: %.1fHz, %0.fdB", hz, dB);
+    } else {
+        std::snprintf(text, sizeof text, "Cursor: %.1fHz", hz);
+    }
+    font.draw(dib, text, 32, 4, kWhite);
+    if ((mask & 2) != 0) {
+        std::snprintf(text, sizeof text, "Graph: %.2f dB", graphDb[size_t(column)]);
+        font.draw(dib, text, plotW - 110, 4, kWhite);
+    }
+    if ((mask & 1) != 0) {
+        const double a = (levelPrimary[size_t(column)] - 1.0) * options.analyserRange + options.analyserTop;
+        const double b = (levelSecondary[size_t(column)] - 1.0) * options.analyserRange + options.analyserTop;
+        std::snprintf(text, sizeof text, "Analyser: %.0fdB, %.0fdB", a, b);
+        font.draw(dib, text, (plotW - 80) / 2, 4, kWhite);
+    }
+}
+
+void EQGraph::drawGridAndLabels() {
+    CDIB& dib = *sceneDib;
+    const PixelFont& font = PixelFont::small();
+    const auto lines = int32_t(std::floor(range / 3.0 + 1.0));
+    const Rgb lineGrey = grey(options.gridGrey);
+    char text[32];
+    for (int32_t i = 0; i < lines; ++i) {
+        const int32_t y = lines > 1 ? (plotH - 1) * i / (lines - 1) : 0;
+        hline(dib, y + 0.5, 0, plotW, 0.5, lineGrey, options.gridAlpha);
+        if (i == lines - 1) continue;
+        const int32_t labelY = std::clamp(y - 4, 2, std::max(2, plotH - 9));
+        std::snprintf(text, sizeof text, "%2.0fdB", range - 6.0 * i);
+        font.draw(dib, text, plotW - 4 - font.textWidth(text), labelY, kWhite);
+        if (analyserOn) {
+            std::snprintf(text, sizeof text, "%2.0fdB", options.analyserTop - i * options.analyserRange / (lines - 1));
+            font.draw(dib, text, 4, labelY, kAnalyserScale);
+        }
+    }
+}
+
+int32_t EQGraph::frequencyLabels(FrequencyLabel* out, int32_t capacity) const {
+    const PixelFont& font = PixelFont::small();
+    const double ratio = maxF / minF;
+    const bool subLines = ratio * 32.0 < plotW / 10.0;
+    const bool allSubLines = ratio * 256.0 < plotW / 10.0;
+    int32_t count = 0;
+    int32_t lastEnd = -1000;
+    auto place = [&](double f, bool sub) {
+        if (count >= capacity) return;
+        FrequencyLabel& label = out[count];
+        frequencyText(label.text, sizeof label.text, f, sub);
+        label.frequency = f;
+        label.width = font.textWidth(label.text);
+        label.x = std::clamp(int32_t(std::floor(xOf(f))) - (label.width - 1) / 2, 2,
+                             std::max(2, plotW - label.width - 4));
+        // Left labels win: one that would touch the label before is left out.
+        if (label.x <= lastEnd + 1) return;
+        lastEnd = label.x + label.width;
+        ++count;
+    };
+    for (double decade = kLowestFrequency; decade < maxF; decade *= 10.0) {
+        for (int32_t digit = 1; digit <= 9; ++digit) {
+            const double f = decade * digit;
+            if (f > maxF) return count;
+            const bool labelled = subLines || digit == 1 || digit == 2 ||
+                                  (options.labels125 ? digit == 5 : (digit % 2) == 0);
+            if (f >= minF && labelled) place(f, false);
+            if (!subLines) continue;
+            for (int32_t i = 1; i <= 9; ++i) {
+                if (!allSubLines && i != 6) continue;
+                const double sub = f + i * decade * 0.1;
+                if (sub > maxF) break;
+                if (sub >= minF) place(sub, true);
+            }
+        }
+    }
+    return count;
+}
+
+void EQGraph::drawFrequencyLabels() {
+    FrequencyLabel labels[kMaxLabels];
+    const int32_t count = frequencyLabels(labels, kMaxLabels);
+    const PixelFont& font = PixelFont::small();
+    for (int32_t i = 0; i < count; ++i) font.draw(*sceneDib, labels[i].text, labels[i].x, plotH - 11, kWhite);
+}
+
+void EQGraph::drawScrollBar() {
+    CDIB& dib = *scrollDib;
+    dib.fill(CColor{0, 0, 0, 255});
+    const double full = std::log(nyquist / kLowestFrequency);
+    const double travel = plotW - kScrollBarHeight;
+    auto at = [&](double f) { return std::floor(std::log(f / kLowestFrequency) / full * travel); };
+    const Rgb lineGrey = grey(options.gridGrey);
+    for (double decade = kLowestFrequency; decade < nyquist; decade *= 10.0) {
+        for (int32_t digit = 1; digit <= 9 && decade * digit <= nyquist; ++digit) {
+            const double x = std::log(decade * digit / kLowestFrequency) / full * plotW;
+            vline(dib, std::floor(x) + 0.5, 0, kScrollBarHeight - 1, 0.5, lineGrey, options.gridAlpha);
+        }
+    }
+    // The thumb: framed, with grips at both ends and a line between them.
+    const double left = at(minF) + 5.5, right = at(maxF) + 13.5;
+    const Rgb frame = grey(kScaleGrey);
+    const Rgb grip{uint8_t(kGripColour[0]), uint8_t(kGripColour[1]), uint8_t(kGripColour[2])};
+    hline(dib, 1.5, left, right, 1.0, frame, 1.0);
+    hline(dib, kScrollBarHeight - 1.5, left, right, 1.0, frame, 1.0);
+    vline(dib, left, 1.5, kScrollBarHeight - 1.5, 1.0, frame, 1.0);
+    vline(dib, right, 1.5, kScrollBarHeight - 1.5, 1.0, frame, 1.0);
+    for (int32_t i = 0; i < 9; ++i) {
+        const double step = 1.2 * i;
+        line(dib, left + 2 + step, kScrollBarHeight - 4.0, left + 4 + step, 4.0, 1.0, grip, 1.0);
+        line(dib, right - 4 - step, kScrollBarHeight - 4.0, right - 2 - step, 4.0, 1.0, grip, 1.0);
+    }
+    if (right - left > 30) hline(dib, 9.5, left + 15, right - 15, 1.0, grip, 1.0);
+}

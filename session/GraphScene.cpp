@@ -1,0 +1,99 @@
+#include "session/GraphScene.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/Plug.h"
+#include "state/UISettingsTree.h"
+
+namespace {
+
+bool sameShape(const BandShape& a, const BandShape& b) {
+    return a.type == b.type && a.subtype == b.subtype && a.slope == b.slope && a.frequency == b.frequency &&
+           a.gain == b.gain && a.q == b.q && a.shift == b.shift;
+}
+
+// The entry of a table chosen by a setting's index, the first for an index
+// outside it.
+template <typename T, size_t N>
+T pick(const T (&table)[N], int32_t index) {
+    return table[(index >= 0 && size_t(index) < N) ? size_t(index) : 0];
+}
+
+}  // namespace
+
+GraphBand GraphScene::makeBand(int32_t state, int32_t type, int32_t groups, const BandShape& shape, double rowGain,
+                               bool parallel) {
+    GraphBand band;
+    band.state = state;
+    band.type = type;
+    band.groups = groups;
+    band.frequency = shape.frequency;
+    band.gain = rowGain;
+    band.parallel = parallel;
+    band.shape = shape;
+    designBand(shape, true, &band.sections);
+    return band;
+}
+
+void gatherGraphScene(Plug& effect, GraphScene& scene) {
+    scene.scale = effect.getRealValue(kScale);
+    scene.sampleRate = effect.getSampleRate();
+    scene.listenBand = effect.getAutoListenBand();
+    scene.listenGainShown = effect.getAutoListenGainMode() != 0;
+    for (int32_t b = 0; b < kNumBands; ++b) {
+        GraphBand& band = scene.bands[size_t(b)];
+        band.state = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldState))));
+        band.type = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldType))));
+        band.groups = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldGroups))));
+        band.gain = effect.getRealValue(bandParam(b, kFieldGain));
+        const BandShape shape = effect.graphShape(b, &band.parallel);
+        band.frequency = shape.frequency;
+        if (!sameShape(shape, band.shape) || band.sections.count == 0) {
+            band.shape = shape;
+            designBand(shape, true, &band.sections);
+        }
+    }
+}
+
+GraphOptions graphOptionsFrom(const UISettingsTree& settings) {
+    static constexpr double kOpacity[] = {0.25, 0.37, 0.5, 0.75};
+    static constexpr int32_t kGrey[] = {0, 48, 64, 96};
+    static constexpr int32_t kFade[] = {0, 25, 58, 70};
+    static constexpr double kRange[] = {3, 6, 12, 18, 24, 36};
+    static constexpr double kAnalyserOpacity[] = {1.0, 0.75, 0.5, 0.25};
+    static constexpr double kSaturation[] = {1.0, 0.66, 0.33, 0.0};
+    static constexpr double kAnalyserRange[] = {96, 80, 64, 48};
+    static constexpr double kAnalyserTop[] = {0, -12, -24, -36};
+    auto graph = [&](const char* key) { return settings.value("Graph", key); };
+    auto analyser = [&](const char* key) { return settings.value("Analyser", key); };
+
+    GraphOptions o;
+    o.handles = std::clamp(graph("Handles"), 0, 2);
+    o.scrollbar = graph("Scrollbar") == 1;
+    o.filledBands = graph("Filled Bands") == 0;
+    o.bandOpacity = pick(kOpacity, graph("Band Opacity"));
+    o.display = std::clamp(graph("Display"), 0, 3);
+    o.readout = std::clamp(graph("Readout"), 0, 3);
+    const int32_t background = graph("Background");
+    o.gridGrey = pick(kGrey, background);
+    o.gridAlpha = o.gridGrey == 0 ? 0.0 : 1.0;
+    o.fadeLevel = pick(kFade, graph("BG Fade"));
+    o.tooltips = std::clamp(graph("Tooltips"), 0, 2);
+    o.tooltipSubtype = graph("Tooltip for Subtype") == 1;
+    o.crosshairs = graph("Crosshairs") == 1;
+    o.bandNumbers = graph("Band Numbers") == 1;
+    o.labels125 = graph("Frequency Labels") == 1;
+    o.coloursByNumber = graph("Band Colours") == 1;
+    o.rangeSetting = pick(kRange, graph("Range"));
+
+    o.hidesEq = analyser("Hides EQ") == 1;
+    o.analyserOpacity = pick(kAnalyserOpacity, analyser("Opacity"));
+    o.saturation = pick(kSaturation, analyser("Saturation"));
+    o.analyserDisplay = std::clamp(analyser("Display"), 0, 2);
+    o.summed = analyser("Curves") == 1;
+    o.secondaryRed = analyser("Colour") == 1;
+    o.analyserRange = pick(kAnalyserRange, analyser("Range"));
+    o.analyserTop = pick(kAnalyserTop, analyser("Top"));
+    return o;
+}

@@ -1,0 +1,80 @@
+#pragma once
+// What the response graph draws, as plain values: per band its state,
+// type, groups, where its handle goes and its analogue prototype; and the
+// graph's settings, decoded from the "Graph", "Analyser" and "Misc"
+// categories of the UI settings. The editor gathers a scene from its
+// instance at every refresh; tests make one by hand.
+//
+// Threads: UI thread.
+
+#include <array>
+#include <cstdint>
+
+#include "core/ParamTable.h"
+#include "dsp/BandDesign.h"
+
+class Plug;
+class UISettingsTree;
+
+struct GraphBand {
+    int32_t state = 0;    // 0 an unused slot, 1 bypassed, 2 on
+    int32_t type = kTypePeak;  // the row's type: 1 Peak, 2 HPF, 3 LSh, 4 HSh, 5 LPF, 6 notch
+    int32_t groups = 0;   // bit (7 - g) set: the band acts in group g
+    double frequency = 1000.0;  // where it runs, Hz (shift and pitch applied)
+    double gain = 0.0;    // the row's gain in dB, before Scale
+    bool parallel = false;  // summed in the parallel branch instead of cascaded
+    BandShape shape;        // what the prototype was designed from
+    SectionSet sections{{kIdentitySection}, 1};  // its prototype, drawn whatever its state
+
+    bool inGroup(int32_t group) const { return group >= 0 && group < 8 && ((groups >> (7 - group)) & 1) != 0; }
+};
+
+struct GraphScene {
+    std::array<GraphBand, kNumBands> bands{};
+    double scale = 1.0;          // real Scale: band gains are drawn times this
+    float sampleRate = 48000.0f;
+    int32_t listenBand = -1;     // the band being auditioned, -1 none
+    bool listenGainShown = false;  // "AutoListen Gain" leaves the audition's shelf handle at its gain
+
+    // A band made from a shape by the design code (tests, and the gathering below).
+    static GraphBand makeBand(int32_t state, int32_t type, int32_t groups, const BandShape& shape, double rowGain,
+                              bool parallel = false);
+};
+
+// Fills `scene` from an instance. A band whose shape did not change since
+// the scene was last filled keeps its sections (no design runs).
+void gatherGraphScene(Plug& effect, GraphScene& scene);
+
+// The graph's settings.
+struct GraphOptions {
+    // "Graph"
+    int32_t handles = 1;        // 0 hidden, 1 shown, 2 larger
+    bool scrollbar = true;
+    bool filledBands = true;    // "Filled" (else outlines only)
+    double bandOpacity = 0.25;  // 0.25, 0.37, 0.5, 0.75
+    int32_t display = 0;        // 0 All, 1 Total, 2 Bands, 3 Off
+    int32_t readout = 0;        // bit 0 the analyser's, bit 1 the graph's
+    int32_t gridGrey = 64;      // "Background": 0, 48, 64, 96
+    double gridAlpha = 1.0;     // 0 with "Background" off
+    int32_t fadeLevel = 58;     // "BG Fade": 0, 25, 58, 70
+    int32_t tooltips = 2;       // 0 none, 1 "Type1", 2 "Type2"
+    bool tooltipSubtype = false;
+    bool crosshairs = false;
+    bool bandNumbers = false;
+    bool labels125 = false;     // "Frequency Labels" "1,2,5" (else "2,4,6,8")
+    bool coloursByNumber = false;
+    double rangeSetting = 18.0;  // dB: 3, 6, 12, 18, 24, 36
+    // "Analyser"
+    bool hidesEq = false;
+    double analyserOpacity = 0.75;  // 1, 0.75, 0.5, 0.25
+    double saturation = 0.66;       // 1, 0.66, 0.33, 0
+    int32_t analyserDisplay = 2;    // 0 filled, 1 outlined, 2 both
+    bool summed = false;            // "Curves" "Summed"
+    bool secondaryRed = false;      // "Colour" "White/Red"
+    double analyserRange = 96.0;    // dB from top to bottom
+    double analyserTop = 0.0;       // dB at the top
+
+    bool operator==(const GraphOptions&) const = default;
+};
+
+GraphOptions graphOptionsFrom(const UISettingsTree& settings);
