@@ -90,6 +90,7 @@ screenshots: deps
 bench: deps
 	$(MAKE) release
 	./build/release/bench/fenwoldrine-bench
+	./build/release/bench/fenwoldrine-editor-bench
 
 bench-deps:
 	@bash scripts/bench-deps.sh

@@ -136,6 +136,9 @@ void EQGraph::makeBuffers() {
     levelPrimary.assign(w, 0.0);
     levelSecondary.assign(w, 0.0);
     hue.assign(w, Rgb{});
+    bandY.assign(w, 0.0);
+    fillFrom.assign(w, 0.0f);
+    fillTo.assign(w, 0.0f);
     spectrograph.assign(w * kSpectrographRows, 0.0);
     spectrographRow = 0;
     columnFrequencies();
@@ -427,6 +430,7 @@ void EQGraph::drawBandsAndTotals() {
     }
     const bool drawBands = (options.display & 1) == 0;
     const double middle = plotH / 2.0;
+    std::fill(fillFrom.begin(), fillFrom.end(), float(middle));
     for (int32_t b = 0; b < kNumBands; ++b) {
         const GraphBand& band = scene.bands[size_t(b)];
         if (band.state != kBandOn) continue;
@@ -435,7 +439,6 @@ void EQGraph::drawBandsAndTotals() {
         const Rgb colour = colourOf(b);
         const double alpha = options.bandOpacity + (b == hoverBand ? popupFade * 0.25 : 0.0);
         const int32_t count = std::min(band.sections.count, kMaxSections);
-        double lastY = middle;
         for (size_t x = 0; x < w; ++x) {
             const double f = frequency[x], f2 = frequency2[x];
             Complex num{1.0, 0.0}, den{1.0, 0.0};
@@ -474,13 +477,20 @@ void EQGraph::drawBandsAndTotals() {
             if (!drawBands) continue;
             const double v = decibels(re * re + im * im) / (2.0 * range);
             const double y = (0.5 - v) * plotH;
-            if (options.filledBands) {
-                const double k = std::fabs(v) < 0.5 ? 0.0 : (v > 0 ? 0.5 : -0.5);
-                vline(dib, double(x) + 0.5, middle, y - k, 1.0, colour, alpha);
-            }
-            if (x > 0) line(dib, double(x) - 0.5, lastY, double(x) + 0.5, y, 1.0, colour, 0.5);
-            lastY = y;
+            bandY[x] = y;
+            const double k = std::fabs(v) < 0.5 ? 0.0 : (v > 0 ? 0.5 : -0.5);
+            fillTo[x] = float(std::clamp(y - k, -2.0, plotH + 8.0));
         }
+        if (!drawBands) continue;
+        if (options.filledBands) {
+            // Only the columns where the band lifts or cuts at all.
+            size_t first = 0, last = w;
+            while (first < w && std::fabs(fillTo[first] - middle) < 1e-3) ++first;
+            while (last > first && std::fabs(fillTo[last - 1] - middle) < 1e-3) --last;
+            graphpix::fillColumns(dib, int32_t(first), int32_t(last), fillFrom.data(), fillTo.data(), colour.red,
+                                  colour.green, colour.blue, float(alpha));
+        }
+        drawPolyline(dib, bandY.data(), 0.5, 1.0, colour, 0.5);
     }
 
     // The totals: series times the parallel sum, per group.
@@ -498,11 +508,29 @@ void EQGraph::drawBandsAndTotals() {
     // points, and each column is crossed by one segment, so a flat total is
     // a solid line.
     const Rgb blue{0, 0, 255}, white{255, 255, 255};
-    if (groupB >= 0) {
-        for (size_t x = 1; x < w; ++x) line(dib, double(x) - 1.0, totalYB[x - 1], double(x), totalYB[x], 2.0, blue, 1.0);
-    }
-    if (groupA >= 0) {
-        for (size_t x = 1; x < w; ++x) line(dib, double(x) - 1.0, totalYA[x - 1], double(x), totalYA[x], 2.0, white, 1.0);
+    if (groupB >= 0) drawPolyline(dib, totalYB.data(), 1.0, 2.0, blue, 1.0);
+    if (groupA >= 0) drawPolyline(dib, totalYA.data(), 1.0, 2.0, white, 1.0);
+}
+
+void EQGraph::drawPolyline(VSTGUI::CDIB& dib, const double* y, double back, double lineWidth, const Rgb& colour,
+                           double alpha) {
+    // Segment x joins (x - back, y[x - 1]) and (x - back + 1, y[x]). Level
+    // runs are one line: the same area, measured once.
+    constexpr double kLevel = 1e-3;
+    const int32_t w = plotW;
+    int32_t runStart = -1;
+    for (int32_t x = 1; x <= w; ++x) {
+        const bool level = x < w && std::fabs(y[x] - y[x - 1]) < kLevel &&
+                           (runStart < 0 || std::fabs(y[x] - y[runStart]) < kLevel);
+        if (level) {
+            if (runStart < 0) runStart = x - 1;
+            continue;
+        }
+        if (runStart >= 0) {
+            hline(dib, y[runStart], runStart + 1 - back, x - back, lineWidth, colour, alpha);
+            runStart = -1;
+        }
+        if (x < w) line(dib, x - back, y[x - 1], x - back + 1.0, y[x], lineWidth, colour, alpha);
     }
 }
 
@@ -589,14 +617,16 @@ void EQGraph::drawAnalyserCurves() {
     auto yOf = [&](double level) { return (1.0 - level) * bottom; };
     const bool filled = options.analyserDisplay != 1, outlined = options.analyserDisplay != 0;
     if (filled) {
-        if (!options.summed) {
-            for (int32_t x = 0; x < plotW; ++x) {
-                vline(dib, x + 0.5, yOf(levelSecondary[size_t(x)]), bottom, 1.0, secondary, options.analyserOpacity);
+        auto fill = [&](const std::vector<double>& levels, const Rgb& colour) {
+            for (size_t x = 0; x < size_t(plotW); ++x) {
+                fillFrom[x] = float(yOf(levels[x]));
+                fillTo[x] = float(bottom);
             }
-        }
-        for (int32_t x = 0; x < plotW; ++x) {
-            vline(dib, x + 0.5, yOf(levelPrimary[size_t(x)]), bottom, 1.0, primary, options.analyserOpacity);
-        }
+            graphpix::fillColumns(dib, 0, plotW, fillFrom.data(), fillTo.data(), colour.red, colour.green, colour.blue,
+                                  float(options.analyserOpacity));
+        };
+        if (!options.summed) fill(levelSecondary, secondary);
+        fill(levelPrimary, primary);
     }
     if (!outlined) return;
     if (options.summed) {

@@ -133,6 +133,9 @@ private:
     void drawFrequencyLabels();
     void drawScrollBar();
     void drawHandle(int32_t band);
+    // A line through (x - back, y[x - 1]) and (x - back + 1, y[x]) over all columns.
+    void drawPolyline(VSTGUI::CDIB& dib, const double* y, double back, double lineWidth, const graphpix::Rgb& colour,
+                      double alpha);
     graphpix::Rgb colourOf(int32_t band) const;
     double bandDbAt(int32_t band, double hz) const;
     void columnHue(double saturation);
@@ -169,6 +172,8 @@ private:
     std::vector<double> seriesA, parallelA, seriesB, parallelB;  // complex pairs, re and im interleaved
     std::vector<double> levelPrimary, levelSecondary;
     std::vector<graphpix::Rgb> hue;
+    std::vector<double> bandY;               // one band's curve
+    std::vector<float> fillFrom, fillTo;     // columns painted by fillColumns
     std::vector<double> spectrograph;  // kSpectrographRows rows of width levels
     uint8_t spectrographRow = 0;
 };

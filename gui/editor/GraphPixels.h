@@ -29,6 +29,13 @@ void drawAAVLine(VSTGUI::CDIB& dib, float x, float y0, float y1, float width, in
 void drawAAHLine(VSTGUI::CDIB& dib, float y, float x0, float x1, float width, int red, int green, int blue,
                  float alpha);
 
+// Columns x0 .. x1 - 1, each covered from from[x] to to[x] (either way
+// round): the same pixels as drawAAVLine(x + 0.5, from[x], to[x], 1, ...)
+// column by column, painted row by row so that the writes run along the
+// rows. The arrays are indexed by x.
+void fillColumns(VSTGUI::CDIB& dib, int x0, int x1, const float* from, const float* to, int red, int green,
+                 int blue, float alpha);
+
 struct Rgb {
     uint8_t red, green, blue;
 };

@@ -141,3 +141,20 @@ TEST(GraphPixelsColour, HsvToRgbBySector) {
 }
 
 }  // namespace
+
+TEST(GraphPixelsColumns, PaintTheSamePixelsAsOneVerticalLinePerColumn) {
+    // Spans either way round, fractional ends, one past the bottom, one
+    // empty, over a background that is not black.
+    const std::vector<float> from = {3.25f, 10.0f, 7.5f, 0.0f, 12.7f, -4.0f, 5.0f, 9.9f};
+    const std::vector<float> to = {8.75f, 2.5f, 7.5f, 15.0f, 13.1f, 30.0f, 5.5f, 1.0f};
+    for (const float alpha : {1.0f, 0.25f}) {
+        Canvas rows(new CDIB(8, 16)), columns(new CDIB(8, 16));
+        rows.dib.fill(VSTGUI::CColor{40, 90, 160, 255});
+        columns.dib.fill(VSTGUI::CColor{40, 90, 160, 255});
+        graphpix::fillColumns(rows.dib, 0, 8, from.data(), to.data(), 250, 20, 5, alpha);
+        for (int x = 0; x < 8; ++x) graphpix::drawAAVLine(columns.dib, x + 0.5f, from[x], to[x], 1.0f, 250, 20, 5, alpha);
+        for (int y = 0; y < 16; ++y) {
+            EXPECT_EQ(std::memcmp(rows.dib.row(y), columns.dib.row(y), 8 * 4), 0) << "row " << y << " alpha " << alpha;
+        }
+    }
+}
