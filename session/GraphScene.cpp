@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 
 #include "core/Plug.h"
+#include "dsp/EQ.h"
 #include "state/UISettingsTree.h"
 
 namespace {
@@ -36,7 +38,52 @@ GraphBand GraphScene::makeBand(int32_t state, int32_t type, int32_t groups, cons
     return band;
 }
 
-void gatherGraphScene(Plug& effect, GraphScene& scene) {
+namespace {
+
+void gatherPopup(Plug& effect, int32_t b, GraphPopupText& popup) {
+    popup = GraphPopupText{};
+    if (b < 0 || b >= kNumBands) return;
+    popup.band = b;
+    const int32_t type = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldType))));
+    const int32_t subtype = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldSubtype)))) - 1;
+    const int32_t engineType = engineTypeFor(type, false);
+    popup.controls = controlMaskOf(engineType, subtype);
+    const bool pass = type == kTypeHPF || type == kTypeLPF;
+    auto value = [&](int32_t rect, int32_t field) {
+        effect.getParameterDisplay(bandParam(b, field), popup.text[rect]);
+        if (effect.programStore().isLocked(effect.getProgram(), bandParam(b, field))) popup.locked |= 1u << rect;
+    };
+    // The group: the first the band acts in, "+" when there are more.
+    const int32_t groups = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldGroups))));
+    int32_t names = 0;
+    const std::string* groupNames = effect.groupNamesOf(&names);
+    int32_t first = -1, count = 0;
+    for (int32_t g = 0; g < 8; ++g) {
+        if (((groups >> (7 - g)) & 1) == 0) continue;
+        if (first < 0) first = g;
+        ++count;
+    }
+    const char* name = (first >= 0 && first < names) ? groupNames[first].c_str() : "-";
+    std::snprintf(popup.text[1], sizeof popup.text[1], "%s%s", name, count > 1 ? "+" : "");
+    static constexpr const char* kTypeNames[] = {"Peak", "HPF", "LSh", "HSh", "LPF", "Ntch"};
+    std::snprintf(popup.text[2], sizeof popup.text[2], "%s", (type >= 1 && type <= 6) ? kTypeNames[type - 1] : "-");
+    std::snprintf(popup.text[3], sizeof popup.text[3], "X");
+    value(4, kFieldFrequency);
+    value(5, pass ? kFieldSlope : kFieldGain);
+    value(6, kFieldQ);
+    value(7, kFieldShift);
+    int32_t subtypes = 0;
+    const char* const* list = EQ::subtypeNames(engineType, &subtypes);
+    std::snprintf(popup.text[8], sizeof popup.text[8], "%s",
+                  (list && subtype >= 0 && subtype < subtypes) ? list[subtype] : "-");
+    if (effect.programStore().isLocked(effect.getProgram(), bandParam(b, kFieldType))) popup.locked |= 1u << 2;
+    if (effect.programStore().isLocked(effect.getProgram(), bandParam(b, kFieldSubtype))) popup.locked |= 1u << 8;
+}
+
+}  // namespace
+
+void gatherGraphScene(Plug& effect, GraphScene& scene, int32_t popupBand) {
+    gatherPopup(effect, popupBand, scene.popup);
     scene.scale = effect.getRealValue(kScale);
     scene.sampleRate = effect.getSampleRate();
     scene.listenBand = effect.getAutoListenBand();
@@ -95,5 +142,6 @@ GraphOptions graphOptionsFrom(const UISettingsTree& settings) {
     o.secondaryRed = analyser("Colour") == 1;
     o.analyserRange = pick(kAnalyserRange, analyser("Range"));
     o.analyserTop = pick(kAnalyserTop, analyser("Top"));
+    o.lockYellow = settings.value("Misc", "Parameter Lock Colour") == 1;
     return o;
 }

@@ -29,12 +29,24 @@ struct GraphBand {
     bool inGroup(int32_t group) const { return group >= 0 && group < 8 && ((groups >> (7 - group)) & 1) != 0; }
 };
 
+// The texts of the band popup, by its rectangle: 1 the group, 2 the type,
+// 3 the delete box, 4 the frequency, 5 the gain (the slope for a pass
+// filter), 6 the Q, 7 the shift, 8 the subtype. Values read "number unit".
+struct GraphPopupText {
+    static constexpr int32_t kRects = 9;
+    int32_t band = -1;
+    int32_t controls = 0;  // the values the band has (BandControl bits)
+    uint32_t locked = 0;   // bit r: the value of rectangle r is locked
+    char text[kRects][32] = {};
+};
+
 struct GraphScene {
     std::array<GraphBand, kNumBands> bands{};
     double scale = 1.0;          // real Scale: band gains are drawn times this
     float sampleRate = 48000.0f;
     int32_t listenBand = -1;     // the band being auditioned, -1 none
     bool listenGainShown = false;  // "AutoListen Gain" leaves the audition's shelf handle at its gain
+    GraphPopupText popup;          // for the band that shows its popup
 
     // A band made from a shape by the design code (tests, and the gathering below).
     static GraphBand makeBand(int32_t state, int32_t type, int32_t groups, const BandShape& shape, double rowGain,
@@ -43,7 +55,8 @@ struct GraphScene {
 
 // Fills `scene` from an instance. A band whose shape did not change since
 // the scene was last filled keeps its sections (no design runs).
-void gatherGraphScene(Plug& effect, GraphScene& scene);
+// The popup's texts are gathered for `popupBand` (none for -1).
+void gatherGraphScene(Plug& effect, GraphScene& scene, int32_t popupBand = -1);
 
 // The graph's settings.
 struct GraphOptions {
@@ -73,6 +86,8 @@ struct GraphOptions {
     bool secondaryRed = false;      // "Colour" "White/Red"
     double analyserRange = 96.0;    // dB from top to bottom
     double analyserTop = 0.0;       // dB at the top
+    // "Misc"
+    bool lockYellow = false;        // "Parameter Lock Colour" "Yellow" (else red)
 
     bool operator==(const GraphOptions&) const = default;
 };

@@ -380,6 +380,7 @@ void EQGraph::renderFrame() {
     drawGridAndLabels();
     drawFrequencyLabels();
     if (options.scrollbar) drawScrollBar();
+    drawPopup();
     sceneDib->dirty = true;
     frameDirty = false;
 }
@@ -583,6 +584,237 @@ void EQGraph::drawHandle(int32_t b) {
         const Rgb inverse{uint8_t(colour.red ^ 0xff), uint8_t(colour.green ^ 0xff), uint8_t(colour.blue ^ 0xff)};
         font.draw(dib, text, int32_t(std::lround(cx - font.textWidth(text) / 2.0)), int32_t(std::lround(cy)) - 3,
                   toColour(inverse));
+    }
+}
+
+// ---- The band popup ----
+
+void EQGraph::layoutPopup() {
+    for (CRect& r : popupRects) r = CRect();
+    const int32_t b = popupBand;
+    if (b < 0 || b >= kNumBands || options.tooltips == 0 || !isShown(b)) return;
+    if (scene.bands[size_t(b)].state == kBandOff) return;
+    if (b != hoverBand && ((selection >> b) & 1) == 0) return;
+    const CPoint at = handlePosition(b);
+    const double px = at.x + 0.5, py = at.y + 0.5;
+    int32_t controls = scene.popup.band == b ? scene.popup.controls : (kControlFrequency | kControlGain | kControlQ);
+    if ((controls & kControlSlope) != 0) controls |= kControlGain;
+    const bool frequency = (controls & kControlFrequency) != 0, gain = (controls & kControlGain) != 0;
+    const bool q = (controls & kControlQ) != 0, shift = (controls & kControlShift) != 0;
+    CRect* r = popupRects;
+    const double w = plotW, h = plotH;
+
+    if (options.tooltips == 2) {
+        // A column of rows 16 high, 110 wide, below the handle or above it.
+        const double centre = std::clamp(px, 55.0, std::max(55.0, w - 57.0));
+        const double left = centre - 55.0, right = centre + 55.0;
+        int32_t rows = 1 + (options.tooltipSubtype ? 1 : 0) + int32_t(frequency) + int32_t(gain) + int32_t(q) + int32_t(shift);
+        const double height = 16.0 * rows;
+        double top = py + 14.0;
+        if (py > h / 2.0 || top + height > h) top = py - 14.0 - height;
+        top = std::clamp(top, 0.0, std::max(0.0, h - height));
+        r[0] = CRect(left, top, left + 15, top + 16);
+        r[1] = CRect(left + 15, top, centre, top + 16);
+        r[2] = CRect(centre, top, right - 15, top + 16);
+        r[3] = CRect(right - 15, top, right, top + 16);
+        double y = top + 16.0;
+        auto next = [&](int32_t index, bool present) {
+            if (!present) return;
+            r[index] = CRect(left, y, right, y + 16);
+            y += 16.0;
+        };
+        next(8, options.tooltipSubtype);
+        next(4, frequency);
+        next(5, gain);
+        next(6, q);
+        next(7, shift);
+        return;
+    }
+
+    // A row under the handle, the values around it.
+    const double rowTop = py + 28.0;
+    if (options.tooltipSubtype) {
+        r[0] = CRect(px - 123, rowTop, px - 105, rowTop + 18);
+        r[1] = CRect(px - 105, rowTop, px - 35, rowTop + 18);
+        r[2] = CRect(px - 35, rowTop, px + 35, rowTop + 18);
+        r[8] = CRect(px + 35, rowTop, px + 105, rowTop + 18);
+        r[3] = CRect(px + 105, rowTop, px + 123, rowTop + 18);
+    } else {
+        r[0] = CRect(px - 95, rowTop, px - 70, rowTop + 18);
+        r[1] = CRect(px - 70, rowTop, px, rowTop + 18);
+        r[2] = CRect(px, rowTop, px + 70, rowTop + 18);
+        r[3] = CRect(px + 70, rowTop, px + 95, rowTop + 18);
+    }
+    if (frequency) r[4] = CRect(px - 35, py - 43, px + 35, py - 25);
+    if (gain) r[5] = CRect(px - 95, py - 9, px - 25, py + 9);
+    if (q) r[6] = CRect(px + 25, py - 9, px + 95, py + 9);
+    if (shift) {
+        const double centre = q ? px + 140 : px + 60;
+        r[7] = CRect(centre - 35, py - 9, centre + 35, py + 9);
+    }
+    auto moveRow = [&](double dx, double dy) {
+        for (int32_t i : {0, 1, 2, 3, 8}) {
+            if (!r[i].isEmpty()) r[i].offset(dx, dy);
+        }
+    };
+    // Kept on the plot: the row slides sideways; a value box off one side
+    // moves to the far side of the others.
+    const double rowLeft = r[0].left, rowRight = r[3].right;
+    if (rowLeft < 0) moveRow(-rowLeft, 0);
+    if (rowRight > w) moveRow(w - rowRight, 0);
+    double leftmost = w, rightmost = 0;
+    for (int32_t i = 4; i <= 7; ++i) {
+        if (r[i].isEmpty()) continue;
+        leftmost = std::min(leftmost, double(r[i].left));
+        rightmost = std::max(rightmost, double(r[i].right));
+    }
+    for (int32_t i = 4; i <= 7; ++i) {
+        if (r[i].isEmpty()) continue;
+        const double width = r[i].width();
+        if (r[i].left < 0) {
+            if (i >= 5) {
+                const double gap = (i == 5 && r[6].isEmpty()) ? 50.0 : 10.0;
+                r[i].offset(rightmost + gap - r[i].left, 0);
+                rightmost = r[i].right;
+            } else {
+                r[i].offset(-r[i].left, 0);
+            }
+        } else if (r[i].right > w) {
+            if (i == 5 || i >= 6) {
+                r[i].offset(std::max(0.0, leftmost - 10 - width) - r[i].left, 0);
+                leftmost = r[i].left;
+            } else {
+                r[i].offset(w - r[i].right, 0);
+            }
+        }
+    }
+    if (r[0].bottom > h && !r[4].isEmpty()) {
+        moveRow(0, (r[4].top - 10 - 18) - r[0].top);
+    } else if (r[0].bottom > h) {
+        moveRow(0, (py - 28 - 18) - r[0].top);
+    }
+    if (!r[4].isEmpty() && r[4].top < 0) r[4].offset(0, r[0].bottom + 10 - r[4].top);
+    // The boxes beside the handle stay on the plot too.
+    for (int32_t i = 5; i <= 7; ++i) {
+        if (r[i].isEmpty()) continue;
+        if (r[i].top < 0) r[i].offset(0, -r[i].top);
+        if (r[i].bottom > h) r[i].offset(0, h - r[i].bottom);
+    }
+}
+
+namespace {
+
+// A box with rounded corners, filled and framed.
+void roundedBox(CDIB& dib, const CRect& box, double radius, const Rgb& fill, double fillAlpha, const Rgb& frame,
+                double frameAlpha) {
+    const double left = box.left + 0.5, right = box.right - 0.5, top = box.top + 0.5, bottom = box.bottom - 0.5;
+    radius = std::min({radius, (right - left) / 2.0, (bottom - top) / 2.0});
+    for (int32_t y = int32_t(box.top); y < int32_t(box.bottom); ++y) {
+        const double cy = y + 0.5;
+        const double dy = std::max({0.0, top + radius - cy, cy - (bottom - radius)});
+        const double inset = radius - std::sqrt(std::max(0.0, radius * radius - dy * dy));
+        fillRows(dib, int32_t(std::lround(left + inset)), int32_t(std::lround(right - inset)) + 1, y, y + 1, fill,
+                 fillAlpha);
+    }
+    hline(dib, top, left + radius, right - radius, 1.0, frame, frameAlpha);
+    hline(dib, bottom, left + radius, right - radius, 1.0, frame, frameAlpha);
+    vline(dib, left, top + radius, bottom - radius, 1.0, frame, frameAlpha);
+    vline(dib, right, top + radius, bottom - radius, 1.0, frame, frameAlpha);
+    constexpr int32_t kSteps = 6;
+    const double cx[2] = {left + radius, right - radius}, cyy[2] = {top + radius, bottom - radius};
+    for (int32_t corner = 0; corner < 4; ++corner) {
+        const double sx = corner & 1 ? 1.0 : -1.0, sy = corner & 2 ? 1.0 : -1.0;
+        const double ox = cx[corner & 1], oy = cyy[(corner >> 1) & 1];
+        for (int32_t k = 0; k < kSteps; ++k) {
+            const double a0 = k * std::numbers::pi / (2 * kSteps), a1 = (k + 1) * std::numbers::pi / (2 * kSteps);
+            line(dib, ox + sx * radius * std::cos(a0), oy + sy * radius * std::sin(a0), ox + sx * radius * std::cos(a1),
+                 oy + sy * radius * std::sin(a1), 1.0, frame, frameAlpha);
+        }
+    }
+}
+
+}  // namespace
+
+void EQGraph::drawPopup() {
+    layoutPopup();
+    if (popupRects[0].isEmpty()) return;
+    CDIB& dib = *sceneDib;
+    const int32_t b = popupBand;
+    const GraphBand& band = scene.bands[size_t(b)];
+    Rgb c = colourOf(b);
+    if (band.state == kBandBypassed) {
+        c = Rgb{uint8_t((c.red >> 1) & 0x7f), uint8_t((c.green >> 1) & 0x7f), uint8_t((c.blue >> 1) & 0x7f)};
+    }
+    const double fade = std::max(popupFade, 0.0);
+    const CPoint at = handlePosition(b);
+    if (options.crosshairs) {
+        const double hx = std::floor(at.x) + 0.5, hy = std::floor(at.y) + 0.5;
+        vline(dib, hx, 0, hy - 9, 1.0, c, fade);
+        vline(dib, hx, hy + 9, plotH, 1.0, c, fade);
+        hline(dib, hy, 0, hx - 9, 1.0, c, fade);
+        hline(dib, hy, hx + 9, plotW, 1.0, c, fade);
+    }
+    const Rgb black{0, 0, 0}, dividerGrey = grey(kScaleGrey);
+    const CColor unitColour{0xa6, 0x85, 0x57, 255};
+    const CColor lockColour = options.lockYellow ? CColor{255, 255, 0, 255} : CColor{255, 0, 0, 255};
+    auto dim = [&](CColor colour) {
+        colour.alpha = uint8_t(std::lround(255.0 * fade));
+        return colour;
+    };
+    // Frames: the row (or the column) in one box, each value in its own.
+    if (options.tooltips == 2) {
+        CRect column = popupRects[0];
+        for (const CRect& r : popupRects) {
+            if (!r.isEmpty()) column.unite(r);
+        }
+        roundedBox(dib, column, 8.0, black, 0.75 * fade, c, fade);
+        for (int32_t i = 4; i <= 8; ++i) {
+            if (!popupRects[i].isEmpty()) hline(dib, popupRects[i].top + 0.5, column.left + 4, column.right - 4, 1.0, dividerGrey, fade);
+        }
+    } else {
+        CRect row = popupRects[0];
+        row.unite(popupRects[3]);
+        if (!popupRects[8].isEmpty()) row.unite(popupRects[8]);
+        roundedBox(dib, row, 8.0, black, 0.75 * fade, c, fade);
+        for (int32_t i = 4; i <= 7; ++i) {
+            if (!popupRects[i].isEmpty()) roundedBox(dib, popupRects[i], 8.0, black, 0.75 * fade, c, fade);
+        }
+    }
+    for (int32_t i : {0, 1, 2, 8}) {
+        const CRect& r = popupRects[i];
+        if (!r.isEmpty() && !(options.tooltips == 2 && i == 8)) vline(dib, r.right - 0.5, r.top + 3, r.bottom - 3, 1.0, dividerGrey, fade);
+    }
+
+    // The on/bypass mark: a disc when on, a ring when bypassed.
+    const CRect& onOff = popupRects[0];
+    const double ox = std::floor((onOff.left + onOff.right) / 2.0) + 0.5, oy = std::floor((onOff.top + onOff.bottom) / 2.0) + 0.5;
+    for (int32_t i = -3; i <= 3; ++i) {
+        const double half = std::sqrt(16.0 - double(i) * i);
+        if (band.state == kBandOn || std::abs(i) == 3) hline(dib, oy + i, ox - half, ox + half, 1.0, c, fade);
+    }
+    if (band.state != kBandOn) {
+        vline(dib, ox - 3.5, oy - 2, oy + 2, 1.0, c, fade);
+        vline(dib, ox + 3.5, oy - 2, oy + 2, 1.0, c, fade);
+    }
+
+    // The texts, number and unit in their two colours.
+    const PixelFont& font = PixelFont::large();
+    const bool ours = scene.popup.band == b;
+    for (int32_t i = 1; i < GraphPopupText::kRects; ++i) {
+        const CRect& r = popupRects[i];
+        if (r.isEmpty() || !ours) continue;
+        const std::string_view text = scene.popup.text[i];
+        const size_t blank = text.find(' ');
+        const std::string_view number = text.substr(0, blank);
+        const std::string_view unit = blank == std::string_view::npos ? std::string_view() : text.substr(blank + 1);
+        const bool locked = ((scene.popup.locked >> i) & 1) != 0;
+        const int32_t gap = unit.empty() ? 0 : 4;
+        const int32_t width = font.textWidth(number) + gap + font.textWidth(unit);
+        const bool leftAligned = options.tooltips == 2 && i >= 4;
+        int32_t x = leftAligned ? int32_t(r.left) + 8 : int32_t(std::lround((r.left + r.right - width) / 2.0));
+        const int32_t y = int32_t(std::lround((r.top + r.bottom - font.height()) / 2.0));
+        x = font.draw(dib, number, x, y, dim(locked ? lockColour : kWhite));
+        if (!unit.empty()) font.draw(dib, unit, x + gap, y, dim(locked ? lockColour : unitColour));
     }
 }
 

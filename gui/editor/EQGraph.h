@@ -14,6 +14,7 @@
 // The graph draws from what it is given (a GraphScene, the options, the
 // analyser's levels); it never reaches into the effect. Threads: UI thread.
 
+#include <algorithm>
 #include <complex>
 #include <cstdint>
 #include <vector>
@@ -51,6 +52,7 @@ public:
     void setSelection(uint32_t mask);
     void setHoverBand(int32_t band);
     void setPopupBand(int32_t band, double fade);
+    int32_t getPopupBand() const { return popupBand; }
     void setAnalyserOn(bool on);
     bool isAnalyserOn() const { return analyserOn; }
     void setAnalyserType(int32_t type);
@@ -90,6 +92,14 @@ public:
     static constexpr int32_t kMaxLabels = 128;
     int32_t frequencyLabels(FrequencyLabel* out, int32_t capacity) const;
     bool isShown(int32_t band) const;
+
+    // ---- The band popup ----
+    // Its rectangles in plot coordinates, by index (0 on/bypass, 1 group,
+    // 2 type, 3 delete, 4 frequency, 5 gain or slope, 6 Q, 7 shift, 8
+    // subtype); an empty one is not there. Laid out for the popup band, or
+    // all empty when no popup shows.
+    const VSTGUI::CRect& popupRect(int32_t index) const { return popupRects[std::clamp(index, 0, 8)]; }
+    void layoutPopup();
 
     // ---- A frame ----
     // Builds the next frame into the scene bitmap; draw() calls it when
@@ -133,6 +143,7 @@ private:
     void drawFrequencyLabels();
     void drawScrollBar();
     void drawHandle(int32_t band);
+    void drawPopup();
     // A line through (x - back, y[x - 1]) and (x - back + 1, y[x]) over all columns.
     void drawPolyline(VSTGUI::CDIB& dib, const double* y, double back, double lineWidth, const graphpix::Rgb& colour,
                       double alpha);
@@ -171,6 +182,7 @@ private:
     std::vector<double> totalYA, totalYB;
     std::vector<double> seriesA, parallelA, seriesB, parallelB;  // complex pairs, re and im interleaved
     std::vector<double> levelPrimary, levelSecondary;
+    VSTGUI::CRect popupRects[GraphPopupText::kRects];
     std::vector<graphpix::Rgb> hue;
     std::vector<double> bandY;               // one band's curve
     std::vector<float> fillFrom, fillTo;     // columns painted by fillColumns

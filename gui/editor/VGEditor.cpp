@@ -821,7 +821,7 @@ EQGraph* VGEditor::getGraph() const {
 void VGEditor::refreshGraph() {
     EQGraph* graph = getGraph();
     if (!graph || !graph->isVisible()) return;
-    gatherGraphScene(effect, graphScene);
+    gatherGraphScene(effect, graphScene, graph->getPopupBand());
     graph->setScene(graphScene);
     graph->setOptions(graphOptionsFrom(ed.uiSettings()));
     graph->setGroups(selectedGroup[0], selectedGroup[1]);

@@ -183,8 +183,8 @@ TEST(EQGraph, ColumnsMatchTheBanksAnalogueResponseToAHundredthOfADecibel) {
     const struct {
         int32_t type;
         double hz, gain, q, slope;
-    } bands[] = {{kTypePeak, 120, 4.5, 0.7, 12}, {kTypeHighShelf, 6000, -3, 0.7, 12}, {kTypeHPF, 30, 0, 0.7, 24},
-                 {kTypeNotch, 3000, 0, 4, 12}, {kTypeLowShelf, 80, 2, 1.2, 12}};
+    } bands[] = {{kTypePeak, 120, 0.25, 0.7, 12}, {kTypeHighShelf, 6000, -0.17, 0.7, 12}, {kTypeHPF, 30, 0, 0.7, 24},
+                 {kTypeNotch, 3000, 0, 4, 12}, {kTypeLowShelf, 80, 0.11, 1.2, 12}};  // gains in the rows' unit, times Scale
     for (int32_t b = 0; b < int32_t(std::size(bands)); ++b) {
         setReal(plug, bandParam(b, kFieldState), kBandOn);
         setReal(plug, bandParam(b, kFieldType), bands[b].type);
@@ -251,5 +251,43 @@ TEST(EQGraph, ZoomKeepsAnOctaveInsideTenHertzAndNyquist) {
         EXPECT_NEAR(graph->getMinFrequency(), row.wantLow, 1e-9) << row.low;
         EXPECT_NEAR(graph->getMaxFrequency(), row.wantHigh, 1e-9) << row.high;
         EXPECT_NEAR(graph->xOf(graph->getMaxFrequency()), graph->plotWidth(), 1e-9);
+    }
+}
+
+TEST(EQGraph, ThePopupStaysOnThePlotWithABoxForEachValueTheBandHas) {
+    struct Row {
+        int32_t tooltips;
+        bool subtype;
+        double hz, dB;
+    } rows[] = {{1, false, 1000, 0}, {1, true, 12, 17}, {1, false, 20000, -17}, {1, true, 200, -17},
+                {2, false, 1000, 0},  {2, true, 12, 17},  {2, false, 20000, -17}};
+    for (const Row& row : rows) {
+        GraphOptions options;
+        options.tooltips = row.tooltips;
+        options.tooltipSubtype = row.subtype;
+        Graph graph(options);
+        GraphScene scene;
+        scene.bands[5] = peak(row.hz, row.dB);
+        scene.popup.band = 5;
+        scene.popup.controls = kControlGain | kControlFrequency | kControlQ | kControlShift;
+        graph->setScene(scene);
+        graph->setSelection(1u << 5);
+        graph->setPopupBand(5, 1.0);
+        graph->layoutPopup();
+        const CRect plot(0, 0, graph->plotWidth(), graph->plotHeight());
+        for (int32_t i = 0; i < GraphPopupText::kRects; ++i) {
+            const CRect r = graph->popupRect(i);
+            EXPECT_EQ(r.isEmpty(), i == 8 && !row.subtype) << "rect " << i << " at " << row.hz;
+            if (r.isEmpty()) continue;
+            CRect inside = r;
+            EXPECT_EQ(inside.bound(plot), r) << "rect " << i << " at " << row.hz << " Hz, " << row.dB << " dB";
+            for (int32_t j = 0; j < i; ++j) {
+                EXPECT_FALSE(r.rectOverlap(graph->popupRect(j))) << i << " overlaps " << j << " at " << row.hz;
+            }
+        }
+        // No popup for a band that is neither selected nor hovered.
+        graph->setSelection(0);
+        graph->layoutPopup();
+        EXPECT_TRUE(graph->popupRect(0).isEmpty());
     }
 }
