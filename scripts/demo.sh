@@ -31,11 +31,17 @@ step "Right channel inverted and 3 dB down, written as 16-bit FLAC with dither"
     --format flac --bits 16 "$out/sweep.wav" "$out/right-inverted.flac"
 "$signal" measure "$out/right-inverted.flac"
 
-step "A high shelf +3 dB at 8 kHz and a low cut, with the editor drawn after the render"
+step "A high shelf +3 dB at 8 kHz and a low cut"
 "$render" --quiet --set "Band1 State=On" --set "Band1 Type=HSh" --set "Band1 Frequency=8k" --set "Band1 Gain=3" \
     --set "Band2 State=On" --set "Band2 Type=HPF" --set "Band2 Frequency=30" \
-    --snapshot "$out/editor.png" "$out/sweep.wav" "$out/shelf.wav"
+    "$out/sweep.wav" "$out/shelf.wav"
 "$signal" measure "$out/shelf.wav"
-echo "editor: $out/editor.png"
+
+step "Programme-like material through the factory preset \"Subtle smile\", the editor drawn after it"
+"$signal" programme "$out/programme.wav" 6 2
+"$render" --quiet --preset "$build/factory/Presets/Factory/07 Subtle smile.fwi" \
+    --snapshot "$out/editor.png" "$out/programme.wav" "$out/smile.wav"
+"$signal" measure "$out/smile.wav"
+echo "editor: $out/editor.png (the curve over the spectrum the render left)"
 
 step "Files are in $out/"

@@ -178,6 +178,16 @@ void PlugEd::applyState(const cJSON* root, bool presetOnly) {
     effect->reloadUISettings();
 }
 
+void PlugEd::setAnalyserSource(int32_t s, int32_t source) {
+    s &= 1;
+    analyserSource[s] = source < 0 ? -1 : source;
+    analyserSourceName[s].clear();
+    const int32_t other = source < 0 ? 0 : source >> 8;
+    if (other <= 0) return;
+    const std::vector<std::string> names = InstanceRegistry::instance().instanceNames(effect);
+    if (other <= int32_t(names.size())) analyserSourceName[s] = names[size_t(other - 1)];
+}
+
 void PlugEd::applySource(const cJSON* settings, int32_t s) {
     const cJSON* number = member(settings, s == 0 ? "analyserSourceChn1" : "analyserSourceChn2");
     const cJSON* name = member(settings, s == 0 ? "analyserSourceInst1" : "analyserSourceInst2");

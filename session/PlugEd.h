@@ -207,6 +207,11 @@ public:
     // Source s (0 primary, 1 secondary): channel code, with the position of
     // another instance in bits 8 and up; the name of that instance or "".
     int32_t getAnalyserSource(int32_t s) const { return analyserSource[s & 1]; }
+    // Chooses source s: a channel code of this instance, or of the other
+    // instance at position k (from 1) with k in bits 8 and up; -1 none.
+    // The other instance's name is kept with it.
+    void setAnalyserSource(int32_t s, int32_t source);
+    void setAnalyserType(int32_t type) { analyserType = type; }
     const std::string& getAnalyserSourceName(int32_t s) const { return analyserSourceName[s & 1]; }
     const cJSON* getSubgraphSettings() const { return subgraphs; }
 

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <numbers>
 #include <functional>
 #include <thread>
 #include <vector>
@@ -12,6 +13,7 @@
 
 #include "TestHost.h"
 #include "gui/editor/AlertView.h"
+#include "gui/editor/EQGraph.h"
 #include "gui/editor/VGEditor.h"
 #include "gui/toolkit/CDIB.h"
 #include "gui/toolkit/HeadlessRender.h"
@@ -408,3 +410,34 @@ TEST(VGEditor, SnapshotDrawsTheWindowAtItsSize) {
 }
 
 }  // namespace
+
+TEST(VGEditor, TheGraphsAnalyserShowsAnotherInstancesSignalInItsOwnColour) {
+    Window w;
+    auto source = makePlug(2);
+    std::vector<float> left(16384), right(16384);
+    for (size_t n = 0; n < left.size(); ++n) left[n] = right[n] = float(0.5 * std::sin(2.0 * std::numbers::pi * 1000.0 * double(n) / 48000.0));
+    for (size_t at = 0; at < left.size(); at += 512) {
+        float* io[2] = {left.data() + at, right.data() + at};
+        source->processReplacing(io, io, 512);
+    }
+    w.ed.setAnalyserOn(true);
+    w.ed.setAnalyserSource(0, -1);
+    w.ed.setAnalyserSource(1, 1 << 8);  // the first other instance, its first channel
+    EXPECT_FALSE(w.ed.getAnalyserSourceName(1).empty());
+    w.editor.refreshGraph();
+    EQGraph* graph = w.editor.getGraph();
+    ASSERT_NE(graph, nullptr);
+    graph->renderFrame();
+    // Low in the plot: the other instance's fill (green at full) at the
+    // tone, nothing an octave below.
+    auto near = [&](double hz) {
+        bool found = false;
+        for (int32_t dx = -2; dx <= 2; ++dx) {
+            const CColor c = graph->sceneBitmap()->getPixel(int32_t(graph->xOf(hz)) + dx, graph->plotHeight() - 20);
+            found = found || (c.green > 150 && c.red < 80);
+        }
+        return found;
+    };
+    EXPECT_TRUE(near(1000.0));
+    EXPECT_FALSE(near(300.0));
+}
