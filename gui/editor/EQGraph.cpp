@@ -515,23 +515,29 @@ void EQGraph::drawBandsAndTotals() {
 
 void EQGraph::drawPolyline(VSTGUI::CDIB& dib, const double* y, double back, double lineWidth, const Rgb& colour,
                            double alpha) {
-    // Segment x joins (x - back, y[x - 1]) and (x - back + 1, y[x]). Level
-    // runs are one line: the same area, measured once.
-    constexpr double kLevel = 1e-3;
+    // The points are (k + 1 - back, y[k]). Stretches that stay within a
+    // twentieth of a pixel of a straight line are drawn as that line: the
+    // same picture with a fraction of the segments (curves are straight or
+    // level over most of the width).
+    constexpr double kTolerance = 0.05;
+    constexpr int32_t kLongest = 96;
     const int32_t w = plotW;
-    int32_t runStart = -1;
-    for (int32_t x = 1; x <= w; ++x) {
-        const bool level = x < w && std::fabs(y[x] - y[x - 1]) < kLevel &&
-                           (runStart < 0 || std::fabs(y[x] - y[runStart]) < kLevel);
-        if (level) {
-            if (runStart < 0) runStart = x - 1;
-            continue;
+    auto at = [&](int32_t k) { return k + 1.0 - back; };
+    int32_t start = 0;
+    while (start < w - 1) {
+        // Slopes from the start that keep every point passed within the tolerance.
+        double low = -1e300, high = 1e300;
+        int32_t end = start + 1;
+        for (int32_t k = start + 1; k < w && k - start <= kLongest; ++k) {
+            const double run = double(k - start);
+            const double slope = (y[k] - y[start]) / run;
+            if (!(slope >= low && slope <= high)) break;
+            end = k;
+            low = std::max(low, (y[k] - y[start] - kTolerance) / run);
+            high = std::min(high, (y[k] - y[start] + kTolerance) / run);
         }
-        if (runStart >= 0) {
-            hline(dib, y[runStart], runStart + 1 - back, x - back, lineWidth, colour, alpha);
-            runStart = -1;
-        }
-        if (x < w) line(dib, x - back, y[x - 1], x - back + 1.0, y[x], lineWidth, colour, alpha);
+        line(dib, at(start), y[start], at(end), y[end], lineWidth, colour, alpha);
+        start = end;
     }
 }
 

@@ -256,38 +256,47 @@ void fillColumns(CDIB& dib, int x0, int x1, const float* from, const float* to, 
     x0 = std::max(x0, 0);
     x1 = std::min(x1, dib.width());
     if (x0 >= x1) return;
-    const Paint paint = makePaint(red, green, blue, alpha);
-    float top = 3e38f, bottom = -3e38f;
     for (int x = x0; x < x1; ++x) {
         if (!std::isfinite(from[x]) || !std::isfinite(to[x])) return;
-        top = std::min(top, std::min(from[x], to[x]));
-        bottom = std::max(bottom, std::max(from[x], to[x]));
     }
-    const int r0 = floorIn(top, 0, dib.height());
-    const int r1 = ceilIn(bottom, 0, dib.height());
-    // Along each row the whole pixels come in runs, blended with one
-    // weight; the partly covered pixels at their ends one by one.
+    const Paint paint = makePaint(red, green, blue, alpha);
     const int full = weightOf(1.0, paint.alpha);
-    for (int y = r0; y < r1; ++y) {
-        uint8_t* row = dib.row(y);
-        const float rowTop = float(y), rowBottom = float(y + 1);
-        int run = -1;
-        for (int x = x0; x < x1; ++x) {
-            const float lo = std::min(from[x], to[x]), hi = std::max(from[x], to[x]);
-            if (lo <= rowTop && hi >= rowBottom) {
-                if (run < 0) run = x;
-                continue;
-            }
-            if (run >= 0) {
-                blendSpan(row, run, x, paint, full);
-                run = -1;
-            }
-            if (hi > rowTop && lo < rowBottom) {
-                const int weight = weightOf(double(std::min(hi, rowBottom) - std::max(lo, rowTop)), paint.alpha);
-                if (weight > 0) blendPixel(row + 4 * x, paint, weight);
-            }
+    // The columns go in chunks, each with the rows it reaches, so a row
+    // looks only at the chunks that reach it: curves are tall in a few
+    // places and flat elsewhere.
+    constexpr int kChunk = 16;
+    for (int c0 = x0; c0 < x1; c0 += kChunk) {
+        const int c1 = std::min(c0 + kChunk, x1);
+        float top = from[c0], bottom = from[c0];
+        for (int x = c0; x < c1; ++x) {
+            top = std::min(top, std::min(from[x], to[x]));
+            bottom = std::max(bottom, std::max(from[x], to[x]));
         }
-        if (run >= 0) blendSpan(row, run, x1, paint, full);
+        const int r0 = floorIn(top, 0, dib.height());
+        const int r1 = ceilIn(bottom, 0, dib.height());
+        // Along each row the whole pixels come in runs, blended with one
+        // weight; the partly covered pixels at their ends one by one.
+        for (int y = r0; y < r1; ++y) {
+            uint8_t* row = dib.row(y);
+            const float rowTop = float(y), rowBottom = float(y + 1);
+            int run = -1;
+            for (int x = c0; x < c1; ++x) {
+                const float lo = std::min(from[x], to[x]), hi = std::max(from[x], to[x]);
+                if (lo <= rowTop && hi >= rowBottom) {
+                    if (run < 0) run = x;
+                    continue;
+                }
+                if (run >= 0) {
+                    blendSpan(row, run, x, paint, full);
+                    run = -1;
+                }
+                if (hi > rowTop && lo < rowBottom) {
+                    const int weight = weightOf(double(std::min(hi, rowBottom) - std::max(lo, rowTop)), paint.alpha);
+                    if (weight > 0) blendPixel(row + 4 * x, paint, weight);
+                }
+            }
+            if (run >= 0) blendSpan(row, run, c1, paint, full);
+        }
     }
     dib.dirty = true;
 }
