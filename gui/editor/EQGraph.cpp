@@ -158,7 +158,32 @@ void EQGraph::changed(bool background) {
     invalid();
 }
 
+namespace {
+
+bool sameBand(const GraphBand& a, const GraphBand& b) {
+    return a.state == b.state && a.type == b.type && a.groups == b.groups && a.frequency == b.frequency &&
+           a.gain == b.gain && a.parallel == b.parallel && a.sections.count == b.sections.count &&
+           std::memcmp(a.sections.section, b.sections.section, sizeof a.sections.section) == 0;
+}
+
+bool sameScene(const GraphScene& a, const GraphScene& b) {
+    if (a.scale != b.scale || a.sampleRate != b.sampleRate || a.listenBand != b.listenBand ||
+        a.listenGainShown != b.listenGainShown || a.popup.band != b.popup.band ||
+        a.popup.controls != b.popup.controls || a.popup.locked != b.popup.locked ||
+        std::memcmp(a.popup.text, b.popup.text, sizeof a.popup.text) != 0) {
+        return false;
+    }
+    for (size_t i = 0; i < a.bands.size(); ++i) {
+        if (!sameBand(a.bands[i], b.bands[i])) return false;
+    }
+    return true;
+}
+
+}  // namespace
+
 void EQGraph::setScene(const GraphScene& next) {
+    // Refreshes hand the scene over whether or not it changed.
+    if (sameScene(next, scene)) return;
     const double previousNyquist = nyquist;
     scene = next;
     nyquist = std::max(0.5 * double(scene.sampleRate), 2.0 * kLowestFrequency);
