@@ -33,6 +33,26 @@ float signedArea2(const float* xy, int32_t count) {
 
 }  // namespace
 
+// Contexts are made per paint (a frame makes one for every redraw), so
+// storage kept in a context would be grown afresh every frame. Kept per
+// thread instead, it grows during the first frames and is reused from
+// then on, and repeated drawing allocates nothing. Every drawing call is
+// done with it before it returns and calls no view, so the contexts of one
+// thread (an off-screen one inside a paint, say) never use it at the same
+// time; a renderer drawing on another thread has its own.
+struct CDrawContext::Scratch {
+    CoverageRasterizer rasterizer;
+    std::vector<float> path;   // the caller's points in device coordinates
+    std::vector<float> dash;   // the dash being collected
+    std::vector<float> shape;  // a capped copy of a path, an ellipse's polygon
+    std::vector<PlacedGlyph> glyphs;
+};
+
+CDrawContext::Scratch& CDrawContext::scratch() {
+    thread_local Scratch storage;
+    return storage;
+}
+
 // ---- Blending ----
 
 void CDrawContext::blendBGRA(uint8_t* p, uint8_t blue, uint8_t green, uint8_t red, uint32_t a) {
@@ -127,6 +147,7 @@ void CDrawContext::blendDevicePixel(int32_t x, int32_t y, const CColor& c, float
 void CDrawContext::fillCollected(const CColor& c) {
     int32_t x0, y0, x1, y1;
     deviceClip(x0, y0, x1, y1);
+    CoverageRasterizer& rasterizer = scratch().rasterizer;
     if (c.alpha == 0) {
         rasterizer.clear();
         return;
@@ -210,6 +231,7 @@ void CDrawContext::toDevicePath(const CPoint* points, int32_t count, bool centre
 // with the same orientation so that their overlaps count once.
 void CDrawContext::strokeSolid(const float* xy, int32_t count, bool closed, float h) {
     if (count < 2) return;
+    CoverageRasterizer& rasterizer = scratch().rasterizer;
     const int32_t segments = closed ? count : count - 1;
     float quad[8];
     for (int32_t i = 0; i < segments; ++i) {
@@ -264,27 +286,28 @@ void CDrawContext::strokeSolid(const float* xy, int32_t count, bool closed, floa
 void CDrawContext::strokeDevicePath(const float* xy, int32_t count, bool closed, bool caps) {
     const float h = 0.5f * lineWidth;
     if (count <= 0) return;
+    Scratch& s = scratch();
     if (count == 1 || (count == 2 && closed)) closed = false;
     if (count == 1) {
         // A line of no length: a square dot when capped.
         if (!caps) return;
         const float dot[8] = {xy[0] - h, xy[1] - h, xy[0] + h, xy[1] - h, xy[0] + h, xy[1] + h, xy[0] - h, xy[1] + h};
-        rasterizer.addPolygon(dot, 4);
+        s.rasterizer.addPolygon(dot, 4);
         return;
     }
     const float* path = xy;
     if (caps && !closed) {
-        shapeScratch.assign(xy, xy + 2 * count);
+        s.shape.assign(xy, xy + 2 * count);
         const auto extend = [&](int32_t end, int32_t inner) {
-            float dx = shapeScratch[2 * end] - shapeScratch[2 * inner];
-            float dy = shapeScratch[2 * end + 1] - shapeScratch[2 * inner + 1];
+            float dx = s.shape[2 * end] - s.shape[2 * inner];
+            float dy = s.shape[2 * end + 1] - s.shape[2 * inner + 1];
             const float len = std::hypot(dx, dy);
-            shapeScratch[2 * end] += dx / len * h;
-            shapeScratch[2 * end + 1] += dy / len * h;
+            s.shape[2 * end] += dx / len * h;
+            s.shape[2 * end + 1] += dy / len * h;
         };
         extend(0, 1);
         extend(count - 1, count - 2);
-        path = shapeScratch.data();
+        path = s.shape.data();
     }
     if (lineStyle != kLineOnOffDash) {
         strokeSolid(path, count, closed, h);
@@ -302,10 +325,11 @@ void CDrawContext::strokeDevicePath(const float* xy, int32_t count, bool closed,
     const float bx0 = static_cast<float>(cx0) - margin, by0 = static_cast<float>(cy0) - margin;
     const float bx1 = static_cast<float>(cx1) + margin, by1 = static_cast<float>(cy1) + margin;
     float pos = 0;  // distance into the current period
-    dashScratch.clear();
+    std::vector<float>& dash = s.dash;
+    dash.clear();
     const auto flush = [&] {
-        if (dashScratch.size() >= 4) strokeSolid(dashScratch.data(), static_cast<int32_t>(dashScratch.size() / 2), false, h);
-        dashScratch.clear();
+        if (dash.size() >= 4) strokeSolid(dash.data(), static_cast<int32_t>(dash.size() / 2), false, h);
+        dash.clear();
     };
     const int32_t segments = closed ? count : count - 1;
     for (int32_t i = 0; i < segments; ++i) {
@@ -343,12 +367,12 @@ void CDrawContext::strokeDevicePath(const float* xy, int32_t count, bool closed,
             const float boundary = inDash ? on : period;
             const float step = std::min(boundary - pos, end - t);
             if (inDash) {
-                if (dashScratch.empty()) {
-                    dashScratch.push_back(px + dx * (t / len));
-                    dashScratch.push_back(py + dy * (t / len));
+                if (dash.empty()) {
+                    dash.push_back(px + dx * (t / len));
+                    dash.push_back(py + dy * (t / len));
                 }
-                dashScratch.push_back(px + dx * ((t + step) / len));
-                dashScratch.push_back(py + dy * ((t + step) / len));
+                dash.push_back(px + dx * ((t + step) / len));
+                dash.push_back(py + dy * ((t + step) / len));
             }
             t += step;
             pos += step;
@@ -367,8 +391,9 @@ void CDrawContext::strokeDevicePath(const float* xy, int32_t count, bool closed,
 
 void CDrawContext::addEllipse(float cx, float cy, float rx, float ry, bool reversed) {
     if (rx <= 0 || ry <= 0) return;
-    const int32_t n = ellipsePath(cx, cy, rx, ry, shapeScratch);
-    rasterizer.addPolygon(shapeScratch.data(), n, reversed);
+    Scratch& s = scratch();
+    const int32_t n = ellipsePath(cx, cy, rx, ry, s.shape);
+    s.rasterizer.addPolygon(s.shape.data(), n, reversed);
 }
 
 // The polygon standing for an ellipse, close enough to be smooth.
@@ -400,8 +425,9 @@ void CDrawContext::drawLine(const CPoint& from, const CPoint& to) {
 
 void CDrawContext::drawPolyline(const CPoint* points, int32_t count) {
     if (!points || count <= 0) return;
-    toDevicePath(points, count, true, pathScratch);
-    strokeDevicePath(pathScratch.data(), static_cast<int32_t>(pathScratch.size() / 2), false, true);
+    std::vector<float>& path = scratch().path;
+    toDevicePath(points, count, true, path);
+    strokeDevicePath(path.data(), static_cast<int32_t>(path.size() / 2), false, true);
     fillCollected(frameColor);
 }
 
@@ -436,14 +462,15 @@ void CDrawContext::drawRect(const CRect& rect, CDrawStyle style) {
 
 void CDrawContext::drawPolygon(const CPoint* points, int32_t count, CDrawStyle style) {
     if (!points || count <= 0) return;
+    Scratch& s = scratch();
     if (style != kDrawStroked) {
-        toDevicePath(points, count, false, pathScratch);
-        rasterizer.addPolygon(pathScratch.data(), static_cast<int32_t>(pathScratch.size() / 2));
+        toDevicePath(points, count, false, s.path);
+        s.rasterizer.addPolygon(s.path.data(), static_cast<int32_t>(s.path.size() / 2));
         fillCollected(fillColor);
     }
     if (style != kDrawFilled) {
-        toDevicePath(points, count, true, pathScratch);
-        strokeDevicePath(pathScratch.data(), static_cast<int32_t>(pathScratch.size() / 2), true, true);
+        toDevicePath(points, count, true, s.path);
+        strokeDevicePath(s.path.data(), static_cast<int32_t>(s.path.size() / 2), true, true);
         fillCollected(frameColor);
     }
 }
@@ -468,8 +495,9 @@ void CDrawContext::drawEllipse(const CRect& rect, CDrawStyle style) {
         addEllipse(cx, cy, rx, ry, false);
     } else if (lineStyle == kLineOnOffDash) {
         const float h = 0.5f * w;
-        const int32_t n = ellipsePath(cx, cy, std::max(rx - h, 0.01f), std::max(ry - h, 0.01f), pathScratch);
-        strokeDevicePath(pathScratch.data(), n, true, false);
+        std::vector<float>& path = scratch().path;
+        const int32_t n = ellipsePath(cx, cy, std::max(rx - h, 0.01f), std::max(ry - h, 0.01f), path);
+        strokeDevicePath(path.data(), n, true, false);
     } else {
         // A ring: the outer ellipse and the inner one wound the other way.
         addEllipse(cx, cy, rx, ry, false);
@@ -493,7 +521,7 @@ CCoord CDrawContext::getStringWidth(const char* utf8) const {
 void CDrawContext::drawStringAt(const char* utf8, const CPoint& origin) {
     FontCache& cache = FontCache::instance();
     const FontFace* face = cache.face(currentFont()->getName());
-    const CCoord width = cache.layout(face, currentFontSize(), utf8, glyphScratch);
+    const CCoord width = cache.layout(face, currentFontSize(), utf8, scratch().glyphs);
     const auto baseline = static_cast<int32_t>(std::floor(clampFar(origin.y + offset.y) + 0.5f));
     drawGlyphRun(clampFar(origin.x + offset.x), baseline, width);
 }
@@ -502,7 +530,7 @@ void CDrawContext::drawString(const char* utf8, const CRect& rect, CHoriTxtAlign
     FontCache& cache = FontCache::instance();
     const FontFace* face = cache.face(currentFont()->getName());
     const CCoord size = currentFontSize();
-    const CCoord width = cache.layout(face, size, utf8, glyphScratch);
+    const CCoord width = cache.layout(face, size, utf8, scratch().glyphs);
     const CFontMetrics m = FontCache::metrics(face, size);
     float x = rect.left;
     if (align == kCenterText) x = rect.left + 0.5f * (rect.width() - width);
@@ -513,9 +541,10 @@ void CDrawContext::drawString(const char* utf8, const CRect& rect, CHoriTxtAlign
                  static_cast<int32_t>(std::floor(clampFar(baseline + offset.y) + 0.5f)), width);
 }
 
-// Draws the glyphs laid out in glyphScratch from a device pen position.
+// Draws the glyphs just laid out in the scratch from a device pen position.
 void CDrawContext::drawGlyphRun(float penX, int32_t baseline, CCoord width) {
-    if (fontColor.alpha == 0 || glyphScratch.empty()) return;
+    const std::vector<PlacedGlyph>& glyphs = scratch().glyphs;
+    if (fontColor.alpha == 0 || glyphs.empty()) return;
     FontCache& cache = FontCache::instance();
     CFontDesc* f = currentFont();
     const FontFace* face = cache.face(f->getName());
@@ -528,7 +557,7 @@ void CDrawContext::drawGlyphRun(float penX, int32_t baseline, CCoord width) {
     deviceClip(cx0, cy0, cx1, cy1);
     constexpr int32_t phases = FontCache::kSubpixelPhases;
     const CColor c = fontColor;
-    for (const PlacedGlyph& g : glyphScratch) {
+    for (const PlacedGlyph& g : glyphs) {
         const auto q = static_cast<int64_t>(std::floor((penX + g.x) * phases + 0.5f));
         const int64_t whole = q >= 0 ? q / phases : -((-q + phases - 1) / phases);
         const auto phase = static_cast<int32_t>(q - whole * phases);

@@ -41,6 +41,7 @@
 // i.e. straight-alpha source-over. On an opaque destination this is simply
 // round(src a + dst (1 - a)) with alpha 255; a = 1 replaces the pixel.
 
+#include <cassert>
 #include <cstdint>
 #include <vector>
 
@@ -144,12 +145,10 @@ private:
     CPoint penPosition;
     int32_t fontStyleOverride = -1;
 
-    // Scratch kept between calls so that drawing allocates nothing once warm.
-    CoverageRasterizer rasterizer;
-    std::vector<float> pathScratch;
-    std::vector<float> dashScratch;
-    std::vector<float> shapeScratch;
-    std::vector<PlacedGlyph> glyphScratch;
+    // The drawing calls' working storage: the calling thread's, shared by
+    // all its contexts (see CDrawContext.cpp).
+    struct Scratch;
+    static Scratch& scratch();
 
     CFontDesc* currentFont() const;
     CCoord currentFontSize() const;
@@ -163,6 +162,15 @@ private:
     void addEllipse(float cx, float cy, float rx, float ry, bool reversed);
     static int32_t ellipsePath(float cx, float cy, float rx, float ry, std::vector<float>& out);
     void drawGlyphRun(float penX, int32_t baseline, CCoord width);
+};
+
+// A context for one paint, made on the stack instead of with new, so that
+// code which needs a fresh context every frame allocates nothing for it.
+// Whatever draws through it must not keep a reference past the paint.
+class CLocalDrawContext final : public CDrawContext {
+public:
+    explicit CLocalDrawContext(CDIB* target) : CDrawContext(target) {}
+    ~CLocalDrawContext() override { assert(getNbReference() == 1 && "a drawing context outlived its paint"); }
 };
 
 // A context that owns its target bitmap: for drawing a view off screen and

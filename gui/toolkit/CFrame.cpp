@@ -145,9 +145,9 @@ void CFrame::drawRect(CDrawContext* context, const CRect& updateRect) {
 
 void CFrame::drawInto(CDIB* target) {
     if (!target) return;
-    auto* context = new CDrawContext(target);
-    drawRect(context, size);
-    context->forget();
+    // On the stack: a frame drawn over and over allocates nothing here.
+    CLocalDrawContext context(target);
+    drawRect(&context, size);
     invalidArea = CRect();
 }
 

@@ -112,6 +112,13 @@ void CTextLabel::setText(const char* t) {
     setDirty();
 }
 
+// The text itself rather than getDisplayText's copy of it, which would
+// allocate on every redraw of a text too long to be stored inline.
+void CTextLabel::draw(CDrawContext* context) {
+    drawText(context, text.c_str());
+    setDirty(false);
+}
+
 bool CTextLabel::isTypeOf(const char* className) const {
     return std::strcmp(className, "CTextLabel") == 0 || CParamDisplay::isTypeOf(className);
 }

@@ -74,7 +74,9 @@ public:
     CTextLabel(const CRect& size, const char* text = "", CBitmap* background = nullptr, int32_t style = 0);
     void setText(const char* text);
     const std::string& getText() const { return text; }
-    std::string getDisplayText() const override { return text; }
+    // Final: draw() shows `text` itself, so the two must not differ.
+    std::string getDisplayText() const final { return text; }
+    void draw(CDrawContext* context) override;
 
     const char* getClassName() const override { return "CTextLabel"; }
     bool isTypeOf(const char* className) const override;

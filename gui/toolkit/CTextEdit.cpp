@@ -45,6 +45,12 @@ void CTextEdit::commit(const std::string& newText) {
     valueChanged();
 }
 
+// The text itself, not a copy, as a label draws it: no allocation per redraw.
+void CTextEdit::draw(CDrawContext* context) {
+    drawText(context, text.c_str());
+    setDirty(false);
+}
+
 CMouseEventResult CTextEdit::onMouseDown(CPoint& where, const int32_t& buttons) {
     (void)where;
     if (!(buttons & kLButton)) return kMouseEventNotHandled;

@@ -16,7 +16,9 @@ public:
 
     void setText(const char* text);
     const std::string& getText() const { return text; }
-    std::string getDisplayText() const override { return text; }
+    // Final: draw() shows `text` itself, so the two must not differ.
+    std::string getDisplayText() const final { return text; }
+    void draw(CDrawContext* context) override;
 
     // Opens the inline entry and waits for it; true when the text was
     // committed (changed or not).

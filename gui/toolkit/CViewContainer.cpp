@@ -94,13 +94,11 @@ void CViewContainer::drawRect(CDrawContext* context, const CRect& updateRect) {
     const CRect local = CRect(area).offset(-size.left, -size.top);
 
     if (offscreenDrawing) {
-        auto* offscreen = new COffscreenContext(static_cast<int32_t>(size.width() + 0.5f),
-                                                static_cast<int32_t>(size.height() + 0.5f));
-        offscreen->setClipRect(local);
-        drawBackgroundRect(offscreen, local);
-        drawChildren(offscreen, local);
-        offscreen->copyTo(context, area, local.topLeft());
-        offscreen->forget();
+        CLocalDrawContext offscreen(offscreenBitmap());
+        offscreen.setClipRect(local);
+        drawBackgroundRect(&offscreen, local);
+        drawChildren(&offscreen, local);
+        offscreen.getTarget()->draw(context, area, local.topLeft());
     } else {
         const CRect savedClip = context->getClipRect();
         const CPoint savedOffset = context->getOffset();
@@ -112,6 +110,21 @@ void CViewContainer::drawRect(CDrawContext* context, const CRect& updateRect) {
         context->setClipRect(savedClip);
     }
     setDirty(false);
+}
+
+// The bitmap is kept from one draw to the next while the size stays the
+// same: a container drawn every frame then allocates nothing. Each draw
+// starts from a bitmap all transparent, as a new one is.
+CDIB* CViewContainer::offscreenBitmap() {
+    const auto width = std::max(1, static_cast<int32_t>(size.width() + 0.5f));
+    const auto height = std::max(1, static_cast<int32_t>(size.height() + 0.5f));
+    CDIB* kept = offscreenTarget.get();
+    if (kept && kept->width() == width && kept->height() == height) {
+        kept->fill(kTransparentCColor);
+        return kept;
+    }
+    offscreenTarget = SharedPointer<CDIB>::adopt(new CDIB(width, height));
+    return offscreenTarget.get();
 }
 
 void CViewContainer::drawChildren(CDrawContext* context, const CRect& update) {

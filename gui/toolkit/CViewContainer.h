@@ -32,8 +32,12 @@ public:
     // rectangle in the container's own coordinates.
     virtual void drawBackgroundRect(CDrawContext* context, const CRect& rect);
 
-    // Drawing through an off-screen bitmap, on or off.
-    void setOffscreenDrawing(bool state) { offscreenDrawing = state; }
+    // Drawing through an off-screen bitmap, on or off. The bitmap is kept
+    // between draws while drawing through it stays on.
+    void setOffscreenDrawing(bool state) {
+        offscreenDrawing = state;
+        if (!state) offscreenTarget = SharedPointer<CDIB>();
+    }
     bool getOffscreenDrawing() const { return offscreenDrawing; }
 
     void draw(CDrawContext* context) override;
@@ -65,12 +69,15 @@ protected:
     // Draws the children meeting `update` (own coordinates) with the
     // context already moved to this container's origin.
     void drawChildren(CDrawContext* context, const CRect& update);
+    // The cleared bitmap to draw into off screen, the size of the container.
+    CDIB* offscreenBitmap();
 
     std::vector<CView*> children;
     CView* mouseDownView = nullptr;
     CView* mouseOverView = nullptr;  // the child that last got onMouseEntered
     CColor backgroundColor = kBlackCColor;
     bool offscreenDrawing = false;
+    SharedPointer<CDIB> offscreenTarget;
 };
 
 }  // namespace VSTGUI

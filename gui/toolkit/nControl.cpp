@@ -31,9 +31,8 @@ void nControl::swapBuffers() {
 void nControl::draw(CDrawContext* context) {
     if (buffersStale || isDirty()) {
         back->fill(kTransparentCColor);
-        auto* bufferContext = new CDrawContext(back);
-        paint(bufferContext);
-        bufferContext->forget();
+        CLocalDrawContext bufferContext(back);  // on the stack: a redraw allocates nothing
+        paint(&bufferContext);
         swapBuffers();
         buffersStale = false;
     }
