@@ -167,16 +167,20 @@ void X11Frame::invalidRect(const CRect& rect) {
 void X11Frame::paintPending() {
     if (gone || dirty.empty() || connection->isBroken()) return;
     std::weak_ptr<int> alive = lifeToken;
-    std::vector<PixelArea> areas;
-    areas.swap(dirty);
+    // The areas move to a list kept between paints, so a repaint allocates
+    // nothing; areas marked during the paint go to the emptied dirty list.
+    painting.clear();
+    painting.swap(dirty);
+    const std::vector<PixelArea>& areas = painting;
     surface.beginDrawing();
     for (const PixelArea& area : areas) {
-        auto* context = new CDrawContext(surface.dib());
         const CRect rect(static_cast<CCoord>(area.x0), static_cast<CCoord>(area.y0), static_cast<CCoord>(area.x1),
                          static_cast<CCoord>(area.y1));
-        context->setClipRect(rect);
-        callback->platformDrawRect(context, rect);
-        context->forget();
+        {
+            CLocalDrawContext context(surface.dib());
+            context.setClipRect(rect);
+            callback->platformDrawRect(&context, rect);
+        }
         if (alive.expired() || gone) return;
     }
     for (const PixelArea& area : areas) {

@@ -91,6 +91,7 @@ private:
     bool topLevel = false;
     bool gone = false;
     std::vector<PixelArea> dirty;
+    std::vector<PixelArea> painting;  // the areas of the paint under way
 
     CCursorType cursorType = kCursorDefault;
     bool cursorHidden = false;
