@@ -268,16 +268,27 @@ void fillColumns(CDIB& dib, int x0, int x1, const float* from, const float* to, 
     for (int c0 = x0; c0 < x1; c0 += kChunk) {
         const int c1 = std::min(c0 + kChunk, x1);
         float top = from[c0], bottom = from[c0];
+        // Rows every column of the chunk covers whole: one span each.
+        float wholeTop = -3e38f, wholeBottom = 3e38f;
         for (int x = c0; x < c1; ++x) {
-            top = std::min(top, std::min(from[x], to[x]));
-            bottom = std::max(bottom, std::max(from[x], to[x]));
+            const float lo = std::min(from[x], to[x]), hi = std::max(from[x], to[x]);
+            top = std::min(top, lo);
+            bottom = std::max(bottom, hi);
+            wholeTop = std::max(wholeTop, std::ceil(lo));
+            wholeBottom = std::min(wholeBottom, std::floor(hi));
         }
         const int r0 = floorIn(top, 0, dib.height());
         const int r1 = ceilIn(bottom, 0, dib.height());
+        const int w0 = std::max(r0, floorIn(wholeTop, 0, dib.height()));
+        const int w1 = std::min(r1, floorIn(wholeBottom, 0, dib.height()));
         // Along each row the whole pixels come in runs, blended with one
         // weight; the partly covered pixels at their ends one by one.
         for (int y = r0; y < r1; ++y) {
             uint8_t* row = dib.row(y);
+            if (y >= w0 && y < w1) {
+                blendSpan(row, c0, c1, paint, full);
+                continue;
+            }
             const float rowTop = float(y), rowBottom = float(y + 1);
             int run = -1;
             for (int x = c0; x < c1; ++x) {
