@@ -6,6 +6,8 @@
 #include <cstdio>
 #include <map>
 
+#include <cjson/cJSON.h>
+
 #include "core/ParamTable.h"
 #include "core/Plug.h"
 #include "gui/editor/AlertView.h"
@@ -121,6 +123,7 @@ bool VGEditor::open(uintptr_t parent) {
     registry.collect(frame);
     layoutEditor();
     pushAllValues();
+    restoreGraphZoom();
     frame->setScale(scaleFactor);
     return parent == 0 || frame->open(parent);
 }
@@ -811,6 +814,20 @@ void VGEditor::editorTimer() {
     for (int32_t c = 0; c < effect.getChannelCount(); ++c)
         registry.setValueOfTag(kGUIChannel1Meter + c, static_cast<float>(effect.getLevelMeter(c)));
     if (effect.getClip() && registry.valueOfTag(kGUIClip) <= 0.5f) updateControl(kGUIClip, 1.0f);
+}
+
+void VGEditor::restoreGraphZoom() {
+    EQGraph* graph = getGraph();
+    if (!graph) return;
+    // The zoom the graph was left at, kept with the editor's state; the
+    // whole range when there is none.
+    gatherGraphScene(effect, graphScene);
+    graph->setScene(graphScene);  // the sample rate sets the top of the range
+    const cJSON* zoom = cJSON_GetObjectItemCaseSensitive(ed.getSubgraphSettings(), "EQGraph");
+    const cJSON* low = cJSON_GetObjectItemCaseSensitive(zoom, "minf");
+    const cJSON* high = cJSON_GetObjectItemCaseSensitive(zoom, "maxf");
+    graph->setFrequencyRange(cJSON_IsNumber(low) ? low->valuedouble : 10.0,
+                             cJSON_IsNumber(high) ? high->valuedouble : graph->getNyquist());
 }
 
 EQGraph* VGEditor::getGraph() const {

@@ -168,6 +168,7 @@ private:
     bool compensate(int32_t tag, float value);
     void runFileAction(int32_t tag);
     void programChanged();
+    void restoreGraphZoom();
 
     PlugEd& ed;
     Plug& effect;

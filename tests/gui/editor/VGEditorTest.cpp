@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cjson/cJSON.h>
+
 #include <cmath>
 #include <numbers>
 #include <functional>
@@ -440,4 +442,26 @@ TEST(VGEditor, TheGraphsAnalyserShowsAnotherInstancesSignalInItsOwnColour) {
     };
     EXPECT_TRUE(near(1000.0));
     EXPECT_FALSE(near(300.0));
+}
+
+TEST(VGEditor, TheGraphOpensAtTheZoomKeptWithTheEditorsState) {
+    struct Row {
+        const char* settings;
+        double low, high;
+    } rows[] = {
+        {R"({"settings": {"subgraphs": {"EQGraph": {"minf": 100, "maxf": 1000}}}})", 100, 1000},
+        {R"({"settings": {"subgraphs": {"EQGraph": {"minf": 1, "maxf": 90000}}}})", 10, 24000},
+        {R"({"settings": {"subgraphs": {}}})", 10, 24000},
+    };
+    for (const Row& row : rows) {
+        Window w;
+        cJSON* root = cJSON_Parse(row.settings);
+        w.ed.applyEditorState(root, false);
+        cJSON_Delete(root);
+        w.editor.open(0);
+        EQGraph* graph = w.editor.getGraph();
+        ASSERT_NE(graph, nullptr);
+        EXPECT_NEAR(graph->getMinFrequency(), row.low, 1e-9) << row.settings;
+        EXPECT_NEAR(graph->getMaxFrequency(), row.high, 1e-9) << row.settings;
+    }
 }
