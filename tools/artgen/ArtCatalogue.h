@@ -110,8 +110,11 @@ constexpr const ImageFacts* findImage(int32_t id) {
 // Each strip's image is exactly as large as its cells need.
 static_assert([] {
     for (const GlyphStripFacts& s : kGlyphStrips) {
-        const ImageFacts* f = findImage(s.id);
-        if (!f || f->width != s.stripWidth() || f->height != s.cellHeight) return false;
+        int matches = 0;
+        for (const ImageFacts& f : kImages) {
+            if (f.id == s.id && f.width == s.stripWidth() && f.height == s.cellHeight) ++matches;
+        }
+        if (matches != 1) return false;
     }
     return true;
 }());
