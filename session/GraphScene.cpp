@@ -31,6 +31,7 @@ GraphBand GraphScene::makeBand(int32_t state, int32_t type, int32_t groups, cons
     band.type = type;
     band.groups = groups;
     band.frequency = shape.frequency;
+    band.rowFrequency = shape.frequency;
     band.gain = rowGain;
     band.parallel = parallel;
     band.shape = shape;
@@ -94,6 +95,8 @@ void gatherGraphScene(Plug& effect, GraphScene& scene, int32_t popupBand) {
         band.type = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldType))));
         band.groups = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldGroups))));
         band.gain = effect.getRealValue(bandParam(b, kFieldGain));
+        band.rowFrequency = effect.getRealValue(bandParam(b, kFieldFrequency));
+        for (int32_t f = 0; f < kNumBandFields; ++f) band.norm[f] = effect.getParameter(bandParam(b, f));
         const BandShape shape = effect.graphShape(b, &band.parallel);
         band.frequency = shape.frequency;
         if (!sameShape(shape, band.shape) || band.sections.count == 0) {

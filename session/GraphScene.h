@@ -23,6 +23,8 @@ struct GraphBand {
     double frequency = 1000.0;  // where it runs, Hz (shift and pitch applied)
     double gain = 0.0;    // the row's gain in dB, before Scale
     bool parallel = false;  // summed in the parallel branch instead of cascaded
+    double rowFrequency = 1000.0;  // the row's own frequency, Hz (before shift and pitch)
+    float norm[kNumBandFields] = {};  // the band's rows, normalised, in field order
     BandShape shape;        // what the prototype was designed from
     SectionSet sections{{kIdentitySection}, 1};  // its prototype, drawn whatever its state
 

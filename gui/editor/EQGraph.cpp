@@ -172,6 +172,7 @@ namespace {
 bool sameBand(const GraphBand& a, const GraphBand& b) {
     return a.state == b.state && a.type == b.type && a.groups == b.groups && a.frequency == b.frequency &&
            a.gain == b.gain && a.parallel == b.parallel && a.sections.count == b.sections.count &&
+           std::memcmp(a.norm, b.norm, sizeof a.norm) == 0 &&
            std::memcmp(a.sections.section, b.sections.section, sizeof a.sections.section) == 0;
 }
 
