@@ -241,6 +241,9 @@ public:
     bool isAutoListening() const { return autoListenBand.load() != -1; }
     int32_t getAutoListenBand() const { return autoListenBand.load(); }
     int32_t getAutoListenGainMode() const { return listenGainMode; }
+    // "AutoListen Q" (0 the band's own Q, else a fixed one) and "AutoListen Ignores Q".
+    int32_t getAutoListenQMode() const { return listenQMode; }
+    bool getAutoListenIgnoresQ() const { return listenIgnoresQ != 0; }
     // Editor thread: the live controls of a band (BandControl bits: gain,
     // frequency, Q, the extra control, slope) for its type and subtype; the
     // extra control's name goes to label (kParamTextSize bytes) when it has

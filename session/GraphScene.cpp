@@ -65,6 +65,10 @@ void gatherPopup(Plug& effect, int32_t b, GraphPopupText& popup) {
         ++count;
     }
     const char* name = (first >= 0 && first < names) ? groupNames[first].c_str() : "-";
+    popup.groupCount = std::clamp(names, 0, 8);
+    for (int32_t g = 0; g < popup.groupCount; ++g) {
+        std::snprintf(popup.groupNames[g], sizeof popup.groupNames[g], "%s", groupNames[g].c_str());
+    }
     std::snprintf(popup.text[1], sizeof popup.text[1], "%s%s", name, count > 1 ? "+" : "");
     static constexpr const char* kTypeNames[] = {"Peak", "HPF", "LSh", "HSh", "LPF", "Ntch"};
     std::snprintf(popup.text[2], sizeof popup.text[2], "%s", (type >= 1 && type <= 6) ? kTypeNames[type - 1] : "-");
@@ -89,6 +93,9 @@ void gatherGraphScene(Plug& effect, GraphScene& scene, int32_t popupBand) {
     scene.sampleRate = effect.getSampleRate();
     scene.listenBand = effect.getAutoListenBand();
     scene.listenGainShown = effect.getAutoListenGainMode() != 0;
+    scene.listenFlatGain = effect.getAutoListenGainMode() == 2;
+    scene.listenQFixed = effect.getAutoListenQMode() > 0;
+    scene.listenIgnoresQ = effect.getAutoListenIgnoresQ();
     for (int32_t b = 0; b < kNumBands; ++b) {
         GraphBand& band = scene.bands[size_t(b)];
         band.state = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldState))));
@@ -146,5 +153,15 @@ GraphOptions graphOptionsFrom(const UISettingsTree& settings) {
     o.analyserRange = pick(kAnalyserRange, analyser("Range"));
     o.analyserTop = pick(kAnalyserTop, analyser("Top"));
     o.lockYellow = settings.value("Misc", "Parameter Lock Colour") == 1;
+    o.invertedQ = settings.value("Misc", "Inverted Q") == 1;
+    o.swapAltRight = settings.value("Misc", "Swap Alt/Right") == 1;
+    o.wheelSensitivity = std::clamp(settings.value("Misc", "MouseWheel Sensitivity"), 0, 2);
+    o.newBandTypes = std::clamp(settings.value("Misc", "New Band Types"), 0, 3);
+    o.tooltipsFollowMouse = graph("Tooltips follow") == 0;
+    o.filterDragsQ = graph("Filter Drags") == 1;
+    o.wheelZoom = graph("Mousewheel Zoom") == 0;
+    o.newBandQFollowsZoom = graph("New Band Q Follows Zoom") == 1;
+    o.rightClick = std::clamp(graph("Right-Click"), 0, 2);
+    o.wheelCtrlGain = graph("MouseWheel Ctrl") == 1;
     return o;
 }

@@ -40,6 +40,9 @@ struct GraphPopupText {
     int32_t controls = 0;  // the values the band has (BandControl bits)
     uint32_t locked = 0;   // bit r: the value of rectangle r is locked
     char text[kRects][32] = {};
+    // The names of the groups the band may act in, for the group menu.
+    int32_t groupCount = 0;
+    char groupNames[8][32] = {};
 };
 
 struct GraphScene {
@@ -49,6 +52,9 @@ struct GraphScene {
     int32_t listenBand = -1;     // the band being auditioned, -1 none
     bool listenGainShown = false;  // "AutoListen Gain" leaves the audition's shelf handle at its gain
     GraphPopupText popup;          // for the band that shows its popup
+    bool listenQFixed = false;     // "AutoListen Q" gives the audition its own Q
+    bool listenIgnoresQ = false;   // "AutoListen Ignores Q"
+    bool listenFlatGain = false;   // "AutoListen Gain" "0dB": the audition keeps no gain
 
     // A band made from a shape by the design code (tests, and the gathering below).
     static GraphBand makeBand(int32_t state, int32_t type, int32_t groups, const BandShape& shape, double rowGain,
@@ -90,6 +96,17 @@ struct GraphOptions {
     double analyserTop = 0.0;       // dB at the top
     // "Misc"
     bool lockYellow = false;        // "Parameter Lock Colour" "Yellow" (else red)
+    bool invertedQ = false;         // "Inverted Q"
+    bool swapAltRight = false;      // "Swap Alt/Right"
+    int32_t wheelSensitivity = 0;   // "MouseWheel Sensitivity": 0 broad, 1 medium, 2 fine
+    int32_t newBandTypes = 0;       // "New Band Types": 0 peaks, 1 by freq, 2 by gain, 3 both
+    // "Graph", for the mouse
+    bool tooltipsFollowMouse = true;  // "Tooltips follow" "Mouse" (else "Adjustment")
+    bool filterDragsQ = false;      // "Filter Drags" "Q" (else "Slope")
+    bool wheelZoom = true;          // "Mousewheel Zoom" "Active"
+    bool newBandQFollowsZoom = true;
+    int32_t rightClick = 0;         // "Right-Click": 0 disabled, 1 invert, 2 bypass
+    bool wheelCtrlGain = true;      // "MouseWheel Ctrl" "Gain" (else "Freq")
 
     bool operator==(const GraphOptions&) const = default;
 };

@@ -178,6 +178,20 @@ void PlugEd::applyState(const cJSON* root, bool presetOnly) {
     effect->reloadUISettings();
 }
 
+void PlugEd::setGraphRange(const char* graph, double minHz, double maxHz) {
+    if (!subgraphs) subgraphs = cJSON_CreateObject();
+    if (!subgraphs) return;
+    cJSON* entry = cJSON_CreateObject();
+    if (!entry) return;
+    cJSON_AddNumberToObject(entry, "minf", minHz);
+    cJSON_AddNumberToObject(entry, "maxf", maxHz);
+    if (cJSON_GetObjectItemCaseSensitive(subgraphs, graph)) {
+        cJSON_ReplaceItemInObjectCaseSensitive(subgraphs, graph, entry);
+    } else {
+        cJSON_AddItemToObject(subgraphs, graph, entry);
+    }
+}
+
 void PlugEd::setAnalyserSource(int32_t s, int32_t source) {
     s &= 1;
     analyserSource[s] = source < 0 ? -1 : source;
@@ -471,7 +485,7 @@ void PlugEd::beginLinkedEdit(int32_t tag) {
         effect->beginEdit(tag);
         return;
     }
-    if (field == kFieldSubtype) effect->undoBeginGroup();
+    if (field == kFieldSubtype && !graphDragging) effect->undoBeginGroup();
     linkedGesture[size_t(tag)] = bandIsOn(*effect, band) && followsLinkedEdit(field);
     if (linkedGesture[size_t(tag)]) {
         if (!graphDragging) effect->undoBeginGroup();
@@ -497,9 +511,8 @@ void PlugEd::endLinkedEdit(int32_t tag) {
         for (int32_t b = 0; b < kNumBands; ++b)
             if (b != band && linkingOn && ((selectedBands >> b) & 1u) != 0) effect->endEdit(bandParam(b, field));
         if (!graphDragging) effect->undoEndGroup();
-        return;
     }
-    if (field == kFieldSubtype) effect->undoEndGroup();
+    if (field == kFieldSubtype && !graphDragging) effect->undoEndGroup();
 }
 
 uint64_t PlugEd::bandsFollowing(int32_t band) const {

@@ -105,6 +105,10 @@ public:
     // selected bands' edits and an undo group.
     void beginLinkedEdit(int32_t tag);
     void endLinkedEdit(int32_t tag);
+    // While the graph brackets a gesture in an undo group of its own (its
+    // edits may overlap on several rows), the rows add no groups inside it:
+    // the undo stack keeps one level of groups.
+    void setGraphGesture(bool on) { graphDragging = on; }
     // A band row's value when the gesture began (Frequency, Q, Shift
     // normalised; Gain, Phase and State as shown).
     float getStartValue(int32_t band, int32_t field) const;
@@ -214,6 +218,8 @@ public:
     void setAnalyserType(int32_t type) { analyserType = type; }
     const std::string& getAnalyserSourceName(int32_t s) const { return analyserSourceName[s & 1]; }
     const cJSON* getSubgraphSettings() const { return subgraphs; }
+    // Keeps a graph's shown range ("minf", "maxf") under its key.
+    void setGraphRange(const char* graph, double minHz, double maxHz);
 
 private:
     void applySource(const cJSON* settings, int32_t s);

@@ -284,18 +284,6 @@ void EQGraph::clearPointer() {
     changed(false);
 }
 
-CMouseEventResult EQGraph::onMouseMoved(CPoint& where, const int32_t& buttons) {
-    (void)buttons;
-    setPointer(CPoint(where.x - size.left, where.y - size.top));
-    return kMouseEventHandled;
-}
-
-CMouseEventResult EQGraph::onMouseExited(CPoint& where, const int32_t& buttons) {
-    (void)where, (void)buttons;
-    clearPointer();
-    return kMouseEventHandled;
-}
-
 // ---- Zoom and coordinates ----
 
 void EQGraph::setFrequencyRange(double lowHz, double highHz) {
@@ -359,13 +347,14 @@ CPoint EQGraph::handlePosition(int32_t band) const {
     switch (b.type) {
         case kTypePeak:
         case kTypeNotch:
-            y = std::clamp(yOfDb(bandDbAt(band, b.frequency)), 0.0, double(plotH));
+            // On the plot, above the scroll bar, even for a deep notch.
+            y = std::clamp(yOfDb(bandDbAt(band, b.frequency)), 0.0, double(plotH - 1));
             break;
         case kTypeLowShelf:
         case kTypeHighShelf: {
             const bool heardAtGain = scene.listenGainShown && scene.listenBand == band;
             if (scene.listenBand >= 0 && !heardAtGain) break;
-            y = std::clamp((0.5 - b.gain * scene.scale / (2.0 * range)) * plotH, 0.0, double(plotH));
+            y = std::clamp((0.5 - b.gain * scene.scale / (2.0 * range)) * plotH, 0.0, double(plotH - 1));
             break;
         }
         default: break;
@@ -415,6 +404,7 @@ void EQGraph::renderFrame() {
     drawGridAndLabels();
     drawFrequencyLabels();
     if (options.scrollbar) drawScrollBar();
+    if (rubberOn) drawRubberBand();
     drawPopup();
     sceneDib->dirty = true;
     frameDirty = false;
@@ -857,6 +847,17 @@ void EQGraph::drawPopup() {
         x = font.draw(dib, number, x, y, dim(locked ? lockColour : kWhite));
         if (!unit.empty()) font.draw(dib, unit, x + gap, y, dim(locked ? lockColour : unitColour));
     }
+}
+
+void EQGraph::drawRubberBand() {
+    // Filled row by row, then its two upright edges.
+    CDIB& dib = *sceneDib;
+    const double left = std::min(rubber.left, rubber.right), right = std::max(rubber.left, rubber.right);
+    const double top = std::min(rubber.top, rubber.bottom), bottom = std::max(rubber.top, rubber.bottom);
+    const Rgb white{255, 255, 255};
+    for (double y = std::floor(top) + 0.5; y < bottom; y += 1.0) hline(dib, y, left, right, 1.0, white, 0.12);
+    vline(dib, std::floor(left) + 0.5, top, bottom, 1.0, white, 0.6);
+    vline(dib, std::floor(right) + 0.5, top, bottom, 1.0, white, 0.6);
 }
 
 // ---- The analyser ----

@@ -16,6 +16,7 @@
 
 #include <algorithm>
 #include <complex>
+#include <functional>
 #include <cstdint>
 #include <vector>
 
@@ -31,6 +32,18 @@ graphpix::Rgb bandColour(int32_t band, double frequency, double sampleRate, bool
 
 class EQGraph : public VSTGUI::CControl {
 public:
+    // What the graph asks of its editor beyond values under tags. Every
+    // value goes out through the listener with the tag it is for, inside
+    // begin and end edit; a gesture's values are one undo step.
+    class Host {
+    public:
+        virtual ~Host() = default;
+        virtual void graphUndoGroup(bool begin) = 0;
+        // The shown range changed (to keep with the editor's state, and for
+        // the keyboard under the graph).
+        virtual void graphZoomChanged(double minHz, double maxHz) = 0;
+    };
+
     static constexpr int32_t kScrollBarHeight = 19;
     static constexpr int32_t kExtraRows = 6;  // the bitmaps run this far below the plot
     static constexpr int32_t kSpectrographRows = 256;
@@ -64,6 +77,28 @@ public:
     // The pointer over the view (view coordinates) for the readouts.
     void setPointer(const VSTGUI::CPoint& where);
     void clearPointer();
+
+    // ---- Working on it with the mouse ----
+    void setHost(Host* graphHost) { host = graphHost; }
+    // The clock the popup's time-out runs on, in seconds (tests give theirs).
+    void setClock(std::function<double()> seconds) { clock = std::move(seconds); }
+    int32_t getHoverBand() const { return hoverBand; }
+    uint32_t getSelection() const { return selection; }
+    bool isAnalyserFrozen() const { return analyserFrozen; }
+    double getPopupFade() const { return popupFade; }
+    // The band whose handle lies nearest within sqrt(limit) pixels of a
+    // plot point, or -1; unless `noSelect`, it becomes the hovered band.
+    int32_t hitTestHandles(const VSTGUI::CPoint& where, bool noSelect, double limit = 100.0);
+    // Makes a band as a double click on empty graph does, at hz with a
+    // gain of dB (its type and Q follow where it is made, by the settings);
+    // the band, or -1 when all 32 are in use.
+    int32_t createBand(double hz, double dB);
+    void deleteBand(int32_t band);
+    VSTGUI::CMouseEventResult onMouseDown(VSTGUI::CPoint& where, const int32_t& buttons) override;
+    VSTGUI::CMouseEventResult onMouseUp(VSTGUI::CPoint& where, const int32_t& buttons) override;
+    bool onWheel(const VSTGUI::CPoint& where, const float& distance, const int32_t& buttons) override;
+    bool onWheel(const VSTGUI::CPoint& where, const VSTGUI::CMouseWheelAxis& axis, const float& distance,
+                 const int32_t& buttons) override;
 
     // ---- Zoom: the shown frequency range, kept within 10 Hz .. Nyquist and at least an octave ----
     void setFrequencyRange(double lowHz, double highHz);
@@ -144,12 +179,61 @@ private:
     void drawScrollBar();
     void drawHandle(int32_t band);
     void drawPopup();
+    void drawRubberBand();
     // A line through (x - back, y[x - 1]) and (x - back + 1, y[x]) over all columns.
     void drawPolyline(VSTGUI::CDIB& dib, const double* y, double back, double lineWidth, const graphpix::Rgb& colour,
                       double alpha);
     graphpix::Rgb colourOf(int32_t band) const;
     double bandDbAt(int32_t band, double hz) const;
     void columnHue(double saturation);
+
+    // ---- The mouse ----
+    enum class Press { None, Rubber, Scroll, Band };
+    void sendValue(int32_t tag, float value);
+    void beginTag(int32_t tag);
+    void endTag(int32_t tag);
+    void setBandRow(int32_t band, int32_t field, float norm);  // one bracketed change
+    void selectOnly(int32_t band);
+    void toggleSelected(int32_t band);
+    void clearSelection();
+    double now() const;
+    int32_t autoListenMask() const;
+    int32_t qMask() const;
+    void startDrag(int32_t band, const VSTGUI::CPoint& at, int32_t buttons);
+    void endDrag();
+    void dragTo(const VSTGUI::CPoint& at, int32_t buttons);
+    void rubberTo(const VSTGUI::CPoint& at, int32_t buttons);
+    void scrollTo(double x);
+    void hover(const VSTGUI::CPoint& at);
+    void endWheel();
+    void zoomTo(double centre, double ratio);
+    void zoomChanged();
+    float rowNorm(int32_t band, int32_t field) const;
+    void clickPopup(int32_t rect);
+    // The group, type or subtype menu, or the text entry of a value, over
+    // the popup's box `rect`.
+    void openPopupChild(int32_t rect);
+    double frequencyFactor(int32_t band) const;
+
+    Host* host = nullptr;
+    std::function<double()> clock;
+    Press press = Press::None;
+    int32_t pressBand = -1;
+    int32_t startButtons = 0;
+    bool moved = false, fine = false, qFlag = false, listenRequested = false;
+    int32_t dragTagX = -1, dragTagY = -1;
+    float dragNorm[2] = {};  // the values of the X and Y rows as last sent
+    double lastX = 0, lastY = 0, dragStartX = 0, dragStartY = 0, hitOffset = 0;
+    double gainAtStart = 0, gainRatio = 1, stepAccumulator = 0, wheelAccumulator = 0;
+    int32_t scrollMode = 0;
+    VSTGUI::CRect rubber;
+    bool rubberOn = false;
+    bool analyserFrozen = false;
+    bool wheelActive = false;
+    int32_t wheelTag = -1;
+    float wheelNorm = 0;
+    double popupTime = 0;
+    VSTGUI::CPoint handleAtStart;
 
     GraphScene scene;
     GraphOptions options;

@@ -816,9 +816,23 @@ void VGEditor::editorTimer() {
     if (effect.getClip() && registry.valueOfTag(kGUIClip) <= 0.5f) updateControl(kGUIClip, 1.0f);
 }
 
+void VGEditor::graphUndoGroup(bool begin) {
+    if (begin) {
+        effect.undoBeginGroup();
+        ed.setGraphGesture(true);
+    } else {
+        ed.setGraphGesture(false);
+        effect.undoEndGroup();
+        undoButtonsStale = true;
+    }
+}
+
+void VGEditor::graphZoomChanged(double minHz, double maxHz) { ed.setGraphRange("EQGraph", minHz, maxHz); }
+
 void VGEditor::restoreGraphZoom() {
     EQGraph* graph = getGraph();
     if (!graph) return;
+    graph->setHost(this);
     // The zoom the graph was left at, kept with the editor's state; the
     // whole range when there is none.
     gatherGraphScene(effect, graphScene);
@@ -845,7 +859,8 @@ void VGEditor::refreshGraph() {
     graph->setSelection(static_cast<uint32_t>(ed.getSelectedBands()));
     graph->setAnalyserType(ed.getAnalyserType());
     graph->setAnalyserOn(ed.isAnalyserOn());
-    if (!ed.isAnalyserOn()) return;
+    // A frozen analyser keeps its picture.
+    if (!ed.isAnalyserOn() || graph->isAnalyserFrozen()) return;
 
     // The analyser follows the graph's columns and zoom, and its sources.
     const int32_t columns = graph->plotWidth();

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "gui/editor/ControlRegistry.h"
+#include "gui/editor/EQGraph.h"
 #include "gui/editor/LayoutBuilder.h"
 #include "gui/toolkit/CControl.h"
 #include "gui/toolkit/CFrame.h"
@@ -26,9 +27,7 @@
 class PlugEd;
 class Plug;
 
-class EQGraph;
-
-class VGEditor : public VSTGUI::CControlListener, public VSTGUI::VSTGUIEditorInterface {
+class VGEditor : public VSTGUI::CControlListener, public VSTGUI::VSTGUIEditorInterface, public EQGraph::Host {
 public:
     // Milliseconds of a steady clock; tests give their own.
     using Clock = std::function<uint64_t()>;
@@ -141,6 +140,10 @@ public:
     // audio calls it once.
     EQGraph* getGraph() const;
     void refreshGraph();
+    // What the graph asks for: a gesture's edits as one undo step, and its
+    // shown range kept with the editor's state.
+    void graphUndoGroup(bool begin) override;
+    void graphZoomChanged(double minHz, double maxHz) override;
 
 private:
     class Builder;
