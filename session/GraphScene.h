@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "core/ParamTable.h"
+#include "core/PlugBase.h"
 #include "dsp/BandDesign.h"
 
 class Plug;
@@ -39,7 +40,7 @@ struct GraphPopupText {
     int32_t band = -1;
     int32_t controls = 0;  // the values the band has (BandControl bits)
     uint32_t locked = 0;   // bit r: the value of rectangle r is locked
-    char text[kRects][32] = {};
+    char text[kRects][kParamTextSize] = {};  // as long as a parameter's display text may be
     // The names of the groups the band may act in, for the group menu.
     int32_t groupCount = 0;
     char groupNames[8][32] = {};
