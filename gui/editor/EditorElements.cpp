@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "gui/editor/AnalyserButton.h"
 #include "gui/editor/EditorButtons.h"
 #include "gui/editor/EditorControls.h"
 #include "gui/editor/EditorMenus.h"
@@ -127,7 +128,7 @@ constexpr EditorElement kEditorElements[] = {
     {"PhaseGraph", nullptr, "phase graph"},
     {"IRGraph", nullptr, "impulse graph"},
     {"RoutingMatrix", nullptr, "routing matrix"},
-    {"nAnalyserButton", nullptr, "analyser button"},
+    {"nAnalyserButton", makeAnalyserButton, nullptr},
     {"Keyboard", nullptr, "keyboard"},
     {"SpecialArrows", makeSpecialArrows, nullptr},
     {"SetupWizard", nullptr, "setup wizard"},

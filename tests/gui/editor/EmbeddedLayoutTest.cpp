@@ -67,7 +67,7 @@ TEST(EmbeddedLayout, EveryElementBuildsSomethingAndPlaceholdersSayWhat) {
         {"IRGraph", "impulse graph"},          {"Keyboard", "keyboard"},
         {"PhaseGraph", "phase graph"},         {"Preferences", "preferences"},    {"PropagateMenu", "propagate menu"},
         {"RoutingMatrix", "routing matrix"},   {"SetupWizard", "setup wizard"},   {"UIPreferences", "display preferences"},
-        {"meterSection", "meters"},            {"nAnalyserButton", "analyser button"},
+        {"meterSection", "meters"},
     };
     EXPECT_EQ(placeholders, expected);
 }
