@@ -11,6 +11,7 @@
 #include "core/ParamTable.h"
 #include "core/Plug.h"
 #include "gui/editor/AlertView.h"
+#include "gui/editor/AnalyserButton.h"
 #include "gui/editor/EditorControls.h"
 #include "gui/editor/EditorMenus.h"
 #include "gui/editor/EditorButtons.h"
@@ -124,6 +125,7 @@ bool VGEditor::open(uintptr_t parent) {
     layoutEditor();
     pushAllValues();
     restoreGraphZoom();
+    refreshAnalyserMenu();
     frame->setScale(scaleFactor);
     return parent == 0 || frame->open(parent);
 }
@@ -323,6 +325,7 @@ void VGEditor::updateControl(int32_t tag, float value) {
             stripsRebuildPending = true;
             refreshGroupMenus();
             break;
+        case kGUIInstancesChanged: refreshAnalyserMenu(); break;
         case kScale:
         case kFShift: refreshSliders(); break;
         case kGUIPresetMenu:
@@ -672,6 +675,15 @@ void VGEditor::handleValue(CControl* control) {
             registry.setValueOfTag(kGUIClip, 0.0f);
             break;
         case kGUIAnalyser: ed.setAnalyserOn(value != 0.0f); break;
+        case kGUIAnalyserUpdated:
+            if (control->isTypeOf("nAnalyserButton")) {
+                const auto* button = static_cast<const nAnalyserButton*>(control);
+                ed.setAnalyserSource(0, button->primarySource());
+                ed.setAnalyserSource(1, button->secondarySource());
+                ed.setAnalyserType(button->displayType());
+                refreshGraph();
+            }
+            break;
         case kGUIStripsChanged:
         case kGUIMeterSection: layoutEditor(); break;
         case kGUIUIPrefsChange:
@@ -814,6 +826,25 @@ void VGEditor::editorTimer() {
     for (int32_t c = 0; c < effect.getChannelCount(); ++c)
         registry.setValueOfTag(kGUIChannel1Meter + c, static_cast<float>(effect.getLevelMeter(c)));
     if (effect.getClip() && registry.valueOfTag(kGUIClip) <= 0.5f) updateControl(kGUIClip, 1.0f);
+}
+
+void VGEditor::refreshAnalyserMenu() {
+    CView* view = viewOfElement("nAnalyserButton");
+    if (!view || !view->isTypeOf("nAnalyserButton")) return;
+    // The sources on offer: this instance's channels, and every other
+    // instance's by its name.
+    AnalyserMenuModel model;
+    for (int32_t c = 0; c < effect.getChannelCount(); ++c) model.channels.emplace_back(effect.channelLabel(c));
+    InstanceRegistry::instance().forEachOther(&effect, [&](Plug& other) {
+        AnalyserMenuModel::Instance instance;
+        instance.name = other.getInstanceName();
+        for (int32_t c = 0; c < other.getChannelCount(); ++c) instance.channels.emplace_back(other.channelLabel(c));
+        model.others.push_back(std::move(instance));
+    });
+    model.primary = ed.getAnalyserSource(0);
+    model.secondary = ed.getAnalyserSource(1);
+    model.type = ed.getAnalyserType();
+    static_cast<nAnalyserButton*>(view)->setMenuModel(model);
 }
 
 void VGEditor::graphUndoGroup(bool begin) {

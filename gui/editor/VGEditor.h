@@ -172,6 +172,8 @@ private:
     void runFileAction(int32_t tag);
     void programChanged();
     void restoreGraphZoom();
+    // The analyser button's menu: the sources of this and the other instances.
+    void refreshAnalyserMenu();
 
     PlugEd& ed;
     Plug& effect;

@@ -15,6 +15,7 @@
 
 #include "TestHost.h"
 #include "gui/editor/AlertView.h"
+#include "gui/editor/AnalyserButton.h"
 #include "gui/editor/EQGraph.h"
 #include "gui/editor/VGEditor.h"
 #include "gui/toolkit/CDIB.h"
@@ -464,4 +465,28 @@ TEST(VGEditor, TheGraphOpensAtTheZoomKeptWithTheEditorsState) {
         EXPECT_NEAR(graph->getMinFrequency(), row.low, 1e-9) << row.settings;
         EXPECT_NEAR(graph->getMaxFrequency(), row.high, 1e-9) << row.settings;
     }
+}
+
+TEST(VGEditor, TheAnalyserButtonOffersEveryInstanceAndItsChoicesReachTheEditor) {
+    Window w;
+    auto other = makePlug(2);
+    w.editor.updateControl(kGUIInstancesChanged, 1.0f);
+    auto* button = static_cast<nAnalyserButton*>(w.editor.viewOfElement("nAnalyserButton"));
+    ASSERT_NE(button, nullptr);
+    ASSERT_EQ(button->getMenuModel().others.size(), 1u);
+    EXPECT_EQ(button->getMenuModel().others[0].channels.size(), 2u);
+    EXPECT_EQ(button->getMenuModel().channels.size(), 2u);
+
+    AnalyserMenuModel chosen = button->getMenuModel();
+    chosen.primary = analyserSource(1, 2, 1, true);  // the other instance's second channel before its bank
+    chosen.secondary = AnalyserMenuModel::kNoSource;
+    chosen.type = AnalyserMenuModel::kSpectrograph;
+    button->setMenuModel(chosen);
+    const int32_t own = button->getTag();
+    button->setTag(kGUIAnalyserUpdated);  // as the button reports a choice
+    w.editor.valueChanged(button);
+    button->setTag(own);
+    EXPECT_EQ(w.ed.getAnalyserSource(0), (1 << 8) | 3);
+    EXPECT_EQ(w.ed.getAnalyserSource(1), -1);
+    EXPECT_EQ(w.ed.getAnalyserType(), int32_t(AnalyserMenuModel::kSpectrograph));
 }
