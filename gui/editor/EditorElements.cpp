@@ -7,6 +7,7 @@
 #include "gui/editor/EditorControls.h"
 #include "gui/editor/EditorMenus.h"
 #include "gui/editor/EQGraph.h"
+#include "gui/editor/Keyboard.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/StaticViews.h"
 #include "gui/toolkit/CDIB.h"
@@ -74,6 +75,8 @@ CView* makeScrollBox(const LayoutElementArgs& a) { return new nScrollBox(a.rect,
 
 CView* makeGraph(const LayoutElementArgs& a) { return new EQGraph(a.rect, a.listener, a.tag); }
 
+CView* makeKeyboard(const LayoutElementArgs& a) { return new nKeyboard(a.rect, a.listener, a.tag); }
+
 CView* makeAboutText(const LayoutElementArgs& a) {
     return new nTextDisplay(a.rect, a.tag, aboutText(getText(a.node, "text")), nTextDisplay::kLabel);
 }
@@ -129,7 +132,7 @@ constexpr EditorElement kEditorElements[] = {
     {"IRGraph", nullptr, "impulse graph"},
     {"RoutingMatrix", nullptr, "routing matrix"},
     {"nAnalyserButton", makeAnalyserButton, nullptr},
-    {"Keyboard", nullptr, "keyboard"},
+    {"Keyboard", makeKeyboard, nullptr},
     {"SpecialArrows", makeSpecialArrows, nullptr},
     {"SetupWizard", nullptr, "setup wizard"},
     {"nResizeBox", makeResizeBox, nullptr},
