@@ -16,6 +16,7 @@
 #include "gui/editor/EditorMenus.h"
 #include "gui/editor/EditorButtons.h"
 #include "gui/editor/EQGraph.h"
+#include "gui/editor/Keyboard.h"
 #include "gui/editor/LayoutResource.h"
 #include "gui/editor/LookPalette.h"
 #include "gui/editor/Pages.h"
@@ -858,7 +859,15 @@ void VGEditor::graphUndoGroup(bool begin) {
     }
 }
 
-void VGEditor::graphZoomChanged(double minHz, double maxHz) { ed.setGraphRange("EQGraph", minHz, maxHz); }
+void VGEditor::graphZoomChanged(double minHz, double maxHz) {
+    ed.setGraphRange("EQGraph", minHz, maxHz);
+    if (nKeyboard* keys = getKeyboard()) keys->setRange(minHz, maxHz);
+}
+
+nKeyboard* VGEditor::getKeyboard() const {
+    CView* view = viewOfElement("Keyboard");
+    return view && view->isTypeOf("nKeyboard") ? static_cast<nKeyboard*>(view) : nullptr;
+}
 
 void VGEditor::restoreGraphZoom() {
     EQGraph* graph = getGraph();
@@ -873,6 +882,13 @@ void VGEditor::restoreGraphZoom() {
     const cJSON* high = cJSON_GetObjectItemCaseSensitive(zoom, "maxf");
     graph->setFrequencyRange(cJSON_IsNumber(low) ? low->valuedouble : 10.0,
                              cJSON_IsNumber(high) ? high->valuedouble : graph->getNyquist());
+    // The keyboard runs along the graph's axis and works on its bands.
+    if (nKeyboard* keys = getKeyboard()) {
+        keys->setRange(graph->getMinFrequency(), graph->getMaxFrequency());
+        keys->onCreateBand = [graph](double hz) { graph->createBand(hz, 0.0); };
+        keys->onDeleteBand = [graph](int32_t band) { graph->deleteBand(band); };
+        keys->onHoverBand = [graph](int32_t band) { graph->setHoverBand(band); };
+    }
 }
 
 EQGraph* VGEditor::getGraph() const {
@@ -890,6 +906,12 @@ void VGEditor::refreshGraph() {
     graph->setSelection(static_cast<uint32_t>(ed.getSelectedBands()));
     graph->setAnalyserType(ed.getAnalyserType());
     graph->setAnalyserOn(ed.isAnalyserOn());
+    if (nKeyboard* keys = getKeyboard()) {
+        keys->setScene(graphScene);
+        keys->setGroups(selectedGroup[0], selectedGroup[1]);
+        keys->setColoursByNumber(graph->getOptions().coloursByNumber);
+        keys->setRange(graph->getMinFrequency(), graph->getMaxFrequency());
+    }
     // A frozen analyser keeps its picture.
     if (!ed.isAnalyserOn() || graph->isAnalyserFrozen()) return;
 

@@ -17,6 +17,7 @@
 
 #include "gui/editor/ControlRegistry.h"
 #include "gui/editor/EQGraph.h"
+#include "gui/editor/Keyboard.h"
 #include "gui/editor/LayoutBuilder.h"
 #include "gui/toolkit/CControl.h"
 #include "gui/toolkit/CFrame.h"
@@ -139,6 +140,8 @@ public:
     // timer calls it at the "Refresh Rate"; a picture of the editor after
     // audio calls it once.
     EQGraph* getGraph() const;
+    // The keyboard under the graph; null in a layout without one.
+    nKeyboard* getKeyboard() const;
     void refreshGraph();
     // What the graph asks for: a gesture's edits as one undo step, and its
     // shown range kept with the editor's state.

@@ -13,6 +13,7 @@
 
 #include "TestHost.h"
 #include "gui/editor/EQGraph.h"
+#include "gui/editor/Keyboard.h"
 #include "gui/editor/VGEditor.h"
 #include "session/PlugEd.h"
 
@@ -279,4 +280,30 @@ TEST(EQGraphMouse, AltOnEmptyGraphFreezesTheAnalyser) {
     EXPECT_TRUE(s.graph->isAnalyserFrozen());
     s.down(s.at(300, 200), kLButton | kAlt);
     EXPECT_FALSE(s.graph->isAnalyserFrozen());
+}
+
+TEST(EQGraphMouse, TheKeyboardMakesBandsAtKeysAndSnapsThemToSemitones) {
+    Session s;
+    nKeyboard* keys = s.editor.getKeyboard();
+    ASSERT_NE(keys, nullptr);
+    const CRect strip = keys->frameRect();
+    auto onStrip = [&](double x, double y) { return CPoint(strip.left + x, strip.top + y); };
+    // A double click by the A above middle C makes a band at 440 Hz.
+    const int32_t a4 = 69;
+    s.down(onStrip(keys->keyCentre(a4), 30), kLButton | kDoubleClick);
+    s.refresh();
+    ASSERT_EQ(s.real(0, kFieldState), kBandOn);
+    EXPECT_NEAR(s.real(0, kFieldFrequency), 440.0, 0.5);
+    // Dragged from its mark two semitones up, it lands on B4 exactly.
+    const CRect mark = keys->markRect(0);
+    const CPoint from = onStrip((mark.left + mark.right) / 2, (mark.top + mark.bottom) / 2);
+    s.drag(from, CPoint(from.x + 2.0 * keys->semitoneWidth(), from.y));
+    EXPECT_NEAR(s.real(0, kFieldFrequency), 440.0 * std::pow(2.0, 2.0 / 12.0), 0.05);
+    EXPECT_TRUE(s.balanced());
+    s.undo();
+    EXPECT_NEAR(s.real(0, kFieldFrequency), 440.0, 0.5);
+    // The zoom of the graph reaches the keyboard.
+    s.editor.getFrame()->onWheel(s.at(300, 40), kMouseWheelAxisY, 2.0f, 0);
+    EXPECT_EQ(keys->getMinFrequency(), s.graph->getMinFrequency());
+    EXPECT_EQ(keys->getMaxFrequency(), s.graph->getMaxFrequency());
 }
