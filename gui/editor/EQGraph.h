@@ -214,6 +214,7 @@ private:
     // the popup's box `rect`.
     void openPopupChild(int32_t rect);
     double frequencyFactor(int32_t band) const;
+    void followLocally(int32_t band, int32_t field, float norm);
 
     Host* host = nullptr;
     std::function<double()> clock;

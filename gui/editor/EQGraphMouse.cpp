@@ -112,6 +112,36 @@ double EQGraph::frequencyFactor(int32_t band) const {
     return b.rowFrequency > 0.0 && b.frequency > 0.0 ? b.frequency / b.rowFrequency : 1.0;
 }
 
+void EQGraph::followLocally(int32_t b, int32_t field, float norm) {
+    // The band as the values just sent make it, redesigned here, so the
+    // curve and the handle move with the pointer before the editor's next
+    // refresh brings the effect's own.
+    GraphBand& band = scene.bands[size_t(b)];
+    band.norm[field] = norm;
+    const double real = realOf(bandParam(b, field), norm);
+    BandShape& shape = band.shape;
+    const bool pass = band.type == kTypeHPF || band.type == kTypeLPF;
+    switch (field) {
+        case kFieldFrequency:
+            band.frequency = real * frequencyFactor(b);
+            band.rowFrequency = real;
+            shape.frequency = float(band.frequency);
+            break;
+        case kFieldGain:
+            band.gain = real;
+            if (!pass) shape.gain = float(real * scene.scale);
+            break;
+        case kFieldQ: shape.q = float(real); break;
+        case kFieldShift: shape.shift = float(real); break;
+        case kFieldSlope:
+            if (pass) shape.slope = int32_t(real / 6.0);
+            break;
+        default: return;
+    }
+    designBand(shape, true, &band.sections);
+    changed(false);
+}
+
 // ---- Finding and making bands ----
 
 int32_t EQGraph::hitTestHandles(const CPoint& where, bool noSelect, double limit) {
@@ -194,6 +224,13 @@ int32_t EQGraph::createBand(double hz, double dB) {
     made.frequency = f;
     made.rowFrequency = f / factor;
     made.gain = type == kTypeNotch ? 0.0 : dB / scale;
+    made.shape = BandShape{};
+    made.shape.type = engineTypeOf(type);
+    made.shape.frequency = float(f);
+    made.shape.gain = (type == kTypeHPF || type == kTypeLPF || type == kTypeNotch) ? 0.0f : float(dB);
+    made.shape.q = float(q);
+    designBand(made.shape, true, &made.sections);
+    for (int32_t field = 0; field < kNumBandFields; ++field) made.norm[field] = rowNorm(band, field);
     selectOnly(band);
     setHoverBand(band);
     hitOffset = 0;
@@ -458,7 +495,7 @@ void EQGraph::dragTo(const CPoint& at, int32_t buttons) {
             norm = float(std::clamp(norm + (dy - lastY) / plotH, 0.0, 1.0));
         }
         sendValue(tag, norm);
-        scene.bands[size_t(b)].norm[field] = norm;
+        followLocally(b, field, norm);
     };
     apply(0, dragTagX, true);
     if (dragTagY >= 0) {

@@ -11,12 +11,14 @@
 #include <lv2/options/options.h>
 #include <lv2/ui/ui.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <vector>
 
 #include "formats/lv2plugin/Lv2TestHost.h"
 #include "formats/lv2/ui/UiInstance.h"
+#include "gui/editor/EQGraph.h"
 #include "gui/toolkit/CControl.h"
 #include "gui/toolkit/CFrame.h"
 #include "gui/toolkit/Sliders.h"
@@ -297,3 +299,45 @@ TEST(Lv2Ui, PortChangesOfTheHostShowInTheEditor) {
 }
 
 }  // namespace
+
+TEST(Lv2Ui, AfterABandIsDraggedThePointerComesBackOnItsHandle) {
+    Lv2TestHost plugin({});
+    UiHost host(plugin);
+    ASSERT_NE(host.handle, nullptr);
+    VGEditor& editor = host.ui().editor();
+    EQGraph* graph = editor.getGraph();
+    ASSERT_NE(graph, nullptr);
+    const int32_t band = graph->createBand(1000.0, 0.0);
+    ASSERT_GE(band, 0);
+    editor.refreshGraph();
+    host.idle();
+    // Press on the handle and drag it up and right, as the window delivers it.
+    VSTGUI::CFrame* frame = editor.getFrame();
+    const VSTGUI::CRect plot = graph->frameRect();
+    const VSTGUI::CPoint start = graph->handlePosition(band);
+    VSTGUI::CPoint at(plot.left + start.x, plot.top + start.y);
+    frame->onMouseDown(at, VSTGUI::kLButton);
+    for (int32_t i = 1; i <= 5; ++i) {
+        VSTGUI::CPoint step(at.x + 12 * i, at.y - 10 * i);
+        frame->onMouseMoved(step, VSTGUI::kLButton);
+    }
+    VSTGUI::CPoint end(at.x + 60, at.y - 50);
+    frame->onMouseUp(end, 0);
+    editor.refreshGraph();
+    const VSTGUI::CPoint handle = graph->handlePosition(band);
+    XSync(host.display, False);
+    Window root = 0, child = 0;
+    int rootX = 0, rootY = 0, x = 0, y = 0;
+    unsigned mask = 0;
+    XQueryPointer(host.display, Window(reinterpret_cast<uintptr_t>(host.widget)), &root, &child, &rootX, &rootY, &x,
+                  &y, &mask);
+    EXPECT_NEAR(x, plot.left + handle.x, 1.0);
+    EXPECT_NEAR(y, plot.top + handle.y, 1.0);
+    EXPECT_NE(handle.x, start.x);  // the band did move
+    // The drag reached the host as one gesture on each row it moved.
+    const uint32_t frequencyPort = uint32_t(plugin.ports.param(bandParam(band, kFieldFrequency)));
+    const auto touched = std::count(host.touches.begin(), host.touches.end(), std::make_pair(frequencyPort, true));
+    const auto released = std::count(host.touches.begin(), host.touches.end(), std::make_pair(frequencyPort, false));
+    EXPECT_EQ(touched, 2);  // made, then dragged
+    EXPECT_EQ(released, 2);
+}
