@@ -240,20 +240,6 @@ TEST(EQGraph, EachAnalyserDisplayLightsWhatItShouldAndHidesEqWhenAsked) {
     }
 }
 
-TEST(EQGraph, ZoomKeepsAnOctaveInsideTenHertzAndNyquist) {
-    Graph graph;
-    graph->setScene(GraphScene{});
-    struct Row {
-        double low, high, wantLow, wantHigh;
-    } rows[] = {{100, 1000, 100, 1000}, {1, 100000, 10, 24000}, {1000, 1200, 600, 1200}, {20000, 30000, 12000, 24000}};
-    for (const Row& row : rows) {
-        graph->setFrequencyRange(row.low, row.high);
-        EXPECT_NEAR(graph->getMinFrequency(), row.wantLow, 1e-9) << row.low;
-        EXPECT_NEAR(graph->getMaxFrequency(), row.wantHigh, 1e-9) << row.high;
-        EXPECT_NEAR(graph->xOf(graph->getMaxFrequency()), graph->plotWidth(), 1e-9);
-    }
-}
-
 TEST(EQGraph, ThePopupStaysOnThePlotWithABoxForEachValueTheBandHas) {
     struct Row {
         int32_t tooltips;
