@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "gui/ScriptedWindow.h"
 #include "gui/editor/EditorMenus.h"
 #include "gui/toolkit/CFrame.h"
 #include "gui/toolkit/CTimer.h"
@@ -20,36 +21,6 @@
 using namespace VSTGUI;
 
 namespace {
-
-std::function<void(IPopupClient*)> gScript;  // what the user does in a popup
-int32_t gHeldKeys = 0;                       // modifiers held when the popup ends
-int gPopups = 0;
-
-class ScriptedWindow : public IPlatformFrame {
-public:
-    void invalidRect(const CRect&) override {}
-    bool setSize(const CRect&) override { return true; }
-    CPoint getPositionOnScreen() override { return CPoint(100, 50); }
-    bool getCurrentMousePosition(CPoint& where) override {
-        where = CPoint();
-        return true;
-    }
-    int32_t getCurrentMouseButtons() override { return gHeldKeys; }
-    void setMouseCursor(CCursorType) override {}
-    void showCursor(bool) override {}
-    void setCursorPosition(const CPoint&) override {}
-    void takeFocus() override {}
-    void idle() override {}
-    bool runPopup(IPopupClient* client) override {
-        ++gPopups;
-        if (gScript) gScript(client);
-        return true;
-    }
-    uint32_t doubleClickTime() override { return 0; }
-    uintptr_t nativeWindow() override { return 1; }
-};
-
-IPlatformFrame* makeWindow(IPlatformFrameCallback*, const CRect&, uintptr_t) { return new ScriptedWindow; }
 
 // Chooses entry `index` of the top level, stepping with Down from where
 // the popup opens (separators are stepped over), then `deeper` in the menu
@@ -86,20 +57,7 @@ std::vector<std::string> choice(int32_t tag, int value) {
     return {"begin " + t, t + "=" + std::to_string(value), "end " + t};
 }
 
-struct Menus : ::testing::Test {
-    void SetUp() override {
-        setPlatformFrameFactory(&makeWindow);
-        frame = new CFrame(CRect(0, 0, 400, 300), nullptr);
-        ASSERT_TRUE(frame->open(0));
-        gScript = nullptr;
-        gHeldKeys = 0;
-        gPopups = 0;
-    }
-    void TearDown() override {
-        frame->forget();
-        setPlatformFrameFactory(nullptr);
-        gScript = nullptr;
-    }
+struct Menus : ScriptedFrame {
     template <class Menu>
     Menu* build(const std::string& element) {
         const LayoutReadResult doc = readLayoutDocument("<ui>" + element + "</ui>");
@@ -110,12 +68,9 @@ struct Menus : ::testing::Test {
         return menu;
     }
     void click(CView* view, int32_t buttons, CCoord x = 4, CCoord y = 4) {
-        CPoint at = CPoint(x, y) + view->getViewSize().topLeft();
-        frame->onMouseDown(at, buttons);
-        frame->onMouseUp(at, 0);
+        clickAt(CPoint(x, y) + view->getViewSize().topLeft(), buttons);
     }
 
-    CFrame* frame = nullptr;
     LayoutBuilder builder;
     Heard heard;
 };
@@ -139,7 +94,7 @@ TEST_F(Menus, TextMenusListTheirTextAndReportTheChosenIndex) {
         EXPECT_STREQ(menu->getClassName(), row.className);
         EXPECT_EQ(menu->getEntryTitles(), row.entries);
         heard.events.clear();
-        gScript = pick(row.chosen);
+        ScriptedWindow::script = pick(row.chosen);
         click(menu, kLButton);
         EXPECT_EQ(heard.events, choice(menu->getTag(), row.chosen)) << row.element;
         EXPECT_EQ(menu->getDisplayText(), row.entries[static_cast<size_t>(row.chosen)]);
@@ -163,10 +118,10 @@ TEST_F(Menus, SlotButtonTogglesOnALeftClickAndListsSlotsOnARightClick) {
     };
     for (const auto& row : rows) {
         heard.events.clear();
-        gPopups = 0;
-        gScript = pick(row.chosen);
+        ScriptedWindow::popups = 0;
+        ScriptedWindow::script = pick(row.chosen);
         click(slots, row.buttons);
-        EXPECT_EQ(gPopups, row.popups);
+        EXPECT_EQ(ScriptedWindow::popups, row.popups);
         EXPECT_EQ(heard.events, row.heard);
         EXPECT_EQ(slots->getTag(), kGUIABMenu);
     }
@@ -178,7 +133,7 @@ TEST_F(Menus, CopyButtonShowsItselfPressedWhileOpenAndReportsTheSlot) {
                                    R"(heightofoneimage=25 txt="A\nB\nC\nD\nE\nF\nG\nH"/>)");
     ASSERT_NE(copy, nullptr);
     int32_t frameWhileOpen = -1;
-    gScript = [&](IPopupClient* client) {
+    ScriptedWindow::script = [&](IPopupClient* client) {
         frameWhileOpen = copy->frameShown();
         pick(6)(client);
     };
@@ -221,8 +176,8 @@ TEST_F(Menus, GroupMenuEndsWithBothAndNoneForTwoChannelsAndSendsTheOtherSideToIt
     };
     for (const auto& row : rows) {
         heard.events.clear();
-        gHeldKeys = row.heldAtChoice;
-        gScript = pick(row.chosen);
+        ScriptedWindow::heldButtons = row.heldAtChoice;
+        ScriptedWindow::script = pick(row.chosen);
         click(groups, row.buttons);
         EXPECT_EQ(heard.events, choice(row.tag, row.chosen));
         EXPECT_EQ(groups->getTag(), kGUIStereoMode);
@@ -244,7 +199,7 @@ TEST_F(Menus, PresetFieldReportsWhereTheChoiceLiesAndRenamesOnADoubleClick) {
     presets->setName("Program 1");
 
     // The drop mark opens the menu at once; the choice lies in the folder.
-    gScript = pick(2, 1);
+    ScriptedWindow::script = pick(2, 1);
     click(presets, kLButton, 200, 9);
     EXPECT_EQ(presets->getChosenPath(), (std::vector<int32_t>{2, 1}));
     EXPECT_EQ(presets->getChosenTitle(), "Warmth");
@@ -252,8 +207,8 @@ TEST_F(Menus, PresetFieldReportsWhereTheChoiceLiesAndRenamesOnADoubleClick) {
 
     // A click on the name waits; a second one edits the name instead.
     heard.events.clear();
-    gPopups = 0;
-    gScript = [](IPopupClient* client) {
+    ScriptedWindow::popups = 0;
+    ScriptedWindow::script = [](IPopupClient* client) {
         auto* entry = dynamic_cast<TextEntryPopup*>(client);
         ASSERT_NE(entry, nullptr);
         entry->model().selectAll();
@@ -262,7 +217,7 @@ TEST_F(Menus, PresetFieldReportsWhereTheChoiceLiesAndRenamesOnADoubleClick) {
     };
     click(presets, kLButton, 20, 9);
     EXPECT_TRUE(presets->isMenuPending());
-    EXPECT_EQ(gPopups, 0);
+    EXPECT_EQ(ScriptedWindow::popups, 0);
     click(presets, kLButton | kDoubleClick, 20, 9);
     EXPECT_FALSE(presets->isMenuPending());
     EXPECT_EQ(presets->getName(), "Loud");
@@ -270,10 +225,10 @@ TEST_F(Menus, PresetFieldReportsWhereTheChoiceLiesAndRenamesOnADoubleClick) {
     EXPECT_EQ(presets->getTag(), kGUIPresetMenu);
 
     // With no second click the menu opens when the wait is over.
-    gPopups = 0;
-    gScript = pick(0);
+    ScriptedWindow::popups = 0;
+    ScriptedWindow::script = pick(0);
     click(presets, kLButton, 20, 9);
     CTimer::fireDue(toolkitMilliseconds() + 60000);
-    EXPECT_EQ(gPopups, 1);
+    EXPECT_EQ(ScriptedWindow::popups, 1);
     EXPECT_EQ(presets->getChosenPath(), std::vector<int32_t>{0});
 }

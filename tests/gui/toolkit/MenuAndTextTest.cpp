@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "gui/ScriptedWindow.h"
 #include "gui/toolkit/CFileSelector.h"
 #include "gui/toolkit/CFrame.h"
 #include "gui/toolkit/ControlMixins.h"
@@ -25,38 +26,6 @@ using namespace VSTGUI;
 
 namespace {
 
-// A window that runs popups by handing them to a script.
-std::function<void(IPopupClient*)> gPopupScript;
-CPoint gFrameOnScreen(200, 100);
-std::vector<std::string> gCursorLog;
-
-class ScriptedWindow : public IPlatformFrame {
-public:
-    void invalidRect(const CRect&) override {}
-    bool setSize(const CRect&) override { return true; }
-    CPoint getPositionOnScreen() override { return gFrameOnScreen; }
-    bool getCurrentMousePosition(CPoint& where) override {
-        where = CPoint(30, 40);
-        return true;
-    }
-    int32_t getCurrentMouseButtons() override { return 0; }
-    void setMouseCursor(CCursorType) override {}
-    void showCursor(bool visible) override { gCursorLog.push_back(visible ? "show" : "hide"); }
-    void setCursorPosition(const CPoint& p) override {
-        gCursorLog.push_back("warp " + std::to_string(static_cast<int>(p.x)) + "," + std::to_string(static_cast<int>(p.y)));
-    }
-    void takeFocus() override {}
-    void idle() override {}
-    bool runPopup(IPopupClient* client) override {
-        if (gPopupScript) gPopupScript(client);
-        return true;
-    }
-    uint32_t doubleClickTime() override { return 0; }
-    uintptr_t nativeWindow() override { return 1; }
-};
-
-IPlatformFrame* makeScriptedWindow(IPlatformFrameCallback*, const CRect&, uintptr_t) { return new ScriptedWindow; }
-
 CPoint centre(const CRect& r) { return CPoint((r.left + r.right) / 2, (r.top + r.bottom) / 2); }
 
 class Listener : public CControlListener {
@@ -65,21 +34,13 @@ public:
     int changes = 0;
 };
 
-struct Menus : ::testing::Test {
+struct Menus : ScriptedFrame {
     void SetUp() override {
-        setPlatformFrameFactory(&makeScriptedWindow);
-        frame = new CFrame(CRect(0, 0, 400, 300), nullptr);
-        ASSERT_TRUE(frame->open(0));
+        ScriptedFrame::SetUp();
         menu = new COptionMenu(CRect(10, 20, 110, 40), &listener, 5);
         frame->addView(menu);
     }
-    void TearDown() override {
-        frame->forget();
-        setPlatformFrameFactory(nullptr);
-        gPopupScript = nullptr;
-    }
     Listener listener;
-    CFrame* frame = nullptr;
     COptionMenu* menu = nullptr;
 };
 
@@ -212,7 +173,7 @@ TEST_F(Menus, AClickOnTheControlOpensThePopupAtItsScreenPlaceAndSetsTheValue) {
     menu->addEntry("Two");
     menu->addEntry("Three");
     CRect firstWindow;
-    gPopupScript = [&](IPopupClient* client) {
+    ScriptedWindow::script = [&](IPopupClient* client) {
         auto* popup = static_cast<MenuPopup*>(client);
         firstWindow = client->popupWindowRect(0);
         const CPoint onThree = centre(popup->itemRect(0, 2));
@@ -229,7 +190,7 @@ TEST_F(Menus, AClickOnTheControlOpensThePopupAtItsScreenPlaceAndSetsTheValue) {
     EXPECT_EQ(menu->getLastItemMenu(index), menu);
     EXPECT_EQ(index, 2);
 
-    gPopupScript = [](IPopupClient* client) { client->popupFocusLost(); };
+    ScriptedWindow::script = [](IPopupClient* client) { client->popupFocusLost(); };
     EXPECT_FALSE(menu->popup());
     EXPECT_EQ(listener.changes, 1);
     EXPECT_EQ(menu->getLastItemMenu(index), nullptr);
@@ -262,7 +223,7 @@ TEST_F(Menus, TextFieldsCommitOnReturnAndKeepTheirTextOnEscape) {
     Listener fieldListener;
     auto* field = new CTextEdit(CRect(10, 60, 110, 80), &fieldListener, 9, "Band 1");
     frame->addView(field);
-    gPopupScript = [](IPopupClient* client) {
+    ScriptedWindow::script = [](IPopupClient* client) {
         auto* entry = static_cast<TextEntryPopup*>(client);
         for (char c : std::string("Air")) client->popupKey(static_cast<uint32_t>(c), VKEY_NONE, 0);
         EXPECT_EQ(entry->model().text(), "Air");  // typing replaced the selected text
@@ -273,7 +234,7 @@ TEST_F(Menus, TextFieldsCommitOnReturnAndKeepTheirTextOnEscape) {
     EXPECT_EQ(field->getText(), "Air");
     EXPECT_EQ(fieldListener.changes, 1);
 
-    gPopupScript = [](IPopupClient* client) {
+    ScriptedWindow::script = [](IPopupClient* client) {
         client->popupKey('x', VKEY_NONE, 0);
         client->popupKey(0, VKEY_ESCAPE, 0);
     };
@@ -281,7 +242,7 @@ TEST_F(Menus, TextFieldsCommitOnReturnAndKeepTheirTextOnEscape) {
     EXPECT_EQ(field->getText(), "Air");
     EXPECT_EQ(fieldListener.changes, 1);
 
-    gPopupScript = [](IPopupClient* client) {
+    ScriptedWindow::script = [](IPopupClient* client) {
         client->popupKey(0, VKEY_END, 0);
         client->popupKey('!', VKEY_NONE, 0);
         client->popupMouse(PopupMouse::Down, CPoint(0, 0), kLButton);  // outside: commits
@@ -291,11 +252,11 @@ TEST_F(Menus, TextFieldsCommitOnReturnAndKeepTheirTextOnEscape) {
 }
 
 TEST_F(Menus, AHiddenCursorComesBackWhereTheDragStartedPlusTheOffset) {
-    gCursorLog.clear();
+    ScriptedWindow::cursorLog.clear();
     nControlMouse off;
     off.beginHideMouse(frame);
     off.endHideMouse(frame);
-    EXPECT_TRUE(gCursorLog.empty());  // "Hide Mouse" off: the cursor stays
+    EXPECT_TRUE(ScriptedWindow::cursorLog.empty());  // "Hide Mouse" off: the cursor stays
 
     nControlMouse on;
     on.setHideMouse(true);
@@ -304,7 +265,7 @@ TEST_F(Menus, AHiddenCursorComesBackWhereTheDragStartedPlusTheOffset) {
     on.beginHideMouse(frame);  // already hidden: nothing more
     on.endHideMouse(frame, CPoint(5, -10));
     EXPECT_FALSE(on.isCursorHidden());
-    EXPECT_EQ(gCursorLog, (std::vector<std::string>{"hide", "warp 35,30", "show"}));
+    EXPECT_EQ(ScriptedWindow::cursorLog, (std::vector<std::string>{"hide", "warp 35,30", "show"}));
 }
 
 namespace {
@@ -446,7 +407,7 @@ TEST_F(FileDialog, SavingCompletesTheNameRefusesSlashesAndAsksBeforeReplacing) {
 TEST_F(FileDialog, RunsOverTheFrameAndReturnsThePathOnlyWhenConfirmed) {
     CFileSelector selector(frame);
     std::string path = "unchanged";
-    gPopupScript = [](IPopupClient* client) {
+    ScriptedWindow::script = [](IPopupClient* client) {
         auto* dialog = static_cast<FileSelectorPopup*>(client);
         const CRect r = dialog->popupWindowRect(0);
         EXPECT_EQ(r, CRect::fromSize(200 + (400 - FileSelectorPopup::kWidth) / 2, 100, FileSelectorPopup::kWidth,
@@ -462,7 +423,7 @@ TEST_F(FileDialog, RunsOverTheFrameAndReturnsThePathOnlyWhenConfirmed) {
                              &path));
     EXPECT_EQ(path, (root / "alpha" / "x.fwb").string());
 
-    gPopupScript = [](IPopupClient* client) {
+    ScriptedWindow::script = [](IPopupClient* client) {
         auto* dialog = static_cast<FileSelectorPopup*>(client);
         dialog->popupMouse(PopupMouse::Down, centre(dialog->cancelButtonRect()), kLButton);
         dialog->popupMouse(PopupMouse::Up, centre(dialog->cancelButtonRect()), kLButton);
@@ -471,7 +432,7 @@ TEST_F(FileDialog, RunsOverTheFrameAndReturnsThePathOnlyWhenConfirmed) {
     EXPECT_FALSE(selector.run(FileSelectorStyle::kOpen, "Select preset bank", root.string().c_str(), "fwb", &path));
     EXPECT_EQ(path, (root / "alpha" / "x.fwb").string());
 
-    gPopupScript = [](IPopupClient* client) {
+    ScriptedWindow::script = [](IPopupClient* client) {
         auto* dialog = static_cast<FileSelectorPopup*>(client);
         dialog->popupKey(0, VKEY_END, 0);  // the last file, "b.fwb"
         dialog->popupMouse(PopupMouse::Down, centre(dialog->confirmButtonRect()), kLButton);
@@ -480,7 +441,7 @@ TEST_F(FileDialog, RunsOverTheFrameAndReturnsThePathOnlyWhenConfirmed) {
     ASSERT_TRUE(selector.run(FileSelectorStyle::kOpen, "Select preset bank", root.string().c_str(), "fwb", &path));
     EXPECT_EQ(path, (root / "b.fwb").string());
 
-    gPopupScript = [](IPopupClient* client) { client->popupKey(0, VKEY_ESCAPE, 0); };
+    ScriptedWindow::script = [](IPopupClient* client) { client->popupKey(0, VKEY_ESCAPE, 0); };
     EXPECT_FALSE(selector.run(FileSelectorStyle::kOpen, "Select preset bank", root.string().c_str(), "fwb", &path));
     CFileSelector closed(nullptr);
     EXPECT_FALSE(closed.run(FileSelectorStyle::kOpen, "", "", "", &path));
