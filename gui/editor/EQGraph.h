@@ -193,6 +193,7 @@ private:
     void beginTag(int32_t tag);
     void endTag(int32_t tag);
     void setBandRow(int32_t band, int32_t field, float norm);  // one bracketed change
+    void changeBandRow(int32_t band, int32_t field, float norm);  // the same as its own undo step
     void selectOnly(int32_t band);
     void toggleSelected(int32_t band);
     void clearSelection();

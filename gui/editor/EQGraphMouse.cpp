@@ -73,6 +73,14 @@ void EQGraph::setBandRow(int32_t band, int32_t field, float norm) {
     scene.bands[size_t(band)].norm[field] = norm;
 }
 
+void EQGraph::changeBandRow(int32_t band, int32_t field, float norm) {
+    // A change of its own: one undo step, whatever the row takes along
+    // (a new type resets the subtype, a state reaches the linked bands).
+    if (host) host->graphUndoGroup(true);
+    setBandRow(band, field, norm);
+    if (host) host->graphUndoGroup(false);
+}
+
 // The graph keeps its copy of the selection in step with what it sends,
 // so that a gesture sees its own changes before the editor's next refresh.
 void EQGraph::selectOnly(int32_t band) {
@@ -241,7 +249,7 @@ int32_t EQGraph::createBand(double hz, double dB) {
 
 void EQGraph::deleteBand(int32_t band) {
     if (band < 0 || band >= kNumBands) return;
-    setBandRow(band, kFieldState, 0.0f);
+    changeBandRow(band, kFieldState, 0.0f);
     scene.bands[size_t(band)].state = kBandOff;
     clearSelection();
     hoverBand = -1;
@@ -295,7 +303,7 @@ CMouseEventResult EQGraph::onMouseDown(CPoint& where, const int32_t& buttons) {
                 deleteBand(band);
             } else {
                 const int32_t state = scene.bands[size_t(band)].state == kBandOn ? kBandBypassed : kBandOn;
-                setBandRow(band, kFieldState, normOf(bandParam(band, kFieldState), state));
+                changeBandRow(band, kFieldState, normOf(bandParam(band, kFieldState), state));
                 scene.bands[size_t(band)].state = state;
                 changed(false);
             }
@@ -743,7 +751,7 @@ void EQGraph::clickPopup(int32_t rect) {
     switch (rect) {
         case 0: {
             const int32_t state = scene.bands[size_t(b)].state == kBandOn ? kBandBypassed : kBandOn;
-            setBandRow(b, kFieldState, normOf(bandParam(b, kFieldState), state));
+            changeBandRow(b, kFieldState, normOf(bandParam(b, kFieldState), state));
             scene.bands[size_t(b)].state = state;
             changed(false);
             break;
@@ -801,7 +809,7 @@ void EQGraph::openPopupChild(int32_t rect) {
         if (shown && popup.chosenMenu() == menu && popup.chosenIndex() >= 0 &&
             popup.chosenIndex() < int32_t(values.size())) {
             const int32_t tag = bandParam(b, field);
-            setBandRow(b, field, normOf(tag, values[size_t(popup.chosenIndex())]));
+            changeBandRow(b, field, normOf(tag, values[size_t(popup.chosenIndex())]));
         }
         menu->forget();
         changed(false);
@@ -824,6 +832,6 @@ void EQGraph::openPopupChild(int32_t rect) {
     if (field == kFieldFrequency) real /= frequencyFactor(b);
     if (field == kFieldGain) real /= std::fabs(scene.scale) > 1e-9 ? scene.scale : 1.0;
     const int32_t tag = bandParam(b, field);
-    setBandRow(b, field, normOf(tag, std::clamp(real, double(rowOf(tag).min), double(rowOf(tag).max))));
+    changeBandRow(b, field, normOf(tag, std::clamp(real, double(rowOf(tag).min), double(rowOf(tag).max))));
     changed(false);
 }

@@ -12,6 +12,9 @@
 #include <cjson/cJSON.h>
 
 #include "TestHost.h"
+#include "gui/ScriptedWindow.h"
+#include "gui/toolkit/MenuPopup.h"
+#include "gui/toolkit/TextEntry.h"
 #include "gui/editor/EQGraph.h"
 #include "gui/editor/Keyboard.h"
 #include "gui/editor/VGEditor.h"
@@ -29,10 +32,11 @@ struct Session {
     std::vector<std::pair<int32_t, VGEditor::EditEvent>> brackets;
     double seconds = 100.0;
 
-    Session() {
+    // parent 0: headless; otherwise over whatever window the platform makes.
+    explicit Session(uintptr_t parent = 0) {
         detachFromTimer(*fx);
         for (int32_t b = 0; b < kNumBands; ++b) setReal(*fx, bandParam(b, kFieldState), kBandOff);
-        editor.open(0);
+        editor.open(parent);
         graph = editor.getGraph();
         graph->setClock([this] { return seconds; });
         editor.setEditListener([this](int32_t tag, VGEditor::EditEvent e) {
@@ -306,4 +310,56 @@ TEST(EQGraphMouse, TheKeyboardMakesBandsAtKeysAndSnapsThemToSemitones) {
     s.editor.getFrame()->onWheel(s.at(300, 40), kMouseWheelAxisY, 2.0f, 0);
     EXPECT_EQ(keys->getMinFrequency(), s.graph->getMinFrequency());
     EXPECT_EQ(keys->getMaxFrequency(), s.graph->getMaxFrequency());
+}
+
+TEST(EQGraphMouse, ThePopupsMenusAndFieldsSetTheBandsRows) {
+    struct Row {
+        int32_t rect;
+        std::function<void(IPopupClient*)> act;
+        int32_t field;
+        double expected;
+    };
+    auto choose = [](int32_t entry) {
+        return [entry](IPopupClient* client) {
+            auto* menu = dynamic_cast<MenuPopup*>(client);
+            ASSERT_NE(menu, nullptr);
+            for (int32_t i = 0; i < 16 && menu->highlighted(0) != entry; ++i) menu->popupKey(0, VKEY_DOWN, 0);
+            menu->popupKey(0, VKEY_RETURN, 0);
+        };
+    };
+    auto type = [](const char* text) {
+        return [text](IPopupClient* client) {
+            auto* field = dynamic_cast<TextEntryPopup*>(client);
+            ASSERT_NE(field, nullptr);
+            for (const char* c = text; *c; ++c) field->popupKey(uint32_t(*c), 0, 0);
+            field->popupKey(0, VKEY_RETURN, 0);
+        };
+    };
+    const Row rows[] = {
+        {2, choose(3), kFieldType, kTypeHighShelf},
+        {4, type("1k5"), kFieldFrequency, 1500.0},
+        {6, type("2,5"), kFieldQ, 2.5},
+    };
+    for (const Row& row : rows) {
+        ScriptedWindow::reset();
+        setPlatformFrameFactory(&ScriptedWindow::make);
+        {
+            Session s(1);
+            s.makeBand(0, kTypePeak, 700.0, 0.1);
+            s.move(s.handle(0), 0);  // the popup opens on the hovered band
+            s.refresh();              // and its texts arrive
+            s.graph->layoutPopup();
+            const CRect box = s.graph->popupRect(row.rect);
+            ASSERT_FALSE(box.isEmpty()) << row.rect;
+            ScriptedWindow::script = row.act;
+            s.down(s.at((box.left + box.right) / 2, (box.top + box.bottom) / 2), kLButton);
+            s.refresh();
+            EXPECT_EQ(ScriptedWindow::popups, 1) << row.rect;
+            EXPECT_NEAR(s.real(0, row.field), row.expected, 1e-3) << row.rect;
+            s.undo();
+            EXPECT_NE(s.real(0, row.field), row.expected) << row.rect;
+        }
+        setPlatformFrameFactory(nullptr);
+    }
+    ScriptedWindow::reset();
 }
