@@ -235,7 +235,6 @@ private:
     int32_t wheelTag = -1;
     float wheelNorm = 0;
     double popupTime = 0;
-    VSTGUI::CPoint handleAtStart;
 
     GraphScene scene;
     GraphOptions options;

@@ -327,7 +327,6 @@ CMouseEventResult EQGraph::onMouseDown(CPoint& where, const int32_t& buttons) {
     fine = (buttons & modifierRoles().fine) != 0;
     press = Press::Band;
     pressBand = band;
-    handleAtStart = handlePosition(band);
     startDrag(band, at, buttons);
     if (CFrame* f = getFrame()) f->showCursor(false);
     changed(false);
