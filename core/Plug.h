@@ -207,7 +207,8 @@ public:
     void copyToABSlot(int32_t slot);
 
     // ---- Undo (message thread) ----
-    // A group of steps that undo and redo as one; groups may nest.
+    // A group of steps that undo and redo as one. Groups do not nest: an
+    // undo stops at the first group's bottom it meets.
     void undoBeginGroup();
     void undoEndGroup();
     void undo();

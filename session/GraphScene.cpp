@@ -90,6 +90,7 @@ void gatherPopup(Plug& effect, int32_t b, GraphPopupText& popup) {
 void gatherGraphScene(Plug& effect, GraphScene& scene, int32_t popupBand) {
     gatherPopup(effect, popupBand, scene.popup);
     scene.scale = effect.getRealValue(kScale);
+    scene.frequencyFactor = effect.getRealValue(kFShift) * 0.01 * effect.getPitchFactor();
     scene.sampleRate = effect.getSampleRate();
     scene.listenBand = effect.getAutoListenBand();
     scene.listenGainShown = effect.getAutoListenGainMode() != 0;

@@ -49,6 +49,7 @@ struct GraphPopupText {
 struct GraphScene {
     std::array<GraphBand, kNumBands> bands{};
     double scale = 1.0;          // real Scale: band gains are drawn times this
+    double frequencyFactor = 1.0;  // where bands run over their rows' frequencies: the shift and the pitch
     float sampleRate = 48000.0f;
     int32_t listenBand = -1;     // the band being auditioned, -1 none
     bool listenGainShown = false;  // "AutoListen Gain" leaves the audition's shelf handle at its gain

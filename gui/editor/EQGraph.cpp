@@ -13,7 +13,6 @@ using graphpix::Rgb;
 
 namespace {
 
-constexpr double kLowestFrequency = 10.0;
 constexpr int32_t kGripColour[] = {0x57, 0x85, 0xa6};
 constexpr int32_t kScaleGrey = 0x80;
 const CColor kWhite{255, 255, 255, 255};
@@ -55,27 +54,6 @@ void frequencyText(char* out, size_t size, double hz, bool sub) {
     }
 }
 
-void fillRows(CDIB& dib, int32_t x0, int32_t x1, int32_t y0, int32_t y1, const Rgb& c, double alpha) {
-    x0 = std::max(x0, 0);
-    y0 = std::max(y0, 0);
-    x1 = std::min(x1, dib.width());
-    y1 = std::min(y1, dib.height());
-    const auto w = int32_t(std::lround(std::clamp(alpha, 0.0, 1.0) * 65536.0));
-    for (int32_t y = y0; y < y1; ++y) {
-        uint8_t* p = dib.row(y) + ptrdiff_t(x0) * 4;
-        for (int32_t x = x0; x < x1; ++x, p += 4) {
-            if (w >= 0x10000) {
-                p[0] = c.blue, p[1] = c.green, p[2] = c.red;
-            } else {
-                p[0] = uint8_t(p[0] + (((int32_t(c.blue) - p[0]) * w) >> 16));
-                p[1] = uint8_t(p[1] + (((int32_t(c.green) - p[1]) * w) >> 16));
-                p[2] = uint8_t(p[2] + (((int32_t(c.red) - p[2]) * w) >> 16));
-            }
-            p[3] = 255;
-        }
-    }
-}
-
 void line(CDIB& dib, double x0, double y0, double x1, double y1, double width, const Rgb& c, double alpha) {
     graphpix::drawAALine(dib, float(x0), float(y0), float(x1), float(y1), float(width), c.red, c.green, c.blue,
                          float(alpha));
@@ -83,6 +61,11 @@ void line(CDIB& dib, double x0, double y0, double x1, double y1, double width, c
 
 void vline(CDIB& dib, double x, double y0, double y1, double width, const Rgb& c, double alpha) {
     graphpix::drawAAVLine(dib, float(x), float(y0), float(y1), float(width), c.red, c.green, c.blue, float(alpha));
+}
+
+// A rectangle of whole pixels: an upright line as wide as it is.
+void fillRows(CDIB& dib, int32_t x0, int32_t x1, int32_t y0, int32_t y1, const Rgb& c, double alpha) {
+    if (x1 > x0 && y1 > y0) vline(dib, 0.5 * (x0 + x1), y0, y1, x1 - x0, c, std::clamp(alpha, 0.0, 1.0));
 }
 
 void hline(CDIB& dib, double y, double x0, double x1, double width, const Rgb& c, double alpha) {
@@ -96,6 +79,7 @@ CColor toColour(const Rgb& c) { return CColor{c.red, c.green, c.blue, 255}; }
 }  // namespace
 
 Rgb bandColour(int32_t band, double frequency, double sampleRate, bool byNumber) {
+    constexpr double kLowestFrequency = EQGraph::kLowestFrequency;
     double hue = 45.0 * band;
     if (!byNumber) {
         const double top = std::max(0.5 * sampleRate, 2.0 * kLowestFrequency);
@@ -1066,12 +1050,19 @@ void EQGraph::drawFrequencyLabels() {
     for (int32_t i = 0; i < count; ++i) font.draw(*sceneDib, labels[i].text, labels[i].x, plotH - 11, kWhite);
 }
 
+double EQGraph::scrollBarX(double hz) const {
+    return std::floor(std::log(hz / kLowestFrequency) / std::log(nyquist / kLowestFrequency) * (plotW - kScrollBarHeight));
+}
+
+double EQGraph::scrollBarFrequency(double x) const {
+    return kLowestFrequency * std::exp(std::log(nyquist / kLowestFrequency) * (x - 9.5) / (plotW - kScrollBarHeight));
+}
+
 void EQGraph::drawScrollBar() {
     CDIB& dib = *scrollDib;
     dib.fill(CColor{0, 0, 0, 255});
     const double full = std::log(nyquist / kLowestFrequency);
-    const double travel = plotW - kScrollBarHeight;
-    auto at = [&](double f) { return std::floor(std::log(f / kLowestFrequency) / full * travel); };
+    auto at = [&](double f) { return scrollBarX(f); };
     const Rgb lineGrey = grey(options.gridGrey);
     for (double decade = kLowestFrequency; decade < nyquist; decade *= 10.0) {
         for (int32_t digit = 1; digit <= 9 && decade * digit <= nyquist; ++digit) {

@@ -45,6 +45,7 @@ public:
     };
 
     static constexpr int32_t kScrollBarHeight = 19;
+    static constexpr double kLowestFrequency = 10.0;  // the graph never shows below it
     static constexpr int32_t kExtraRows = 6;  // the bitmaps run this far below the plot
     static constexpr int32_t kSpectrographRows = 256;
     // The analyser's display types.
@@ -214,7 +215,10 @@ private:
     // The group, type or subtype menu, or the text entry of a value, over
     // the popup's box `rect`.
     void openPopupChild(int32_t rect);
-    double frequencyFactor(int32_t band) const;
+    // The scroll bar's scale over 10 Hz .. Nyquist: the x of a frequency
+    // (before the thumb's inset) and the frequency under a pointer's x.
+    double scrollBarX(double hz) const;
+    double scrollBarFrequency(double x) const;
     void followLocally(int32_t band, int32_t field, float norm);
 
     Host* host = nullptr;

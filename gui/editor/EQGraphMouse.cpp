@@ -22,7 +22,6 @@ using namespace VSTGUI;
 
 namespace {
 
-constexpr double kLowestFrequency = 10.0;
 constexpr int32_t kRightOrCommand = kRButton | kApple;
 constexpr double kPopupFadeStep = 0.13;
 constexpr double kPopupHoldSeconds = 1.0;
@@ -114,12 +113,6 @@ int32_t EQGraph::qMask() const { return options.swapAltRight ? kRightOrCommand :
 
 float EQGraph::rowNorm(int32_t band, int32_t field) const { return scene.bands[size_t(band)].norm[field]; }
 
-double EQGraph::frequencyFactor(int32_t band) const {
-    // Where a band runs over its own row frequency: the shift and the pitch.
-    const GraphBand& b = scene.bands[size_t(band)];
-    return b.rowFrequency > 0.0 && b.frequency > 0.0 ? b.frequency / b.rowFrequency : 1.0;
-}
-
 void EQGraph::followLocally(int32_t b, int32_t field, float norm) {
     // The band as the values just sent make it, redesigned here, so the
     // curve and the handle move with the pointer before the editor's next
@@ -131,7 +124,7 @@ void EQGraph::followLocally(int32_t b, int32_t field, float norm) {
     const bool pass = band.type == kTypeHPF || band.type == kTypeLPF;
     switch (field) {
         case kFieldFrequency:
-            band.frequency = real * frequencyFactor(b);
+            band.frequency = real * scene.frequencyFactor;
             band.rowFrequency = real;
             shape.frequency = float(band.frequency);
             break;
@@ -201,13 +194,7 @@ int32_t EQGraph::createBand(double hz, double dB) {
     }
     if (groups == 0) groups = 0xFF;
     const double scale = std::fabs(scene.scale) > 1e-9 ? scene.scale : 1.0;
-    double factor = 1.0;
-    for (const GraphBand& b : scene.bands) {
-        if (b.rowFrequency > 0.0 && b.frequency > 0.0) {
-            factor = b.frequency / b.rowFrequency;
-            break;
-        }
-    }
+    const double factor = scene.frequencyFactor;
     if (host) host->graphUndoGroup(true);
     setBandRow(band, kFieldGroups, normOf(bandParam(band, kFieldGroups), groups));
     setBandRow(band, kFieldType, normOf(bandParam(band, kFieldType), type));
@@ -274,8 +261,7 @@ CMouseEventResult EQGraph::onMouseDown(CPoint& where, const int32_t& buttons) {
             zoomChanged();
             return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
         }
-        const double full = std::log(nyquist / kLowestFrequency), travel = plotW - kScrollBarHeight;
-        auto p = [&](double f) { return std::floor(std::log(f / kLowestFrequency) / full * travel) + 9.5; };
+        auto p = [&](double f) { return scrollBarX(f) + 9.5; };
         const double x = at.x;
         if (std::fabs(x - p(minF)) <= 16.0) scrollMode = 1;
         else if (std::fabs(x - p(maxF)) <= 16.0) scrollMode = 2;
@@ -476,7 +462,7 @@ void EQGraph::dragTo(const CPoint& at, int32_t buttons) {
         if (horizontal) {
             if (field == kFieldFrequency) {
                 const double f = std::clamp(frequencyAt(dx), minF, maxF);
-                norm = normOf(tag, f / frequencyFactor(b));
+                norm = normOf(tag, f / scene.frequencyFactor);
             } else {
                 norm = float(std::clamp(norm + (dx - lastX) / plotW * 0.5, 0.0, 1.0));
             }
@@ -531,7 +517,7 @@ void EQGraph::rubberTo(const CPoint& at, int32_t buttons) {
 
 void EQGraph::scrollTo(double x) {
     if (scrollMode == 0) return;
-    const double f = kLowestFrequency * std::exp(std::log(nyquist / kLowestFrequency) * (x - 9.5) / (plotW - kScrollBarHeight));
+    const double f = scrollBarFrequency(x);
     if (scrollMode == 1) {
         minF = std::min(f, maxF * 0.5);
     } else if (scrollMode == 2) {
@@ -675,8 +661,7 @@ bool EQGraph::onWheel(const CPoint& where, const CMouseWheelAxis& axis, const fl
             centre *= d * 0.1 + 1.0;
         } else {
             // Zoom about the pointer's place on the scroll bar's scale.
-            const double p = kLowestFrequency *
-                             std::exp(std::log(nyquist / kLowestFrequency) * (at.x - 9.5) / (plotW - kScrollBarHeight));
+            const double p = scrollBarFrequency(at.x);
             centre = std::clamp(std::exp((std::log(p) - std::log(centre)) * std::fabs(d) * 0.1 + std::log(centre)),
                                 kLowestFrequency, nyquist);
             ratio = std::pow(ratio, 1.0 - d * 0.1);
@@ -828,7 +813,7 @@ void EQGraph::openPopupChild(int32_t rect) {
     const std::optional<ValueReading> reading = readValueText(entry.model().text(), field == kFieldFrequency);
     if (!reading) return;
     double real = reading->value;
-    if (field == kFieldFrequency) real /= frequencyFactor(b);
+    if (field == kFieldFrequency) real /= scene.frequencyFactor;
     if (field == kFieldGain) real /= std::fabs(scene.scale) > 1e-9 ? scene.scale : 1.0;
     const int32_t tag = bandParam(b, field);
     changeBandRow(b, field, normOf(tag, std::clamp(real, double(rowOf(tag).min), double(rowOf(tag).max))));
