@@ -410,22 +410,30 @@ void EQGraph::drawBackground() {
         const auto level = uint8_t(std::clamp((plotH - 2 * y) * options.fadeLevel / plotH, 0, 255));
         fillRows(dib, 0, plotW, y, y + 1, grey(level), 1.0);
     }
-    // Decade lines, and lines between them when the zoom leaves room.
+    // Decade lines, and lines between them when the zoom leaves room (the
+    // even ones, or all of them zoomed in further).
     const Rgb lineGrey = grey(options.gridGrey);
+    forEachGridFrequency([&](double f, int32_t, int32_t sub, bool all) {
+        if (sub > 0 && !all && (sub % 2) != 0) return;
+        vline(dib, std::floor(xOf(f)) + 0.5, 0, plotH, 0.5, lineGrey, options.gridAlpha * (sub > 0 ? 0.5 : 1.0));
+    });
+}
+
+template <typename Visit>
+void EQGraph::forEachGridFrequency(Visit&& visit) const {
     const double ratio = maxF / minF;
     const bool subLines = ratio * 32.0 < plotW / 10.0;
     const bool allSubLines = ratio * 256.0 < plotW / 10.0;
     for (double decade = kLowestFrequency; decade < maxF; decade *= 10.0) {
         for (int32_t digit = 1; digit <= 9; ++digit) {
             const double f = decade * digit;
-            if (f > maxF) break;
-            if (f >= minF) vline(dib, std::floor(xOf(f)) + 0.5, 0, plotH, 0.5, lineGrey, options.gridAlpha);
+            if (f > maxF) return;
+            if (f >= minF) visit(f, digit, 0, allSubLines);
             if (!subLines) continue;
             for (int32_t i = 1; i <= 9; ++i) {
-                if (!allSubLines && (i % 2) != 0) continue;
                 const double sub = f + i * decade * 0.1;
                 if (sub > maxF) break;
-                if (sub >= minF) vline(dib, std::floor(xOf(sub)) + 0.5, 0, plotH, 0.5, lineGrey, options.gridAlpha * 0.5);
+                if (sub >= minF) visit(sub, digit, i, allSubLines);
             }
         }
     }
@@ -1006,15 +1014,18 @@ void EQGraph::drawGridAndLabels() {
 
 int32_t EQGraph::frequencyLabels(FrequencyLabel* out, int32_t capacity) const {
     const PixelFont& font = PixelFont::small();
-    const double ratio = maxF / minF;
-    const bool subLines = ratio * 32.0 < plotW / 10.0;
-    const bool allSubLines = ratio * 256.0 < plotW / 10.0;
+    const bool subLines = (maxF / minF) * 32.0 < plotW / 10.0;
     int32_t count = 0;
     int32_t lastEnd = -1000;
-    auto place = [&](double f, bool sub) {
-        if (count >= capacity) return;
+    forEachGridFrequency([&](double f, int32_t digit, int32_t sub, bool all) {
+        // Leading digits by "Frequency Labels" (all of them zoomed in); of
+        // the lines between, the sixth, or all zoomed in further.
+        const bool labelled = sub > 0 ? (all || sub == 6)
+                                      : (subLines || digit == 1 || digit == 2 ||
+                                         (options.labels125 ? digit == 5 : (digit % 2) == 0));
+        if (!labelled || count >= capacity) return;
         FrequencyLabel& label = out[count];
-        frequencyText(label.text, sizeof label.text, f, sub);
+        frequencyText(label.text, sizeof label.text, f, sub > 0);
         label.frequency = f;
         label.width = font.textWidth(label.text);
         label.x = std::clamp(int32_t(std::floor(xOf(f))) - (label.width - 1) / 2, 2,
@@ -1023,23 +1034,7 @@ int32_t EQGraph::frequencyLabels(FrequencyLabel* out, int32_t capacity) const {
         if (label.x <= lastEnd + 1) return;
         lastEnd = label.x + label.width;
         ++count;
-    };
-    for (double decade = kLowestFrequency; decade < maxF; decade *= 10.0) {
-        for (int32_t digit = 1; digit <= 9; ++digit) {
-            const double f = decade * digit;
-            if (f > maxF) return count;
-            const bool labelled = subLines || digit == 1 || digit == 2 ||
-                                  (options.labels125 ? digit == 5 : (digit % 2) == 0);
-            if (f >= minF && labelled) place(f, false);
-            if (!subLines) continue;
-            for (int32_t i = 1; i <= 9; ++i) {
-                if (!allSubLines && i != 6) continue;
-                const double sub = f + i * decade * 0.1;
-                if (sub > maxF) break;
-                if (sub >= minF) place(sub, true);
-            }
-        }
-    }
+    });
     return count;
 }
 

@@ -167,6 +167,12 @@ private:
     void computeRange();
     void columnFrequencies();
     void drawBackground();
+    // Calls visit(f, leading digit, step between decades or 0, all steps
+    // shown) for the grid's frequencies on show, left to right: each
+    // digit of each decade, and the tenths between them when the zoom
+    // leaves room for them.
+    template <typename Visit>
+    void forEachGridFrequency(Visit&& visit) const;
     void drawAnalyser();
     void drawAnalyserCurves();
     void drawAnalyserBars(int32_t perOctave);
