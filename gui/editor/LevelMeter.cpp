@@ -19,6 +19,7 @@ constexpr double kExponents[] = {7.0, 6.75, 7.2, 6.9};
 constexpr int32_t kOffsets[] = {0, 12, 14, 20};
 constexpr double kMarks[] = {18, 9, 0, -12, -36, -60, -96};
 constexpr int32_t kEdge = 15;  // the lit columns at each side
+constexpr int32_t kMarkRoom = 8;  // the least room between the columns for marks
 const CColor kMarkGrey{0x61, 0x61, 0x61, 255};
 
 double linearOf(double dB) { return std::pow(10.0, dB / 20.0); }
@@ -91,6 +92,11 @@ void nVU::setLevels(double first, double second) {
     invalid();
 }
 
+void nVU::setValue(float v) {
+    CControl::setValue(v);
+    setLevels(v, v);
+}
+
 CMouseEventResult nVU::onMouseDown(CPoint& where, const int32_t& buttons) {
     (void)where;
     if ((buttons & kLButton) == 0) return kMouseEventNotHandled;
@@ -129,7 +135,9 @@ void nVU::makeFaces() {
             dark->fill(bar, CColor{0x3a, 0x3a, 0x3a, 255});
         }
     }
-    // The marks between the columns, numbered with the scale's offset.
+    // The marks between the columns, numbered with the scale's offset; a
+    // meter with no room between its columns shows none.
+    if (w - 2 * kEdge < kMarkRoom) return;
     const PixelFont& font = PixelFont::small();
     char text[16];
     for (const double mark : kMarks) {

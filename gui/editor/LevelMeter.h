@@ -36,6 +36,8 @@ public:
     void setLevels(double first, double second);
     double getLevel(int32_t column) const { return level[column & 1]; }
     double getHeld(int32_t column) const { return held[column & 1]; }
+    // The value of the meter's tag: one linear level for both columns.
+    void setValue(float v) override;
 
     // The row (from the top) of a level in a meter `height` high.
     double rowOf(double v) const;

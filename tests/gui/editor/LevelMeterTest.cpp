@@ -58,6 +58,11 @@ TEST(LevelMeter, AColumnEndsAtItsLevelsRowUnderEveryScale) {
     k20.view->setScale(3);
     EXPECT_EQ(k20.view->getScaleOffset(), 20);
     EXPECT_NE(std::memcmp(fs.view->darkFace()->pixels(), k20.view->darkFace()->pixels(), 40 * 200 * 4), 0);
+    // With no room between the columns there are no marks to differ.
+    nVU* narrow[2] = {new nVU(CRect(0, 0, 30, 200), nullptr, 0), new nVU(CRect(0, 0, 30, 200), nullptr, 0)};
+    narrow[1]->setScale(3);
+    EXPECT_EQ(std::memcmp(narrow[0]->darkFace()->pixels(), narrow[1]->darkFace()->pixels(), 30 * 200 * 4), 0);
+    for (nVU* v : narrow) v->forget();
 }
 
 TEST(LevelMeter, PeaksHoldFiveSecondsOrUntilClicked) {
