@@ -618,6 +618,28 @@ int32_t PlugEd::reviewedBandOrder(int32_t* order) const {
     return count;
 }
 
+int32_t PlugEd::reviewedBandOrder(int32_t* order, bool sort) const {
+    const int32_t count = reviewedBandOrder(order);
+    if (sort) {
+        std::stable_sort(order, order + count, [this](int32_t a, int32_t b) {
+            return effect->getRealValue(bandParam(a, kFieldFrequency)) <
+                   effect->getRealValue(bandParam(b, kFieldFrequency));
+        });
+    }
+    return count;
+}
+
+bool PlugEd::bandOrderSorted() const {
+    int32_t order[kNumBands];
+    const int32_t count = reviewedBandOrder(order);
+    for (int32_t i = 1; i < count; ++i) {
+        if (effect->getRealValue(bandParam(order[i], kFieldFrequency)) <
+            effect->getRealValue(bandParam(order[i - 1], kFieldFrequency)))
+            return false;
+    }
+    return true;
+}
+
 int32_t PlugEd::insertBandAfter(int32_t band) {
     if (band < 0 || band >= kNumBands) return -1;
     int32_t fresh = -1;

@@ -134,6 +134,11 @@ public:
     // leave it, bands that are on and missing join at the end in band
     // order. Writes up to kNumBands numbers and returns their count.
     int32_t reviewedBandOrder(int32_t* order) const;
+    // The same, ordered by the bands' real frequencies, lowest first, when
+    // `sort` is set; bands of equal frequency keep their places in the list.
+    int32_t reviewedBandOrder(int32_t* order, bool sort) const;
+    // Whether the reviewed order already runs from low to high frequency.
+    bool bandOrderSorted() const;
     // A new band after band `band` in the band order: the first band that
     // is off takes all ten rows of `band`, as one undo step. The new band's
     // number, or -1 when every band is in use (nothing changes then).

@@ -143,3 +143,20 @@ std::optional<ValueReading> readValueText(std::string_view raw, bool frequency) 
     reading.rest = trim(text.substr(start + used));
     return reading;
 }
+
+TypedValue readTypedValue(std::string_view text, bool frequency, bool noteMode) {
+    const std::optional<ValueReading> reading = readValueText(text, frequency || noteMode);
+    if (noteMode) {
+        if (!reading || !reading->note) return {};
+        return {TypedValue::kValue, reading->value};
+    }
+    if (!reading) {
+        if (text.find('0') != std::string_view::npos) return {};
+        return {TypedValue::kDefault, 0.0};
+    }
+    double value = reading->value;
+    if (frequency && !reading->kilo && !reading->note && !reading->rest.empty() &&
+        (reading->rest[0] == 'k' || reading->rest[0] == 'K'))
+        value *= kKilo;
+    return {TypedValue::kValue, value};
+}

@@ -29,3 +29,19 @@ std::optional<ValueReading> readValueText(std::string_view text, bool frequency)
 
 // The frequency of a note written as above: the whole text must be the note.
 std::optional<double> noteFrequency(std::string_view text);
+
+// What a value typed into a field asks for: a value in the units the field
+// shows, the field's default, or nothing at all.
+struct TypedValue {
+    enum Kind { kValue, kDefault, kIgnored };
+    Kind kind = kIgnored;
+    double value = 0.0;
+};
+
+// Reads text typed into a value field. A number as readValueText reads it
+// (and, in a frequency field, a note); a unit after it starting with "k"
+// ("1.5 kHz") means thousands. Text that holds no number and no "0"
+// (letters alone, or nothing) asks for the default; other unreadable text
+// is ignored. In note mode only a note is taken: text without one is
+// ignored.
+TypedValue readTypedValue(std::string_view text, bool frequency, bool noteMode);

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "gui/editor/AnalyserButton.h"
+#include "gui/editor/BandStrips.h"
 #include "gui/editor/EditorButtons.h"
 #include "gui/editor/EditorControls.h"
 #include "gui/editor/EditorMenus.h"
@@ -120,7 +121,7 @@ constexpr EditorElement kEditorElements[] = {
     {"CMovieButton4", makeMovieButton4, nullptr},
     {"nTiled", makeTiled<nTiled::Axis::X>, nullptr},
     {"nTiledV", makeTiled<nTiled::Axis::Y>, nullptr},
-    {"BandStrips", nullptr, "band strips"},
+    {"BandStrips", makeBandStrips, nullptr},
     {"meterSection", nullptr, "meters"},
     {"nFaded", makeFaded, nullptr},
     {"nTextDisplay", makeTextDisplay, nullptr},

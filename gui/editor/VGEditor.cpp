@@ -8,7 +8,9 @@
 
 #include <cjson/cJSON.h>
 
+#include "core/BandMapping.h"
 #include "core/ParamTable.h"
+#include "dsp/BandDesign.h"
 #include "core/Plug.h"
 #include "gui/editor/AlertView.h"
 #include "gui/editor/AnalyserButton.h"
@@ -26,6 +28,7 @@
 #include "gui/toolkit/HeadlessRender.h"
 #include "gui/toolkit/iControl.h"
 #include "session/PlugEd.h"
+#include "session/ValueText.h"
 #include "state/Alerts.h"
 
 using namespace VSTGUI;
@@ -127,6 +130,7 @@ bool VGEditor::open(uintptr_t parent) {
     pushAllValues();
     restoreGraphZoom();
     refreshAnalyserMenu();
+    rebuildStrips();
     frame->setScale(scaleFactor);
     return parent == 0 || frame->open(parent);
 }
@@ -226,7 +230,9 @@ void VGEditor::layoutEditor() {
 
     // The wizard's page and the editor's page both take the whole window.
     placeTagged(kGUIWizardOpen, [&](CView* v) {
-        if (v->isTypeOf("nPage")) v->setViewSize(whole);
+        if (!v->isTypeOf("nPage")) return;
+        v->setViewSize(whole);
+        v->setMouseableArea(whole);  // the regions below the layout's own height take the mouse too
     });
     auto show = [](CView* v, const layout::Box& box) {
         v->setViewSize(toRect(box));
@@ -235,7 +241,11 @@ void VGEditor::layoutEditor() {
     };
     placeTagged(kGUIEQGraph, [&](CView* v) { show(v, r.graph); });
     placeTagged(kGUIKeyboard, [&](CView* v) { show(v, r.keyboard); });
-    if (CView* strips = viewOfElement("BandStrips")) show(strips, r.strips);
+    if (CView* strips = viewOfElement("BandStrips")) {
+        // The strips' rows hang from their height: a new height builds them again.
+        if (strips->getViewSize().height() != r.strips.height()) stripsRebuildPending = true;
+        show(strips, r.strips);
+    }
     if (CView* meters = viewOfElement("meterSection")) show(meters, r.meters);
     placeTagged(kGUIMeterFade, [&](CView* v) { show(v, r.meterFade); });
 
@@ -344,9 +354,17 @@ void VGEditor::updateControl(int32_t tag, float value) {
             for (int32_t f = 0; f < kNumBandFields; ++f)
                 effect.setParameterLocked(effect.getProgram(), bandParam(band, f), false);
         }
+        // "Freq Sorting" "On Create" and "Always" place a new band by its frequency.
+        if (!bandOn[band] && on && ed.getUiSetting("BandStrips", "Freq Sorting") >= 1) sortStripsOnce = true;
         bandOn[band] = on;
     }
     if (field == kFieldState || field == kFieldType || field == kFieldSubtype) stripsRebuildPending = true;
+    if (field == kFieldFrequency && ed.getUiSetting("BandStrips", "Freq Sorting") == 2 && !ed.bandOrderSorted()) {
+        sortStripsOnce = true;
+        stripsRebuildPending = true;
+    }
+    // The strips show gains and frequencies through the scale and the shift.
+    if (tag == kScale || tag == kFShift) stripsRebuildPending = true;
     registry.setValueOfTag(tag, widgetValue(tag, value));
     // Many rows may change in one refresh: the buttons follow once, after them.
     if (isParamIndex(tag)) undoButtonsStale = true;
@@ -692,7 +710,13 @@ void VGEditor::handleValue(CControl* control) {
             layoutEditor();
             break;
         case kGUISelectOnly:
-            ed.selectOnly(static_cast<int32_t>(value));
+            if (value < 0.0f) {
+                // Nothing chosen, nothing linked.
+                ed.setSelectedBands(0);
+                ed.setLinkedBands(0);
+            } else {
+                ed.selectOnly(static_cast<int32_t>(value));
+            }
             for (int32_t b = 0; b < kNumBands; ++b)
                 registry.setValueOfTag(kGUISelectedBand + b, ((ed.getSelectedBands() >> b) & 1u) ? 1.0f : 0.0f);
             break;
@@ -952,14 +976,9 @@ void VGEditor::idle() {
     showNextAlert();
     if (resizePending) layoutEditor();
     editorTimer();
-    if (stripsRebuildPending && !frame->getModalView() && !inputs.wizardOpen) {
-        // The band order made whole again and kept with the program.
-        stripsRebuildPending = false;
-        int32_t order[kNumBands];
-        const int32_t count = ed.reviewedBandOrder(order);
-        const int32_t* stored = effect.programStore().bandOrder(effect.getProgram());
-        if (!std::equal(order, order + count, stored) || (count < kNumBands && stored[count] >= 0))
-            effect.setBandOrder(effect.getProgram(), order, count);
+    BandStrips* strips = getStrips();
+    if (stripsRebuildPending && !frame->getModalView() && !inputs.wizardOpen && !(strips && strips->isBusy())) {
+        rebuildStrips();
     }
     frame->idle();
 }
@@ -970,4 +989,108 @@ bool VGEditor::writeSnapshot(const std::string& path, std::string* error) {
         return false;
     }
     return writeViewPNG(frame, path.c_str(), error, look::kPanel);
+}
+
+// ---------------------------------------------------------------------------
+// The band strips
+
+BandStrips* VGEditor::getStrips() const {
+    CView* view = viewOfElement("BandStrips");
+    return view && view->isTypeOf("BandStrips") ? static_cast<BandStrips*>(view) : nullptr;
+}
+
+StripsModel VGEditor::stripsModel() const {
+    StripsModel model;
+    model.flags = inputs.flags;
+    int32_t order[kNumBands];
+    const int32_t count = ed.reviewedBandOrder(order, sortStripsOnce);
+    const GraphOptions options = graphOptionsFrom(ed.uiSettings());
+    const double rate = effect.getSampleRate();
+    for (int32_t i = 0; i < count; ++i) {
+        const int32_t b = order[i];
+        StripBand band;
+        band.band = b;
+        for (int32_t f = 0; f < kNumBandFields; ++f) band.norm[f] = effect.getParameter(bandParam(b, f));
+        band.bypassed = std::lround(effect.getRealValue(bandParam(b, kFieldState))) == kBandBypassed;
+        const auto type = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldType))));
+        const auto subtype = int32_t(std::lround(effect.getRealValue(bandParam(b, kFieldSubtype)))) - 1;
+        const int32_t engineType = engineTypeFor(type, false);
+        band.controls = controlMaskOf(engineType, subtype);
+        band.shiftName = shiftLabelOf(engineType, subtype);
+        const graphpix::Rgb c =
+            bandColour(b, effect.getRealValue(bandParam(b, kFieldFrequency)), rate, options.coloursByNumber);
+        band.colour = CColor{c.red, c.green, c.blue, 255};
+        model.bands.push_back(band);
+    }
+    int32_t names = 0;
+    const std::string* groupNames = effect.groupNamesOf(&names);
+    for (int32_t g = 0; g < names && groupNames; ++g) model.groupNames.push_back(groupNames[g]);
+    model.selected = ed.getSelectedBands();
+    for (int32_t tag = 0; tag < kNumParams; ++tag) {
+        if (effect.programStore().isLocked(effect.getProgram(), tag)) model.lockedRows[tag / 32] |= 1u << (tag % 32);
+    }
+    model.lockColour = options.lockYellow ? CColor{255, 255, 0, 0x80} : CColor{255, 0, 0, 0x80};
+
+    Plug* fx = &effect;
+    model.format = [fx](int32_t tag, float norm, bool musical) {
+        char text[kParamTextSize] = {};
+        fx->formatParameter(tag, norm, text, musical);
+        char unit[kParamTextSize] = {};
+        fx->getParameterLabel(tag, unit);
+        const ParamRow& row = staticParamTable()[tag];
+        // Words of a menu row, and note names, carry no unit.
+        const bool words = row.curve == kCurveInt || row.curve == kCurveBool;
+        return unit[0] && !words && !(musical && std::isalpha(static_cast<unsigned char>(text[0])))
+                   ? std::string(text) + " " + unit
+                   : std::string(text);
+    };
+    model.read = [fx](int32_t tag, std::string_view text, bool noteMode) -> std::optional<float> {
+        const TypedValue typed = readTypedValue(text, isBandFrequency(tag), noteMode);
+        if (typed.kind == TypedValue::kIgnored) return std::nullopt;
+        if (typed.kind == TypedValue::kDefault) return staticParamTable()[tag].norm;
+        const double norm = fx->displayToNorm(tag, typed.value);
+        if (!std::isfinite(norm)) return std::nullopt;
+        return float(std::clamp(norm, 0.0, 1.0));
+    };
+    model.defaultValue = [](int32_t tag) { return staticParamTable()[tag].norm; };
+    auto* self = const_cast<VGEditor*>(this);
+    model.undoGroup = [self](bool begin) { self->graphUndoGroup(begin); };
+    model.createBand = [self](double hz, double q) {
+        (void)q;
+        if (EQGraph* graph = self->getGraph()) graph->createBand(hz, 0.0);
+        self->stripsRebuildPending = true;
+    };
+    model.hoverBand = [self](int32_t band) {
+        if (EQGraph* graph = self->getGraph()) graph->setHoverBand(band);
+    };
+    model.toggleLock = [self](int32_t tag) {
+        if (!isParamIndex(tag)) return;
+        Plug& fx = self->effect;
+        fx.setParameterLocked(fx.getProgram(), tag, !fx.programStore().isLocked(fx.getProgram(), tag));
+        self->stripsRebuildPending = true;
+    };
+    model.selection = [self] { return self->ed.getSelectedBands(); };
+    return model;
+}
+
+void VGEditor::rebuildStrips() {
+    stripsRebuildPending = false;
+    BandStrips* strips = getStrips();
+    if (strips && strips->takeSortRequest()) sortStripsOnce = true;
+    const bool sort = sortStripsOnce;
+    // The band order made whole again (and sorted when asked) and kept with the program.
+    int32_t order[kNumBands];
+    const int32_t count = ed.reviewedBandOrder(order, sort);
+    const int32_t* stored = effect.programStore().bandOrder(effect.getProgram());
+    if (!std::equal(order, order + count, stored) || (count < kNumBands && stored[count] >= 0))
+        effect.setBandOrder(effect.getProgram(), order, count);
+    if (!strips || !frame) {
+        sortStripsOnce = false;
+        return;
+    }
+    const StripsModel model = stripsModel();
+    sortStripsOnce = false;
+    strips->rebuild(model);
+    // The registry forgets the old strips' controls and learns the new ones.
+    registry.collect(frame);
 }

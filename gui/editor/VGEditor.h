@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "gui/editor/BandStrips.h"
 #include "gui/editor/ControlRegistry.h"
 #include "gui/editor/EQGraph.h"
 #include "gui/editor/Keyboard.h"
@@ -142,6 +143,12 @@ public:
     EQGraph* getGraph() const;
     // The keyboard under the graph; null in a layout without one.
     nKeyboard* getKeyboard() const;
+    // The band strips; null in a layout without them.
+    BandStrips* getStrips() const;
+    // Builds the strips again for the bands in use now, in the band order
+    // (sorted by frequency when that is asked for), and keeps the order
+    // with the program.
+    void rebuildStrips();
     void refreshGraph();
     // What the graph asks for: a gesture's edits as one undo step, and its
     // shown range kept with the editor's state.
@@ -171,6 +178,7 @@ private:
     void refreshPresetBox();
     void refreshGroupMenus();
     void refreshSliders();
+    StripsModel stripsModel() const;
     bool compensate(int32_t tag, float value);
     void runFileAction(int32_t tag);
     void programChanged();
@@ -198,6 +206,7 @@ private:
     bool scaleTrayOpen = false;
     bool resizePending = false;
     bool stripsRebuildPending = false;
+    bool sortStripsOnce = false;  // the next rebuild orders the bands by frequency
     bool undoButtonsStale = false;
     // What the graph draws, kept between refreshes so unchanged bands are
     // not designed again; and the analyser behind it.
