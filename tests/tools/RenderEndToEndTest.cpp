@@ -132,6 +132,8 @@ TEST_F(RenderTest, SnapshotDrawsTheEditorAsTheRenderLeftIt) {
         {{"--set", "Gain=-6"}, 750, 741, false},
         {{"--set", "Gain=+12"}, 750, 741, true},
         {{"--set", "Gain=+12", "--snapshot-size", "900x500"}, 900, 500, true},
+        // Without strips the meters stand beside the graph, and the window is lower.
+        {{"--ui", "Layout/BandStrips=Hide"}, 880, 461, false},
     };
     for (const auto& row : rows) {
         const std::string png = dir / "editor.png";

@@ -3,6 +3,9 @@
 // and never a partial output file or a touched input.
 
 #include <gtest/gtest.h>
+
+#include <utility>
+#include <vector>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -76,6 +79,13 @@ TEST_F(RenderErrorTest, BadCommandLinesExitWithTwo) {
                   "bad --snapshot-size '80x60'");
     expectFailure(runRenderer({"--snapshot", dir / "e.png", "--snapshot-size", "wide", input, output}), 2,
                   "bad --snapshot-size");
+    expectFailure(runRenderer({"--ui", "Layout/BandStrips=Knobs", input, output}), 2, "--ui needs --snapshot");
+    for (const auto& [ui, says] : std::vector<std::pair<std::string, std::string>>{
+             {"Layout/BandStrips=Dials", "no choice \"Dials\" for Layout/BandStrips (choose Hide, Text, Knobs)"},
+             {"Layout/Nothing=1", "no setting \"Layout/Nothing\""},
+             {"BandStrips", "give CATEGORY/KEY=CHOICE"}}) {
+        expectFailure(runRenderer({"--snapshot", dir / "e.png", "--ui", ui, input, output}), 2, says);
+    }
     expectNothingWritten();
 }
 

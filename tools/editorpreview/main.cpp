@@ -4,12 +4,14 @@
 // became.
 //
 //   fenwoldrine-editor-preview OUT.png [--page main|setup|wizard] [--size WxH] [--channels N]
+//                              [--ui CATEGORY/KEY=CHOICE ...]
 //   fenwoldrine-editor-preview --census
 
 #include <cstdio>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/Plug.h"
 #include "gui/editor/VGEditor.h"
@@ -21,6 +23,7 @@ namespace {
 
 const char kUsage[] =
     "usage: fenwoldrine-editor-preview OUT.png [--page main|setup|wizard] [--size WxH] [--channels N]\n"
+    "                                  [--ui CATEGORY/KEY=CHOICE ...]\n"
     "       fenwoldrine-editor-preview --census\n";
 
 int fail(const std::string& message) {
@@ -51,6 +54,7 @@ int main(int argc, char** argv) {
     int width = 0;
     int height = 0;
     int channels = 2;
+    std::vector<std::string> ui;
     for (int i = 1; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--census") {
@@ -61,6 +65,10 @@ int main(int argc, char** argv) {
                 return fail("no page \"" + page + "\"; the pages are main, setup and wizard");
         } else if (arg == "--size" && i + 1 < argc) {
             if (!parseSnapshotSize(argv[++i], width, height)) return fail("--size wants WxH, from 300x200 to 4096x4096");
+        } else if (arg == "--ui" && i + 1 < argc) {
+            ui.emplace_back(argv[++i]);
+            const std::string wrong = checkUiChoice(ui.back());
+            if (!wrong.empty()) return fail("bad --ui '" + ui.back() + "': " + wrong);
         } else if (arg == "--channels" && i + 1 < argc) {
             channels = std::atoi(argv[++i]);
             if (channels < 1 || channels > 8) return fail("--channels wants 1 to 8");
@@ -80,6 +88,7 @@ int main(int argc, char** argv) {
     }
 
     std::unique_ptr<Plug> fx = PlugEd::createInstance(channels);
+    for (const std::string& choice : ui) applyUiChoice(PlugEd::of(*fx)->uiSettings(), choice);
     VGEditor editor(*PlugEd::of(*fx));
     if (width > 0) editor.setSizeOverride(width, height);
     editor.open(0);

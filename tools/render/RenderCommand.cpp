@@ -49,7 +49,8 @@ void saveOnly(const RenderOptions& options, Diagnostics& diagnostics) {
     host.start();
     host.saveRequested(options);
     if (!options.snapshot.empty())
-        writeEditorSnapshot(host.effect(), options.snapshot, options.snapshotWidth, options.snapshotHeight);
+        writeEditorSnapshot(host.effect(), options.snapshot, options.snapshotWidth, options.snapshotHeight,
+                            options.snapshotUi);
 }
 
 void listPresets(const RenderOptions& options, std::FILE* out) {

@@ -16,7 +16,8 @@ constexpr const char* kUsage =
     "                          [--channel C] [--channels N] [--set NAME=VALUE ...]\n"
     "       fenwoldrine-render --save-state FILE [--state FILE] [--set NAME=VALUE ...]\n"
     "       fenwoldrine-render --list-presets\n"
-    "       fenwoldrine-render --snapshot FILE.png [--snapshot-size WxH] [--state FILE] [--set ...]\n"
+    "       fenwoldrine-render --snapshot FILE.png [--snapshot-size WxH] [--ui C/K=V ...]\n"
+    "                          [--state FILE] [--set ...]\n"
     "\n"
     "Renders INPUT through the Fenwoldrine equaliser offline and writes OUTPUT.\n"
     "Reads WAV, AIFF, FLAC, W64 and CAF with 1 to 8 channels (mono, stereo, LCR,\n"
@@ -67,6 +68,9 @@ constexpr const char* kUsage =
     "                    render, or after the settings without audio files) into\n"
     "                    a PNG, at the stored UI size\n"
     "  --snapshot-size WxH  draw it at that size instead (300x200 to 4096x4096)\n"
+    "  --ui CATEGORY/KEY=CHOICE  an editor setting for the picture, the choice\n"
+    "                    by its word or number, e.g. Layout/BandStrips=Knobs;\n"
+    "                    repeatable\n"
     "  --list-presets    list the preset menu: the programs, then the preset folder\n"
     "  --list-params     list every parameter: index, name, unit, minimum,\n"
     "                    maximum, default and choices, tab separated\n"
@@ -86,7 +90,7 @@ constexpr const char* kUsage =
 // An option that takes a value.
 enum class Valued {
     kSet, kFormat, kBits, kTail, kBlock, kRate, kResponse, kPoints, kChannel, kChannels, kState, kSaveState,
-    kBank, kProgram, kPreset, kSavePreset, kMidi, kSpectrum, kSpectrumSource, kSnapshot, kSnapshotSize
+    kBank, kProgram, kPreset, kSavePreset, kMidi, kSpectrum, kSpectrumSource, kSnapshot, kSnapshotSize, kUi
 };
 
 struct ValuedOption {
@@ -102,7 +106,7 @@ constexpr ValuedOption kValuedOptions[] = {
     {"--bank", Valued::kBank},         {"--program", Valued::kProgram}, {"--preset", Valued::kPreset},
     {"--save-preset", Valued::kSavePreset}, {"--midi", Valued::kMidi}, {"--spectrum", Valued::kSpectrum},
     {"--spectrum-source", Valued::kSpectrumSource}, {"--snapshot", Valued::kSnapshot},
-    {"--snapshot-size", Valued::kSnapshotSize},
+    {"--snapshot-size", Valued::kSnapshotSize}, {"--ui", Valued::kUi},
 };
 
 std::optional<double> parseNumber(const std::string& text) {
@@ -187,6 +191,12 @@ void applyValued(RenderOptions& o, Valued which, const std::string& value) {
             if (value.empty()) throw usageError("--snapshot needs a file name");
             o.snapshot = value;
             return;
+        case Valued::kUi: {
+            const std::string wrong = checkUiChoice(value);
+            if (!wrong.empty()) throw usageError("bad --ui '" + value + "': " + wrong);
+            o.snapshotUi.push_back(value);
+            return;
+        }
         case Valued::kSnapshotSize:
             if (!parseSnapshotSize(value, o.snapshotWidth, o.snapshotHeight))
                 throw usageError("bad --snapshot-size '" + value + "': give WxH, such as 750x741");
@@ -270,6 +280,7 @@ RenderOptions parseCommandLine(const std::vector<std::string>& args) {
         return o;
     }
     if (o.snapshotWidth && o.snapshot.empty()) throw usageError("--snapshot-size needs --snapshot FILE.png");
+    if (!o.snapshotUi.empty() && o.snapshot.empty()) throw usageError("--ui needs --snapshot FILE.png");
     // Only a state, a preset or a snapshot is written.
     if ((!o.stateOut.empty() || !o.presetOut.empty() || !o.snapshot.empty()) && files.empty()) return o;
     if (files.empty()) throw usageError("missing INPUT and OUTPUT (see --help)");

@@ -45,6 +45,7 @@ struct RenderOptions {
     std::string snapshot;                 // --snapshot FILE.png: the editor drawn at the end
     int32_t snapshotWidth = 0;            // --snapshot-size WxH; 0: the stored UI size
     int32_t snapshotHeight = 0;
+    std::vector<std::string> snapshotUi;  // --ui CATEGORY/KEY=CHOICE: the editor's settings for it
     bool help = false;
 };
 

@@ -208,7 +208,8 @@ RenderSummary Renderer::run() {
     if (!options.spectrum.empty()) host.writeSpectrum(options.spectrum, stdout);
     if (options.meters) summary.meters = host.meterReport();
     if (!options.snapshot.empty())
-        writeEditorSnapshot(host.effect(), options.snapshot, options.snapshotWidth, options.snapshotHeight);
+        writeEditorSnapshot(host.effect(), options.snapshot, options.snapshotWidth, options.snapshotHeight,
+                            options.snapshotUi);
 
     if (quantiser) summary.clipped = quantiser->clippedCount();
     summary.notFiniteInput = badInput.count;
