@@ -9,6 +9,8 @@
 #include "gui/editor/EditorMenus.h"
 #include "gui/editor/EQGraph.h"
 #include "gui/editor/Keyboard.h"
+#include "gui/editor/LevelMeter.h"
+#include "gui/editor/MeterSection.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/StaticViews.h"
 #include "gui/toolkit/CDIB.h"
@@ -78,6 +80,8 @@ CView* makeGraph(const LayoutElementArgs& a) { return new EQGraph(a.rect, a.list
 
 CView* makeKeyboard(const LayoutElementArgs& a) { return new nKeyboard(a.rect, a.listener, a.tag); }
 
+CView* makeLevelMeter(const LayoutElementArgs& a) { return new nVU(a.rect, a.listener, a.tag); }
+
 CView* makeAboutText(const LayoutElementArgs& a) {
     return new nTextDisplay(a.rect, a.tag, aboutText(getText(a.node, "text")), nTextDisplay::kLabel);
 }
@@ -101,7 +105,7 @@ constexpr EditorElement kEditorElements[] = {
     {"SGroupMenu", makeGroupMenu, nullptr},
     {"TOptionMenu", makeTextMenu, nullptr},
     {"CopyToMenu", makeCopyToMenu, nullptr},
-    {"nVU", nullptr, "level meter"},
+    {"nVU", makeLevelMeter, nullptr},
     {"nPage", makePage<nPage>, nullptr},
     {"nPageR", makePage<nPageR>, nullptr},
     {"nClickThruPage", makePage<nClickThruPage>, nullptr},
@@ -122,7 +126,7 @@ constexpr EditorElement kEditorElements[] = {
     {"nTiled", makeTiled<nTiled::Axis::X>, nullptr},
     {"nTiledV", makeTiled<nTiled::Axis::Y>, nullptr},
     {"BandStrips", makeBandStrips, nullptr},
-    {"meterSection", nullptr, "meters"},
+    {"meterSection", makeMeterSection, nullptr},
     {"nFaded", makeFaded, nullptr},
     {"nTextDisplay", makeTextDisplay, nullptr},
     {"nTextDisplayC", makeTextDisplayC, nullptr},

@@ -21,6 +21,7 @@
 #include "gui/editor/Keyboard.h"
 #include "gui/editor/LayoutResource.h"
 #include "gui/editor/LookPalette.h"
+#include "gui/editor/MeterSection.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/StaticViews.h"
 #include "gui/toolkit/CFileSelector.h"
@@ -147,6 +148,7 @@ bool VGEditor::setScale(int32_t factor) {
 int32_t VGEditor::getScale() const { return frame ? frame->getScale() : scaleFactor; }
 
 void VGEditor::close() {
+    meterSectionBuilt = false;
     if (!frame) return;
     registry.clear();
     frame->close();
@@ -246,7 +248,10 @@ void VGEditor::layoutEditor() {
         if (strips->getViewSize().height() != r.strips.height()) stripsRebuildPending = true;
         show(strips, r.strips);
     }
-    if (CView* meters = viewOfElement("meterSection")) show(meters, r.meters);
+    if (CView* meters = viewOfElement("meterSection")) {
+        show(meters, r.meters);
+        refreshMeterSection();
+    }
     placeTagged(kGUIMeterFade, [&](CView* v) { show(v, r.meterFade); });
 
     // The top bar.
@@ -989,6 +994,34 @@ bool VGEditor::writeSnapshot(const std::string& path, std::string* error) {
         return false;
     }
     return writeViewPNG(frame, path.c_str(), error, look::kPanel);
+}
+
+// ---------------------------------------------------------------------------
+// The meter section
+
+void VGEditor::refreshMeterSection() {
+    CView* view = viewOfElement("meterSection");
+    if (!view || !view->isTypeOf("meterSection") || !frame) return;
+    auto* section = static_cast<meterSection*>(view);
+    MeterSectionModel model;
+    model.layoutFlags = inputs.flags;
+    model.channels = inputs.channels;
+    for (int32_t c = 0; c < inputs.channels && c < 8; ++c) model.channelLabels[c] = effect.channelLabel(c);
+    model.scale = ed.getUiSetting("Meters", "Scale");
+    model.hold = ed.getUiSetting("Meters", "Meter Peak/Hold");
+    model.readoutPeaks = ed.getUiSetting("Meters", "Readouts") == 0;
+    model.peakYellow = ed.getUiSetting("Meters", "Peak Colour") == 1;
+    if (meterSectionBuilt && section->getModel() == model) return;
+    meterSectionBuilt = true;
+    section->rebuild(model);
+    // The registry learns the new controls, and they show the values in force.
+    registry.collect(frame);
+    for (int32_t tag = kFirstChannelParam; tag < kFirstBandParam; ++tag) updateControl(tag, effect.getParameter(tag));
+    updateControl(kGain, effect.getParameter(kGain));
+    for (int32_t pair = 0; pair < 4; ++pair)
+        registry.setValueOfTag(kGUIChannel12Link + pair, ((ed.getChannelLinks() >> pair) & 1u) ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIMeterPrePost, ed.isPreEQ() ? 1.0f : 0.0f);
+    registry.setValueOfTag(kGUIClip, effect.getClip() ? 1.0f : 0.0f);
 }
 
 // ---------------------------------------------------------------------------

@@ -179,6 +179,8 @@ private:
     void refreshGroupMenus();
     void refreshSliders();
     StripsModel stripsModel() const;
+    // Builds the meter section again when its settings or the channel count changed.
+    void refreshMeterSection();
     bool compensate(int32_t tag, float value);
     void runFileAction(int32_t tag);
     void programChanged();
@@ -206,7 +208,8 @@ private:
     bool scaleTrayOpen = false;
     bool resizePending = false;
     bool stripsRebuildPending = false;
-    bool sortStripsOnce = false;  // the next rebuild orders the bands by frequency
+    bool sortStripsOnce = false;
+    bool meterSectionBuilt = false;  // since the last open  // the next rebuild orders the bands by frequency
     bool undoButtonsStale = false;
     // What the graph draws, kept between refreshes so unchanged bands are
     // not designed again; and the analyser behind it.

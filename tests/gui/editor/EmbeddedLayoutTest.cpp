@@ -66,7 +66,6 @@ TEST(EmbeddedLayout, EveryElementBuildsSomethingAndPlaceholdersSayWhat) {
         {"CEQText", "value text"},             {"CEQTextG", "value text"},        {"IRGraph", "impulse graph"},
         {"PhaseGraph", "phase graph"},         {"Preferences", "preferences"},    {"PropagateMenu", "propagate menu"},
         {"RoutingMatrix", "routing matrix"},   {"SetupWizard", "setup wizard"},   {"UIPreferences", "display preferences"},
-        {"meterSection", "meters"},
     };
     EXPECT_EQ(placeholders, expected);
 }

@@ -17,6 +17,7 @@
 #include "gui/editor/AlertView.h"
 #include "gui/editor/AnalyserButton.h"
 #include "gui/editor/EQGraph.h"
+#include "gui/editor/MeterSection.h"
 #include "gui/editor/VGEditor.h"
 #include "gui/toolkit/CDIB.h"
 #include "gui/toolkit/HeadlessRender.h"
@@ -489,4 +490,35 @@ TEST(VGEditor, TheAnalyserButtonOffersEveryInstanceAndItsChoicesReachTheEditor) 
     EXPECT_EQ(w.ed.getAnalyserSource(0), (1 << 8) | 3);
     EXPECT_EQ(w.ed.getAnalyserSource(1), -1);
     EXPECT_EQ(w.ed.getAnalyserType(), int32_t(AnalyserMenuModel::kSpectrograph));
+}
+
+TEST(VGEditor, TheMeterSectionHasABlockPerChannelAndShowsWhatTheEffectMeasured) {
+    for (const int32_t channels : {2, 8, 1}) {
+        Window w(channels);
+        w.ed.uiSettings().setValue("Layout", "Channel Meters", 1);
+        w.editor.open(0);
+        std::vector<std::vector<float>> audio(size_t(channels), std::vector<float>(2048, 0.5f));
+        float* io[8] = {};
+        for (int32_t c = 0; c < channels; ++c) io[c] = audio[size_t(c)].data();
+        w.fx->processReplacing(io, io, 2048);
+        w.now += 1000;
+        w.editor.idle();
+        ControlRegistry& controls = w.editor.controls();
+        for (int32_t c = 0; c < 8; ++c) {
+            int32_t meters = 0, readouts = 0;
+            for (int32_t i = controls.findTag(kGUIChannel1Meter + c); i >= 0; i = controls.findTag(kGUIChannel1Meter + c, i)) {
+                CControl* control = controls.controlByIndex(i);
+                if (control->isTypeOf("nVU")) {
+                    ++meters;
+                    EXPECT_GT(static_cast<nVU*>(control)->getLevel(0), 0.3) << channels << " channel " << c;
+                }
+                if (control->isTypeOf("meterText")) {
+                    ++readouts;
+                    EXPECT_NE(static_cast<meterText*>(control)->getText(), "-inf") << channels << " channel " << c;
+                }
+            }
+            EXPECT_EQ(meters, c < channels ? 1 : 0) << channels << " channel " << c;
+            EXPECT_EQ(readouts, meters);
+        }
+    }
 }
