@@ -13,6 +13,7 @@
 #include "gui/editor/MeterSection.h"
 #include "gui/editor/Pages.h"
 #include "gui/editor/StaticViews.h"
+#include "gui/editor/StripControls.h"
 #include "gui/toolkit/CDIB.h"
 #include "gui/toolkit/CGViewContainer.h"
 #include "gui/toolkit/CParamDisplay.h"
@@ -99,8 +100,8 @@ constexpr EditorElement kEditorElements[] = {
     {"EQGraph", makeGraph, nullptr},
     {"TextLabel", makeTextLabel, nullptr},
     {"CEQKnob", nullptr, "band knob"},
-    {"CEQText", nullptr, "value text"},
-    {"CEQTextG", nullptr, "value text"},
+    {"CEQText", makeValueText, nullptr},
+    {"CEQTextG", makeValueText, nullptr},
     {"SOptionMenu", makeSlotMenu, nullptr},
     {"SGroupMenu", makeGroupMenu, nullptr},
     {"TOptionMenu", makeTextMenu, nullptr},

@@ -6,6 +6,7 @@
 
 #include "core/ParamTable.h"
 #include "gui/editor/EditorControls.h"
+#include "gui/editor/LayoutBuilder.h"
 #include "gui/editor/PixelFont.h"
 #include "gui/toolkit/CFrame.h"
 #include "gui/toolkit/COptionMenu.h"
@@ -18,6 +19,8 @@ namespace {
 
 const CColor kTextGrey{0xc0, 0xc0, 0xc0, 0xff};
 const CColor kOffGrey{0x80, 0x80, 0x80, 0xff};
+const CColor kFieldRim{0x3a, 0x3a, 0x3a, 0xff};
+const CColor kFieldWell{0x14, 0x14, 0x16, 0xff};
 constexpr int32_t kFilmFrame = 30;   // the knob film's frames are 30 x 30
 constexpr int32_t kGlyphPitch = 58;  // the type glyphs lie 58 rows apart
 constexpr int32_t kGlyphTop = 13;
@@ -74,6 +77,11 @@ CColor dimmedColour(const CColor& c) {
 
 StripValueControl::StripValueControl(const CRect& size, CControlListener* listener, int32_t tag, StripValueRow row)
     : CControl(size, listener, tag), valueRow(std::move(row)) {}
+
+void StripValueControl::setRow(StripValueRow row) {
+    valueRow = std::move(row);
+    setDirty();
+}
 
 bool StripValueControl::isTypeOf(const char* className) const {
     return std::strcmp(className, "StripValueControl") == 0 || CControl::isTypeOf(className);
@@ -249,6 +257,11 @@ bool CEQText::isTypeOf(const char* className) const {
     return std::strcmp(className, "CEQText") == 0 || StripValueControl::isTypeOf(className);
 }
 
+void CEQText::setRow(StripValueRow row) {
+    StripValueControl::setRow(std::move(row));
+    refreshText();
+}
+
 void CEQText::setValue(float v) {
     const float before = value;
     StripValueControl::setValue(v);
@@ -299,9 +312,15 @@ void CEQText::draw(CDrawContext* context) {
     if (faceStale || !(colour == faceColour)) {
         // The field is composed once per change of text or colour.
         face->fill(CColor{0, 0, 0, 0});
-        if (background) face->copyFrom(*background, CRect(backgroundOffset.x, backgroundOffset.y,
-                                                          backgroundOffset.x + w, backgroundOffset.y + h),
-                                       CPoint());
+        if (background) {
+            face->copyFrom(*background,
+                           CRect(backgroundOffset.x, backgroundOffset.y, backgroundOffset.x + w, backgroundOffset.y + h),
+                           CPoint());
+        } else {
+            // A field of its own: a dark well with a rim.
+            face->fill(kFieldRim);
+            face->fill(CRect(1, 1, w - 1, h - 1), kFieldWell);
+        }
         const PixelFont& font = PixelFont::large();
         font.draw(*face, shown, (w - font.textWidth(shown)) / 2, (h - font.height()) / 2, colour);
         faceColour = colour;
@@ -558,4 +577,56 @@ CMouseEventResult CTypeButton::onMouseDown(CPoint& where, const int32_t& buttons
     if (!leftOnly(buttons)) return kMouseEventNotHandled;
     toggleState();
     return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
+
+// ---- nNameField ----
+
+nNameField::nNameField(const CRect& size, CControlListener* listener, int32_t tag)
+    : CControl(size, listener, tag), font(new CFontDesc("OpenSans-Regular", 12)) {}
+
+nNameField::~nNameField() { font->forget(); }
+
+bool nNameField::isTypeOf(const char* className) const {
+    return std::strcmp(className, "nNameField") == 0 || CControl::isTypeOf(className);
+}
+
+void nNameField::setText(std::string_view t) {
+    if (t.size() > kMaxLength) t = t.substr(0, kMaxLength);
+    if (t == text) return;
+    text = std::string(t);
+    setDirty();
+}
+
+void nNameField::enterText(std::string_view typed) {
+    setText(typed);
+    beginEdit();
+    valueChanged();
+    endEdit();
+}
+
+void nNameField::draw(CDrawContext* context) {
+    context->setFillColor(kFieldRim);
+    context->fillRect(size);
+    context->setFillColor(kFieldWell);
+    context->fillRect(CRect(size).inset(1, 1));
+    context->setFont(font);
+    context->setFontColor(kTextGrey);
+    context->drawString(text.c_str(), CRect(size).inset(4, 0), kLeftText);
+    setDirty(false);
+}
+
+CMouseEventResult nNameField::onMouseDown(CPoint& where, const int32_t& buttons) {
+    (void)where;
+    if ((buttons & kLButton) == 0) return kMouseEventNotHandled;
+    CFrame* frame = getFrame();
+    if (!frame) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+    TextEntryPopup entry(screenRectOf(*this), text, font);
+    if (frame->runPopup(&entry) && entry.committed()) enterText(entry.model().text());
+    return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
+}
+
+CView* makeValueText(const LayoutElementArgs& a) {
+    if (getAttribute(a.node, "processText") && getInt(a.node, "processText") == 0)
+        return new nNameField(a.rect, a.listener, a.tag);
+    return new CEQText(a.rect, a.listener, a.tag, StripValueRow{}, nullptr);
 }

@@ -15,6 +15,7 @@
 
 #include "gui/toolkit/CControl.h"
 #include "gui/toolkit/CDIB.h"
+#include "gui/toolkit/CFontDesc.h"
 #include "gui/toolkit/ControlMixins.h"
 
 // A band's colour made quieter for its strip: each channel drawn 70% of the
@@ -45,6 +46,9 @@ public:
     StripValueControl(const VSTGUI::CRect& size, VSTGUI::CControlListener* listener, int32_t tag, StripValueRow row);
 
     const StripValueRow& row() const { return valueRow; }
+    // Gives the control what it needs of its row after it was built (a
+    // field of the layout learns it from the editor).
+    virtual void setRow(StripValueRow row);
     // The value rounded to the row's steps.
     float steppedValue(float v) const;
     // Dimmed: the band's type does not use the row.
@@ -120,6 +124,7 @@ public:
     // the text is refused. True when a value was set.
     bool enterText(std::string_view text);
 
+    void setRow(StripValueRow row) override;
     void setValue(float v) override;
     void draw(VSTGUI::CDrawContext* context) override;
     VSTGUI::CMouseEventResult onMouseDown(VSTGUI::CPoint& where, const int32_t& buttons) override;
@@ -228,3 +233,33 @@ private:
     bool faceStale = true;
     std::function<void(bool)> undoGroup;
 };
+
+// A name in a field: a double click types a new one, which the listener
+// reads with getText() under the field's tag.
+class nNameField : public VSTGUI::CControl {
+public:
+    static constexpr size_t kMaxLength = 63;
+    nNameField(const VSTGUI::CRect& size, VSTGUI::CControlListener* listener, int32_t tag);
+
+    void setText(std::string_view text);
+    const std::string& getText() const { return text; }
+    // Takes typed text as the name (cut to kMaxLength bytes): one edit.
+    void enterText(std::string_view typed);
+
+    void draw(VSTGUI::CDrawContext* context) override;
+    VSTGUI::CMouseEventResult onMouseDown(VSTGUI::CPoint& where, const int32_t& buttons) override;
+    const char* getClassName() const override { return "nNameField"; }
+    bool isTypeOf(const char* className) const override;
+
+protected:
+    ~nNameField() override;
+
+private:
+    std::string text;
+    VSTGUI::CFontDesc* font;
+};
+
+struct LayoutElementArgs;
+// The layout's value fields: a parameter's value as text, or (without
+// processing of the text) a name field.
+VSTGUI::CView* makeValueText(const LayoutElementArgs& args);

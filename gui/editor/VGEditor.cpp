@@ -70,6 +70,22 @@ float entryOfNorm(int32_t row, float norm) {
     return static_cast<float>(std::round(curveToReal(staticParamTable()[row], norm)) - firstWordValue(row));
 }
 
+// A render setting as its control shows it: the entry of a menu row, the
+// normalised value of a continuous row, the switch as it is; and back.
+float renderShown(int32_t setting, float raw) {
+    const int32_t row = Plug::renderSettingRow(setting);
+    if (row < 0) return raw;
+    if (isMenuRow(row)) return raw - float(firstWordValue(row));
+    return float(curveToNorm(staticParamTable()[row], raw));
+}
+
+float renderRaw(int32_t setting, float shown) {
+    const int32_t row = Plug::renderSettingRow(setting);
+    if (row < 0) return shown;
+    if (isMenuRow(row)) return shown + float(firstWordValue(row));
+    return float(curveToReal(staticParamTable()[row], shown));
+}
+
 CRect toRect(const layout::Box& b) { return CRect(b.left, b.top, b.right, b.bottom); }
 
 uint64_t steadyMilliseconds() {
@@ -127,6 +143,7 @@ bool VGEditor::open(uintptr_t parent) {
     builder = std::make_unique<Builder>();
     buildEmbeddedLayout(*builder, frame, this);
     registry.collect(frame);
+    bindValueTexts();
     layoutEditor();
     pushAllValues();
     restoreGraphZoom();
@@ -342,6 +359,11 @@ void VGEditor::updateControl(int32_t tag, float value) {
             refreshGroupMenus();
             break;
         case kGUIInstancesChanged: refreshAnalyserMenu(); break;
+        case kGUIInstanceName:
+            placeTagged(kGUIInstanceName, [&](CView* v) {
+                if (v->isTypeOf("nNameField")) static_cast<nNameField*>(v)->setText(effect.getInstanceName());
+            });
+            break;
         case kScale:
         case kFShift: refreshSliders(); break;
         case kGUIPresetMenu:
@@ -378,11 +400,11 @@ void VGEditor::updateControl(int32_t tag, float value) {
 void VGEditor::pushAllValues() {
     for (int32_t tag = 0; tag < kNumParams; ++tag) updateControl(tag, effect.getParameter(tag));
     for (int32_t i = 0; i < Plug::kRenderSettingCount; ++i) {
-        const float raw = effect.getRenderSetting(i);
-        const int32_t tag = kGUIRenderDSPMode + i;
-        const int32_t row = Plug::renderSettingRow(i);
-        registry.setValueOfTag(tag, isMenuRow(row) ? raw - firstWordValue(row) : raw);
+        registry.setValueOfTag(kGUIRenderDSPMode + i, renderShown(i, effect.getRenderSetting(i)));
     }
+    placeTagged(kGUIInstanceName, [&](CView* v) {
+        if (v->isTypeOf("nNameField")) static_cast<nNameField*>(v)->setText(effect.getInstanceName());
+    });
     const uint32_t loading = ed.getLoadingFlags();
     registry.setValueOfTag(kGUIPresetEQ, (loading & 1u) ? 1.0f : 0.0f);
     registry.setValueOfTag(kGUIPresetDSP, (loading & 2u) ? 1.0f : 0.0f);
@@ -625,9 +647,7 @@ void VGEditor::handleValue(CControl* control) {
         return;
     }
     if (tag >= kGUIRenderDSPMode && tag <= kGUIRenderDSPEnabled) {
-        const int32_t i = tag - kGUIRenderDSPMode;
-        const int32_t row = Plug::renderSettingRow(i);
-        effect.setRenderSetting(i, isMenuRow(row) ? value + firstWordValue(row) : value);
+        effect.setRenderSetting(tag - kGUIRenderDSPMode, renderRaw(tag - kGUIRenderDSPMode, value));
         return;
     }
     if (tag >= kGUIChannel12Link && tag <= kGUIChannel78Link) {
@@ -793,6 +813,10 @@ void VGEditor::handleValue(CControl* control) {
             resizePending = true;
             break;
         case kGUIAutoGain: ed.setAutoGain(value != 0.0f, false); break;
+        case kGUIInstanceName:
+            if (control->isTypeOf("nNameField"))
+                effect.setInstanceName(static_cast<nNameField*>(control)->getText().c_str(), true);
+            break;
         default: break;  // the view's own business
     }
 }
@@ -1073,9 +1097,11 @@ StripsModel VGEditor::stripsModel() const {
         const ParamRow& row = staticParamTable()[tag];
         // Words of a menu row, and note names, carry no unit.
         const bool words = row.curve == kCurveInt || row.curve == kCurveBool;
-        return unit[0] && !words && !(musical && std::isalpha(static_cast<unsigned char>(text[0])))
-                   ? std::string(text) + " " + unit
-                   : std::string(text);
+        std::string shown = unit[0] && !words && !(musical && std::isalpha(static_cast<unsigned char>(text[0])))
+                                ? std::string(text) + " " + unit
+                                : std::string(text);
+        while (!shown.empty() && shown.back() == ' ') shown.pop_back();
+        return shown;
     };
     model.read = [fx](int32_t tag, std::string_view text, bool noteMode) -> std::optional<float> {
         const TypedValue typed = readTypedValue(text, isBandFrequency(tag), noteMode);
@@ -1104,6 +1130,36 @@ StripsModel VGEditor::stripsModel() const {
     };
     model.selection = [self] { return self->ed.getSelectedBands(); };
     return model;
+}
+
+StripValueRow VGEditor::valueTextRow(int32_t tag) const {
+    // The row the field stands for: a parameter, or the row a render setting copies.
+    const int32_t setting = tag - kGUIRenderDSPMode;
+    const int32_t row = isParamIndex(tag) ? tag
+                        : (setting >= 0 && setting < Plug::kRenderSettingCount) ? Plug::renderSettingRow(setting)
+                                                                                : -1;
+    StripValueRow valueRow;
+    if (row < 0) return valueRow;
+    const StripsModel model = stripsModel();
+    valueRow.format = [format = model.format, row](int32_t, float norm, bool musical) { return format(row, norm, musical); };
+    valueRow.read = [read = model.read, row](int32_t, std::string_view text, bool noteMode) {
+        return read(row, text, noteMode);
+    };
+    valueRow.frequency = isBandFrequency(row);
+    return valueRow;
+}
+
+void VGEditor::bindValueTexts() {
+    // The layout's own value fields (the strips' know their rows from birth).
+    for (int32_t i = 0; i < registry.controlCount(); ++i) {
+        CControl* control = registry.controlByIndex(i);
+        if (!control || !control->isTypeOf("CEQText") || control->getParentView() == getStrips()) continue;
+        auto* field = static_cast<CEQText*>(control);
+        field->setRow(valueTextRow(field->getTag()));
+        const int32_t row = isParamIndex(field->getTag()) ? field->getTag()
+                                                          : Plug::renderSettingRow(field->getTag() - kGUIRenderDSPMode);
+        if (row >= 0) field->setDefaultValue(staticParamTable()[row].norm);
+    }
 }
 
 void VGEditor::rebuildStrips() {

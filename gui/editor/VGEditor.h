@@ -179,6 +179,9 @@ private:
     void refreshGroupMenus();
     void refreshSliders();
     StripsModel stripsModel() const;
+    // What a value field of the layout needs of its row, and every such field given it.
+    StripValueRow valueTextRow(int32_t tag) const;
+    void bindValueTexts();
     // Builds the meter section again when its settings or the channel count changed.
     void refreshMeterSection();
     bool compensate(int32_t tag, float value);

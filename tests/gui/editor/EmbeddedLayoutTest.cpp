@@ -63,7 +63,7 @@ TEST(EmbeddedLayout, EveryElementBuildsSomethingAndPlaceholdersSayWhat) {
     EXPECT_EQ(layout.builder.census().size(), 114u);
     // What is still to come, by element.
     const std::map<std::string, std::string> expected = {
-        {"CEQText", "value text"},             {"CEQTextG", "value text"},        {"IRGraph", "impulse graph"},
+        {"IRGraph", "impulse graph"},
         {"PhaseGraph", "phase graph"},         {"Preferences", "preferences"},    {"PropagateMenu", "propagate menu"},
         {"RoutingMatrix", "routing matrix"},   {"SetupWizard", "setup wizard"},   {"UIPreferences", "display preferences"},
     };

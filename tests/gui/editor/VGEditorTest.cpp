@@ -18,6 +18,7 @@
 #include "gui/editor/AnalyserButton.h"
 #include "gui/editor/EQGraph.h"
 #include "gui/editor/MeterSection.h"
+#include "gui/editor/StripControls.h"
 #include "gui/editor/VGEditor.h"
 #include "gui/toolkit/CDIB.h"
 #include "gui/toolkit/HeadlessRender.h"
@@ -521,4 +522,27 @@ TEST(VGEditor, TheMeterSectionHasABlockPerChannelAndShowsWhatTheEffectMeasured) 
             EXPECT_EQ(readouts, meters);
         }
     }
+}
+
+TEST(VGEditor, TheLayoutsValueFieldsShowAndTakeTheirRows) {
+    Window w;
+    auto fieldOf = [&](int32_t tag, const char* className) -> CControl* {
+        for (int32_t i = w.editor.controls().findTag(tag); i >= 0; i = w.editor.controls().findTag(tag, i))
+            if (w.editor.controls().controlByIndex(i)->isTypeOf(className)) return w.editor.controls().controlByIndex(i);
+        return nullptr;
+    };
+    auto* window = static_cast<CEQText*>(fieldOf(kIRWindowParam, "CEQText"));
+    auto* render = static_cast<CEQText*>(fieldOf(kGUIRenderDSPIRWindowParam, "CEQText"));
+    auto* name = static_cast<nNameField*>(fieldOf(kGUIInstanceName, "nNameField"));
+    ASSERT_TRUE(window && render && name);
+    EXPECT_EQ(name->getText(), w.fx->getInstanceName());
+    // Typed values reach the row (a render setting keeps its own value), typed names the instance.
+    EXPECT_TRUE(window->enterText("0,25"));
+    EXPECT_NEAR(w.fx->getRealValue(kIRWindowParam), 0.25, 1e-6);
+    EXPECT_EQ(window->shownText(), "0.25");
+    EXPECT_TRUE(render->enterText("0.75"));
+    EXPECT_NEAR(w.fx->getRenderSetting(3), 0.75, 1e-6);
+    EXPECT_NEAR(w.fx->getRealValue(kIRWindowParam), 0.25, 1e-6);
+    name->enterText("Bus EQ");
+    EXPECT_STREQ(w.fx->getInstanceName(), "Bus EQ");
 }
