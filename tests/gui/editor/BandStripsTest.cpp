@@ -173,6 +173,18 @@ TEST(BandStrips, AKnobDragIsOneUndoStepAndALockRefusesIt) {
     s.drag(s.centreOf(text), -60);
     EXPECT_DOUBLE_EQ(s.real(0, kFieldGain), before);
 
+    // The right button drags finely and listens to the band while it lasts.
+    std::vector<int32_t> heard;
+    s.editor.setEditListener([&](int32_t tag, VGEditor::EditEvent e) {
+        if (e == VGEditor::EditEvent::kChange && (tag == kGUIAutoListen || tag == kGUIAutoListenQ))
+            heard.push_back(tag);
+    });
+    const double q = s.real(0, kFieldQ);
+    s.drag(s.centreOf(s.find<CEQKnob>("CEQKnob", bandParam(0, kFieldQ))), -40, kRButton);
+    EXPECT_GT(s.real(0, kFieldQ), q);
+    EXPECT_EQ(heard, (std::vector<int32_t>{kGUIAutoListenQ, kGUIAutoListenQ}));  // the band, then none
+    s.editor.setEditListener(nullptr);
+
     // A stepped row moves by whole steps: the slope in sixes.
     s.makeBand(1, kTypeHPF, 50.0);
     auto* slope = s.find<CEQKnob>("CEQKnob", bandParam(1, kFieldSlope));
