@@ -74,7 +74,10 @@ bool nStripBack::isTypeOf(const char* className) const {
 }
 
 void nStripBack::setValue(float v) {
-    if ((v != 0.0f) != (value != 0.0f)) setDirty();
+    if ((v != 0.0f) != (value != 0.0f)) {
+        setDirty();
+        invalid();
+    }
     CControl::setValue(v);
     for (StripValueControl* control : tinted) {
         if (v != 0.0f) {
@@ -83,6 +86,7 @@ void nStripBack::setValue(float v) {
             control->clearTint();
         }
         control->setDirty();
+        control->invalid();
     }
 }
 
@@ -194,6 +198,19 @@ bool BandStrips::isBusy() const {
         if (view->isTypeOf("CControl") && static_cast<CControl*>(view)->isEditing()) return true;
     }
     return false;
+}
+
+void BandStrips::setBandColour(int32_t band, const CColor& colour) {
+    const CColor dimmed = dimmedColour(colour);
+    for (const auto& [view, rect] : placed) {
+        (void)rect;
+        if (view->isTypeOf("CTypeButton") && static_cast<CTypeButton*>(view)->getTag() == bandParam(band, kFieldType))
+            static_cast<CTypeButton*>(view)->setColour(dimmed);
+    }
+    if (nStripBack* back = stripOf(band)) {
+        back->setTint(dimmed);
+        back->setValue(back->getValue());  // the chosen values take the new tint
+    }
 }
 
 nStripBack* BandStrips::stripOf(int32_t band) const {

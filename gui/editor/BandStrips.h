@@ -126,6 +126,9 @@ public:
     void setScrollPos(float pos);
     VSTGUI::CRect scrollBarRect() const;  // own coordinates
     VSTGUI::CRect thumbRect() const;      // own coordinates
+    // A band's colour changed (it follows the frequency): its button and
+    // the tint of its chosen values follow.
+    void setBandColour(int32_t band, const VSTGUI::CColor& colour);
     // The back of band `band`'s strip; null when it has none.
     nStripBack* stripOf(int32_t band) const;
     // Sorting by frequency was asked for (a right click on the ground);

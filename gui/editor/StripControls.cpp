@@ -81,6 +81,7 @@ StripValueControl::StripValueControl(const CRect& size, CControlListener* listen
 void StripValueControl::setRow(StripValueRow row) {
     valueRow = std::move(row);
     setDirty();
+    invalid();
 }
 
 bool StripValueControl::isTypeOf(const char* className) const {
@@ -95,8 +96,27 @@ float StripValueControl::steppedValue(float v) const {
 
 void StripValueControl::setValue(float v) {
     const float next = steppedValue(std::isfinite(v) ? v : 0.0f);
-    if (next != value) setDirty();
+    if (next != value) {
+        setDirty();
+        invalid();
+    }
     CControl::setValue(next);
+}
+
+bool StripValueControl::doubleClicked(int32_t buttons) {
+    if ((buttons & kLButton) == 0) return false;
+    if ((buttons & kDoubleClick) != 0) {
+        lastPress = 0;
+        return true;
+    }
+    // A window system that does not mark double clicks: two presses in time.
+    constexpr uint64_t kShortest = 250;
+    const uint64_t now = toolkitMilliseconds();
+    const uint64_t window =
+        std::max<uint64_t>(getFrame() ? getFrame()->getDoubleClickTime() : doubleClickTime(), kShortest);
+    const bool twice = lastPress != 0 && now - lastPress <= window;
+    lastPress = twice ? 0 : now;
+    return twice;
 }
 
 bool StripValueControl::lockGesture(int32_t buttons) {
@@ -111,6 +131,7 @@ void StripValueControl::commit(float v) {
     valueChanged();
     endEdit();
     setDirty();
+    invalid();
 }
 
 void StripValueControl::sendListen(float band) {
@@ -224,8 +245,7 @@ void CEQKnob::draw(CDrawContext* context) {
 CMouseEventResult CEQKnob::onMouseDown(CPoint& where, const int32_t& buttons) {
     if (lockGesture(buttons)) return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
     if (isLocked()) return kMouseEventHandled;  // taken, and nothing done
-    const bool doubleClick = (buttons & kDoubleClick) != 0 || (leftOnly(buttons) && checkDefaultValue(buttons));
-    if (leftOnly(buttons) && ((buttons & (kControl | kAlt)) != 0 || doubleClick)) {
+    if (leftOnly(buttons) && ((buttons & (kControl | kAlt)) != 0 || doubleClicked(buttons))) {
         commit(getDefaultValue());
         return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
     }
@@ -278,6 +298,7 @@ void CEQText::refreshText() {
         shown = std::move(text);
         faceStale = true;
         setDirty();
+        invalid();
     }
 }
 
@@ -344,7 +365,7 @@ CMouseEventResult CEQText::onMouseDown(CPoint& where, const int32_t& buttons) {
         refreshText();
         return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
     }
-    if (leftOnly(buttons) && ((buttons & kDoubleClick) != 0 || checkDefaultValue(buttons))) {
+    if (doubleClicked(buttons)) {
         openEntry();
         return kMouseDownEventHandledButDontNeedMovedOrUpEvents;
     }
@@ -372,6 +393,11 @@ bool nPFMenu::isTypeOf(const char* className) const {
     return std::strcmp(className, "nPFMenu") == 0 || CControl::isTypeOf(className);
 }
 
+void nPFMenu::setValue(float v) {
+    if (v != value) invalid();
+    CControl::setValue(v);
+}
+
 int32_t nPFMenu::chosen() const {
     for (size_t i = 0; i < list.size(); ++i)
         if (std::fabs(list[i].value - value) < 1e-4f) return int32_t(i);
@@ -390,6 +416,7 @@ void nPFMenu::choose(int32_t index) {
     valueChanged();
     endEdit();
     setDirty();
+    invalid();
 }
 
 void nPFMenu::draw(CDrawContext* context) {
@@ -458,7 +485,10 @@ int32_t CTypeButton::type() const {
 }
 
 void CTypeButton::setValue(float v) {
-    if (v != value) faceStale = true;
+    if (v != value) {
+        faceStale = true;
+        invalid();
+    }
     CControl::setValue(v);
 }
 
@@ -467,6 +497,14 @@ void CTypeButton::setBandOn(bool on) {
     bandOn = on;
     faceStale = true;
     setDirty();
+    invalid();
+}
+
+void CTypeButton::setColour(const CColor& c) {
+    if (c == colour) return;
+    colour = c;
+    faceStale = true;
+    invalid();
 }
 
 void CTypeButton::toggleState() {
@@ -504,6 +542,7 @@ void CTypeButton::chooseType(int32_t t, int32_t subtype) {
     if (undoGroup) undoGroup(false);
     faceStale = true;
     setDirty();
+    invalid();
 }
 
 void CTypeButton::paintFace() {
@@ -595,6 +634,7 @@ void nNameField::setText(std::string_view t) {
     if (t == text) return;
     text = std::string(t);
     setDirty();
+    invalid();
 }
 
 void nNameField::enterText(std::string_view typed) {

@@ -52,7 +52,11 @@ public:
     // The value rounded to the row's steps.
     float steppedValue(float v) const;
     // Dimmed: the band's type does not use the row.
-    void setUnused(bool state) { unused = state; setDirty(); }
+    void setUnused(bool state) {
+        unused = state;
+        setDirty();
+        invalid();
+    }
     bool isUnused() const { return unused; }
     bool isDragging() const { return dragging; }
 
@@ -66,6 +70,8 @@ public:
 protected:
     // Ctrl with the right button switches the lock: true when it was that.
     bool lockGesture(int32_t buttons);
+    // A left press that makes a double click, marked so or by its timing.
+    bool doubleClicked(int32_t buttons);
     // One whole gesture setting the value (default, typed text, a step).
     void commit(float v);
     // Starts a vertical drag: `range` pixels for the whole travel, `fine`
@@ -83,6 +89,7 @@ protected:
     double lastY = 0;
     double pixels = 0;  // collected by a stepped drag
     float exactValue = 0;
+    uint64_t lastPress = 0;  // milliseconds of the last left press
 };
 
 // The band's knob: a film of one 30-pixel frame a degree, the value turning
@@ -161,9 +168,14 @@ public:
     const std::vector<Entry>& entries() const { return list; }
     // The entry the value stands for; -1 for none.
     int32_t chosen() const;
+    void setValue(float v) override;
     // The text shown: the entry's name, or `otherText` when none matches.
     std::string shownText() const;
-    void setOtherText(std::string text) { otherText = std::move(text); setDirty(); }
+    void setOtherText(std::string text) {
+        otherText = std::move(text);
+        setDirty();
+        invalid();
+    }
     // Sets the value of entry `index`: one gesture.
     void choose(int32_t index);
 
@@ -198,6 +210,8 @@ public:
 
     void setBandOn(bool on);
     bool isBandOn() const { return bandOn; }
+    void setColour(const VSTGUI::CColor& colour);
+    const VSTGUI::CColor& getColour() const { return colour; }
     int32_t stateTag() const { return stateRow; }
     int32_t subtypeTag() const { return subtypeRow; }
     // The type (1 to 6) the value stands for.

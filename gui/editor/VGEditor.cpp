@@ -390,6 +390,15 @@ void VGEditor::updateControl(int32_t tag, float value) {
         sortStripsOnce = true;
         stripsRebuildPending = true;
     }
+    if (field == kFieldFrequency) {
+        // A band's colour may follow its frequency.
+        if (BandStrips* strips = getStrips()) {
+            const int32_t band = bandIndexOf(tag);
+            const graphpix::Rgb c = bandColour(band, effect.getRealValue(tag), effect.getSampleRate(),
+                                               graphOptionsFrom(ed.uiSettings()).coloursByNumber);
+            strips->setBandColour(band, CColor{c.red, c.green, c.blue, 255});
+        }
+    }
     // The strips show gains and frequencies through the scale and the shift.
     if (tag == kScale || tag == kFShift) stripsRebuildPending = true;
     registry.setValueOfTag(tag, widgetValue(tag, value));

@@ -147,6 +147,11 @@ TEST(BandStrips, TypedValuesSetTheRowAndRefusalsLeaveIt) {
         EXPECT_NEAR(s.real(0, row.rowField), row.real, std::fabs(row.real) * 1e-3) << row.text;
     }
     EXPECT_EQ(freq->shownText().find("Hz") != std::string::npos, true);
+    // A double click opens the field for typing and sets nothing by itself.
+    const double gainBefore = s.real(0, kFieldGain);
+    s.click(s.centreOf(gain), kLButton);
+    s.click(s.centreOf(gain), kLButton);
+    EXPECT_EQ(s.real(0, kFieldGain), gainBefore);
 }
 
 TEST(BandStrips, AKnobDragIsOneUndoStepAndALockRefusesIt) {
@@ -216,8 +221,11 @@ TEST(BandStrips, StripsFollowTheBandOrderAndARightClickSortsThemByFrequency) {
 
     // "Always" keeps the order as frequencies change; a band switched off leaves.
     s.ed.uiSettings().setValue("BandStrips", "Freq Sorting", 2);
+    s.ed.uiSettings().setValue("Graph", "Band Colours", 0);  // by frequency
+    const CColor low = s.find<CTypeButton>("CTypeButton", bandParam(1, kFieldType))->getColour();
     setReal(*s.fx, bandParam(1, kFieldFrequency), 8000.0);
     s.editor.updateControl(bandParam(1, kFieldFrequency), s.fx->getParameter(bandParam(1, kFieldFrequency)));
+    EXPECT_FALSE(s.find<CTypeButton>("CTypeButton", bandParam(1, kFieldType))->getColour() == low);
     setReal(*s.fx, bandParam(2, kFieldState), kBandOff);
     s.editor.updateControl(bandParam(2, kFieldState), 0.0f);
     s.editor.idle();
