@@ -50,17 +50,18 @@ void drawRoundRect(CDrawContext* context, const CRect& rect, CCoord radius, CDra
                                {rect.right - radius, rect.top + radius},
                                {rect.right - radius, rect.bottom - radius},
                                {rect.left + radius, rect.bottom - radius}};
-    std::vector<CPoint> points;
-    points.reserve(4 * (kStepsPerCorner + 1));
+    // On the stack: controls draw this every frame, and drawing does not allocate.
+    CPoint points[4 * (kStepsPerCorner + 1)];
+    int32_t count = 0;
     for (int32_t corner = 0; corner < 4; ++corner) {
         const double start = std::numbers::pi * (1.0 + 0.5 * corner);  // screen angles, y down
         for (int32_t step = 0; step <= kStepsPerCorner; ++step) {
             const double a = start + (std::numbers::pi / 2) * step / kStepsPerCorner;
-            points.emplace_back(centres[corner].x + radius * static_cast<CCoord>(std::cos(a)),
-                                centres[corner].y + radius * static_cast<CCoord>(std::sin(a)));
+            points[count++] = CPoint(centres[corner].x + radius * static_cast<CCoord>(std::cos(a)),
+                                     centres[corner].y + radius * static_cast<CCoord>(std::sin(a)));
         }
     }
-    context->drawPolygon(points.data(), static_cast<int32_t>(points.size()), style);
+    context->drawPolygon(points, count, style);
 }
 
 float normalizedValue(const CControl& control) {
