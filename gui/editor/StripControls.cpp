@@ -73,6 +73,41 @@ CColor dimmedColour(const CColor& c) {
     return CColor{dim(c.red), dim(c.green), dim(c.blue), c.alpha};
 }
 
+// ---- FieldFace ----
+
+FieldFace::FieldFace(CDIB* back, const CPoint& from) : background(back), offset(from) {
+    if (background) background->remember();
+}
+
+FieldFace::~FieldFace() {
+    if (background) background->forget();
+    if (face) face->forget();
+}
+
+void FieldFace::draw(CDrawContext* context, const CRect& where, std::string_view shown, const CColor& c) {
+    const int32_t w = std::max(1, int32_t(where.width())), h = std::max(1, int32_t(where.height()));
+    const PixelFont& font = PixelFont::large();
+    while (!shown.empty() && font.textWidth(shown) > w - 4) shown.remove_suffix(1);
+    const bool resized = !face || face->width() != w || face->height() != h;
+    if (resized || shown != text || !(c == colour)) {
+        if (resized) {
+            if (face) face->forget();
+            face = new CDIB(w, h);
+        }
+        face->fill(CColor{0, 0, 0, 0});
+        if (background) {
+            face->copyFrom(*background, CRect(offset.x, offset.y, offset.x + w, offset.y + h), CPoint());
+        } else {
+            face->fill(kFieldRim);
+            face->fill(CRect(1, 1, w - 1, h - 1), kFieldWell);
+        }
+        font.draw(*face, shown, (w - font.textWidth(shown)) / 2, (h - font.height()) / 2, c);
+        text = std::string(shown);
+        colour = c;
+    }
+    face->alphaDraw(context, where);
+}
+
 // ---- StripValueControl ----
 
 StripValueControl::StripValueControl(const CRect& size, CControlListener* listener, int32_t tag, StripValueRow row)
@@ -263,15 +298,11 @@ CMouseEventResult CEQKnob::onMouseDown(CPoint& where, const int32_t& buttons) {
 
 CEQText::CEQText(const CRect& size, CControlListener* listener, int32_t tag, StripValueRow row, CDIB* back,
                  const CPoint& offset)
-    : StripValueControl(size, listener, tag, std::move(row)), background(back), backgroundOffset(offset) {
-    if (background) background->remember();
+    : StripValueControl(size, listener, tag, std::move(row)), face(back, offset) {
     refreshText();
 }
 
-CEQText::~CEQText() {
-    if (background) background->forget();
-    if (face) face->forget();
-}
+CEQText::~CEQText() = default;
 
 bool CEQText::isTypeOf(const char* className) const {
     return std::strcmp(className, "CEQText") == 0 || StripValueControl::isTypeOf(className);
@@ -296,7 +327,6 @@ void CEQText::refreshText() {
     while (!text.empty() && font.textWidth(text) > room) text.pop_back();
     if (text != shown) {
         shown = std::move(text);
-        faceStale = true;
         setDirty();
         invalid();
     }
@@ -321,33 +351,10 @@ void CEQText::openEntry() {
 }
 
 void CEQText::draw(CDrawContext* context) {
-    const int32_t w = std::max(1, int32_t(size.width())), h = std::max(1, int32_t(size.height()));
     CColor colour = isLocked() ? drawColour(kTextGrey) : textColour(kTextGrey);
     if (isLocked()) colour.alpha = 0xff;
     if (unused) colour = CColor{0x60, 0x60, 0x60, 0xff};
-    if (!face || face->width() != w || face->height() != h) {
-        if (face) face->forget();
-        face = new CDIB(w, h);
-        faceStale = true;
-    }
-    if (faceStale || !(colour == faceColour)) {
-        // The field is composed once per change of text or colour.
-        face->fill(CColor{0, 0, 0, 0});
-        if (background) {
-            face->copyFrom(*background,
-                           CRect(backgroundOffset.x, backgroundOffset.y, backgroundOffset.x + w, backgroundOffset.y + h),
-                           CPoint());
-        } else {
-            // A field of its own: a dark well with a rim.
-            face->fill(kFieldRim);
-            face->fill(CRect(1, 1, w - 1, h - 1), kFieldWell);
-        }
-        const PixelFont& font = PixelFont::large();
-        font.draw(*face, shown, (w - font.textWidth(shown)) / 2, (h - font.height()) / 2, colour);
-        faceColour = colour;
-        faceStale = false;
-    }
-    face->alphaDraw(context, size);
+    face.draw(context, size, shown, colour);
     setDirty(false);
 }
 
@@ -380,14 +387,9 @@ CMouseEventResult CEQText::onMouseDown(CPoint& where, const int32_t& buttons) {
 
 nPFMenu::nPFMenu(const CRect& size, CControlListener* listener, int32_t tag, std::vector<Entry> entries, CDIB* back,
                  const CPoint& offset)
-    : CControl(size, listener, tag), list(std::move(entries)), background(back), backgroundOffset(offset) {
-    if (background) background->remember();
-}
+    : CControl(size, listener, tag), list(std::move(entries)), face(back, offset) {}
 
-nPFMenu::~nPFMenu() {
-    if (background) background->forget();
-    if (face) face->forget();
-}
+nPFMenu::~nPFMenu() = default;
 
 bool nPFMenu::isTypeOf(const char* className) const {
     return std::strcmp(className, "nPFMenu") == 0 || CControl::isTypeOf(className);
@@ -420,27 +422,7 @@ void nPFMenu::choose(int32_t index) {
 }
 
 void nPFMenu::draw(CDrawContext* context) {
-    const int32_t w = std::max(1, int32_t(size.width())), h = std::max(1, int32_t(size.height()));
-    std::string text = shownText();
-    const PixelFont& font = PixelFont::large();
-    while (!text.empty() && font.textWidth(text) > w - 4) text.pop_back();
-    if (!face || face->width() != w || face->height() != h || text != faceText || isLocked() != faceLocked) {
-        // The field is composed once per change of text or lock.
-        if (!face || face->width() != w || face->height() != h) {
-            if (face) face->forget();
-            face = new CDIB(w, h);
-        }
-        face->fill(CColor{0, 0, 0, 0});
-        if (background)
-            face->copyFrom(*background,
-                           CRect(backgroundOffset.x, backgroundOffset.y, backgroundOffset.x + w, backgroundOffset.y + h),
-                           CPoint());
-        font.draw(*face, text, (w - font.textWidth(text)) / 2, (h - font.height()) / 2,
-                  isLocked() ? drawColour(kTextGrey) : kTextGrey);
-        faceText = text;
-        faceLocked = isLocked();
-    }
-    face->alphaDraw(context, size);
+    face.draw(context, size, shownText(), isLocked() ? drawColour(kTextGrey) : kTextGrey);
     setDirty(false);
 }
 

@@ -22,6 +22,27 @@
 // way towards the mean, the whole raised by 5%; black stays black.
 VSTGUI::CColor dimmedColour(const VSTGUI::CColor& colour);
 
+// A field's picture: its ground (a cut of `background` from `offset`, or a
+// dark well of its own) and a centred text in the large glyphs, cut at the
+// end to fit. Composed again only when the text, its colour or the size
+// change, so a field that stays the same costs a copy per frame.
+class FieldFace {
+public:
+    FieldFace(VSTGUI::CDIB* background, const VSTGUI::CPoint& offset);
+    ~FieldFace();
+    FieldFace(const FieldFace&) = delete;
+    FieldFace& operator=(const FieldFace&) = delete;
+    void draw(VSTGUI::CDrawContext* context, const VSTGUI::CRect& where, std::string_view text,
+              const VSTGUI::CColor& colour);
+
+private:
+    VSTGUI::CDIB* background;
+    VSTGUI::CPoint offset;
+    VSTGUI::CDIB* face = nullptr;
+    std::string text;
+    VSTGUI::CColor colour;
+};
+
 // What a strip's value control needs besides its tag: the text of a value,
 // the value typed text asks for, and the row's stepping.
 struct StripValueRow {
@@ -145,12 +166,8 @@ private:
     void refreshText();
     void openEntry();
 
-    VSTGUI::CDIB* background = nullptr;
-    VSTGUI::CPoint backgroundOffset;
-    VSTGUI::CDIB* face = nullptr;  // the field as last drawn
+    FieldFace face;
     std::string shown;
-    VSTGUI::CColor faceColour;
-    bool faceStale = true;
     bool noteMode = false;
 };
 
@@ -190,11 +207,7 @@ protected:
 private:
     std::vector<Entry> list;
     std::string otherText = "-";
-    VSTGUI::CDIB* background = nullptr;
-    VSTGUI::CPoint backgroundOffset;
-    VSTGUI::CDIB* face = nullptr;  // the field as last drawn
-    std::string faceText;
-    bool faceLocked = false;
+    FieldFace face;
 };
 
 // The band's type: its glyph over a button in the band's colour. A click
