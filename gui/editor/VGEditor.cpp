@@ -1065,7 +1065,37 @@ BandStrips* VGEditor::getStrips() const {
     return view && view->isTypeOf("BandStrips") ? static_cast<BandStrips*>(view) : nullptr;
 }
 
-StripsModel VGEditor::stripsModel() const {
+std::function<std::string(int32_t, float, bool)> VGEditor::valueFormat() {
+    Plug* fx = &effect;
+    return [fx](int32_t tag, float norm, bool musical) {
+        char text[kParamTextSize] = {};
+        fx->formatParameter(tag, norm, text, musical);
+        char unit[kParamTextSize] = {};
+        fx->getParameterLabel(tag, unit);
+        const ParamRow& row = staticParamTable()[tag];
+        // Words of a menu row, and note names, carry no unit.
+        const bool words = row.curve == kCurveInt || row.curve == kCurveBool;
+        std::string shown = unit[0] && !words && !(musical && std::isalpha(static_cast<unsigned char>(text[0])))
+                                ? std::string(text) + " " + unit
+                                : std::string(text);
+        while (!shown.empty() && shown.back() == ' ') shown.pop_back();
+        return shown;
+    };
+}
+
+std::function<std::optional<float>(int32_t, std::string_view, bool)> VGEditor::valueReader() {
+    Plug* fx = &effect;
+    return [fx](int32_t tag, std::string_view text, bool noteMode) -> std::optional<float> {
+        const TypedValue typed = readTypedValue(text, isBandFrequency(tag), noteMode);
+        if (typed.kind == TypedValue::kIgnored) return std::nullopt;
+        if (typed.kind == TypedValue::kDefault) return staticParamTable()[tag].norm;
+        const double norm = fx->displayToNorm(tag, typed.value);
+        if (!std::isfinite(norm)) return std::nullopt;
+        return float(std::clamp(norm, 0.0, 1.0));
+    };
+}
+
+StripsModel VGEditor::stripsModel() {
     StripsModel model;
     model.flags = inputs.flags;
     int32_t order[kNumBands];
@@ -1097,31 +1127,10 @@ StripsModel VGEditor::stripsModel() const {
     }
     model.lockColour = options.lockYellow ? CColor{255, 255, 0, 0x80} : CColor{255, 0, 0, 0x80};
 
-    Plug* fx = &effect;
-    model.format = [fx](int32_t tag, float norm, bool musical) {
-        char text[kParamTextSize] = {};
-        fx->formatParameter(tag, norm, text, musical);
-        char unit[kParamTextSize] = {};
-        fx->getParameterLabel(tag, unit);
-        const ParamRow& row = staticParamTable()[tag];
-        // Words of a menu row, and note names, carry no unit.
-        const bool words = row.curve == kCurveInt || row.curve == kCurveBool;
-        std::string shown = unit[0] && !words && !(musical && std::isalpha(static_cast<unsigned char>(text[0])))
-                                ? std::string(text) + " " + unit
-                                : std::string(text);
-        while (!shown.empty() && shown.back() == ' ') shown.pop_back();
-        return shown;
-    };
-    model.read = [fx](int32_t tag, std::string_view text, bool noteMode) -> std::optional<float> {
-        const TypedValue typed = readTypedValue(text, isBandFrequency(tag), noteMode);
-        if (typed.kind == TypedValue::kIgnored) return std::nullopt;
-        if (typed.kind == TypedValue::kDefault) return staticParamTable()[tag].norm;
-        const double norm = fx->displayToNorm(tag, typed.value);
-        if (!std::isfinite(norm)) return std::nullopt;
-        return float(std::clamp(norm, 0.0, 1.0));
-    };
+    model.format = valueFormat();
+    model.read = valueReader();
     model.defaultValue = [](int32_t tag) { return staticParamTable()[tag].norm; };
-    auto* self = const_cast<VGEditor*>(this);
+    VGEditor* self = this;
     model.undoGroup = [self](bool begin) { self->graphUndoGroup(begin); };
     model.createBand = [self](double hz, double q) {
         (void)q;
@@ -1141,7 +1150,7 @@ StripsModel VGEditor::stripsModel() const {
     return model;
 }
 
-StripValueRow VGEditor::valueTextRow(int32_t tag) const {
+StripValueRow VGEditor::valueTextRow(int32_t tag) {
     // The row the field stands for: a parameter, or the row a render setting copies.
     const int32_t setting = tag - kGUIRenderDSPMode;
     const int32_t row = isParamIndex(tag) ? tag
@@ -1149,9 +1158,10 @@ StripValueRow VGEditor::valueTextRow(int32_t tag) const {
                                                                                 : -1;
     StripValueRow valueRow;
     if (row < 0) return valueRow;
-    const StripsModel model = stripsModel();
-    valueRow.format = [format = model.format, row](int32_t, float norm, bool musical) { return format(row, norm, musical); };
-    valueRow.read = [read = model.read, row](int32_t, std::string_view text, bool noteMode) {
+    valueRow.format = [format = valueFormat(), row](int32_t, float norm, bool musical) {
+        return format(row, norm, musical);
+    };
+    valueRow.read = [read = valueReader(), row](int32_t, std::string_view text, bool noteMode) {
         return read(row, text, noteMode);
     };
     valueRow.frequency = isBandFrequency(row);

@@ -178,9 +178,12 @@ private:
     void refreshPresetBox();
     void refreshGroupMenus();
     void refreshSliders();
-    StripsModel stripsModel() const;
+    StripsModel stripsModel();
+    // The text of a row's normalised value ("1.50 kHz"), and the value typed text asks for.
+    std::function<std::string(int32_t tag, float norm, bool musical)> valueFormat();
+    std::function<std::optional<float>(int32_t tag, std::string_view text, bool noteMode)> valueReader();
     // What a value field of the layout needs of its row, and every such field given it.
-    StripValueRow valueTextRow(int32_t tag) const;
+    StripValueRow valueTextRow(int32_t tag);
     void bindValueTexts();
     // Builds the meter section again when its settings or the channel count changed.
     void refreshMeterSection();
