@@ -3,7 +3,10 @@
 #include <cmath>
 #include <complex>
 #include <cstring>
+#include <cstdlib>
 #include <numbers>
+
+#include "dsp/PairedKernel.h"
 
 namespace {
 
@@ -58,10 +61,6 @@ inline double biquadSample(const DigitalSection& c, double in, double& x1, doubl
                            double& y2) noexcept {
     return biquadStep(c.b0, c.b1, c.b2, c.a1, c.a2, in, x1, x2, y1, y2);
 }
-
-// Two doubles in one vector register: SSE2 on x86-64, NEON on 64-bit Arm.
-// Each lane is computed by the same IEEE operations as the scalar code.
-typedef double Lanes __attribute__((vector_size(2 * sizeof(double))));
 
 // Clears denormal-range history before a block.
 inline void flushTinyHistory(double* h) noexcept {
@@ -189,89 +188,74 @@ bool DF1Cascade::pairSections(EQ& otherBand, PairedSection* out, int32_t* outCou
     return true;
 }
 
+#if defined(__x86_64__)
+void runPairedSectionsAvx2(const PairedSection*, int32_t, double*, double*, int32_t) noexcept;
+void runPairedSectionsAvx512(const PairedSection*, int32_t, double*, double*, int32_t) noexcept;
+#endif
+
 namespace {
 
-// Paired sections, staggered: section j handles sample t - j at step t, so
-// within a step the sections do not depend on each other.
-template <int Sections>
-class StaggeredGroup {
-public:
-    explicit StaggeredGroup(const PairedSection* s) noexcept {
-        for (int j = 0; j < Sections; ++j) {
-            const DigitalSection& a = s[j].first;
-            const DigitalSection& b = s[j].second;
-            b0[j] = Lanes{a.b0, b.b0}, b1[j] = Lanes{a.b1, b.b1}, b2[j] = Lanes{a.b2, b.b2};
-            a1[j] = Lanes{a.a1, b.a1}, a2[j] = Lanes{a.a2, b.a2};
-            const double* ha = s[j].firstHistory;
-            const double* hb = s[j].secondHistory;
-            x1[j] = Lanes{ha[0], hb[0]}, x2[j] = Lanes{ha[1], hb[1]};
-            y1[j] = Lanes{ha[2], hb[2]}, y2[j] = Lanes{ha[3], hb[3]};
-        }
-    }
-
-    void run(double* xa, double* xb, int32_t n) noexcept {
-        // Steps where some section has no sample (the first and the last
-        // Sections - 1) check; the steps between run every section.
-        const int32_t steps = n + Sections - 1;
-        const int32_t fullFrom = Sections - 1, fullTo = n;
-        int32_t t = 0;
-        for (; t < steps && t < fullFrom; ++t) step<true>(t, xa, xb, n);
-        for (; t < fullTo; ++t) step<false>(t, xa, xb, n);
-        for (; t < steps; ++t) step<true>(t, xa, xb, n);
-    }
-
-    void store(const PairedSection* s) const noexcept {
-        for (int j = 0; j < Sections; ++j) {
-            double* ha = s[j].firstHistory;
-            double* hb = s[j].secondHistory;
-            ha[0] = x1[j][0], ha[1] = x2[j][0], ha[2] = y1[j][0], ha[3] = y2[j][0];
-            hb[0] = x1[j][1], hb[1] = x2[j][1], hb[2] = y1[j][1], hb[3] = y2[j][1];
-            clearNonFiniteHistory(ha);
-            clearNonFiniteHistory(hb);
-        }
-    }
-
-private:
-    template <bool Checked>
-    inline void step(int32_t t, double* xa, double* xb, int32_t n) noexcept {
-        // From the last section down, so each reads what the one before it
-        // gave on the previous step before that is overwritten.
-        for (int j = Sections - 1; j >= 0; --j) {
-            const int32_t i = t - j;
-            if (Checked && (i < 0 || i >= n)) continue;
-            const Lanes in = j == 0 ? Lanes{xa[i], xb[i]} : carry[j - 1];
-            const Lanes y = biquadStep(b0[j], b1[j], b2[j], a1[j], a2[j], in, x1[j], x2[j], y1[j], y2[j]);
-            if (j == Sections - 1) {
-                xa[i] = y[0];
-                xb[i] = y[1];
-            } else {
-                carry[j] = y;
-            }
-        }
-    }
-
-    Lanes b0[Sections], b1[Sections], b2[Sections], a1[Sections], a2[Sections];
-    Lanes x1[Sections], x2[Sections], y1[Sections], y2[Sections];
-    Lanes carry[Sections] = {};
-};
-
-template <int Sections>
-void runGroup(const PairedSection* s, double* xa, double* xb, int32_t n) noexcept {
-    StaggeredGroup<Sections> group(s);
-    group.run(xa, xb, n);
-    group.store(s);
+// Two sections in flight on two-lane vectors keep every value in registers.
+void runPairedSectionsSse2(const PairedSection* s, int32_t count, double* xa, double* xb, int32_t n) noexcept {
+    runPairedChain<2, 2>(s, count, xa, xb, n);
 }
+
+using PairedRun = void (*)(const PairedSection*, int32_t, double*, double*, int32_t) noexcept;
+
+PairedRun kernelOf(PairedKernel kernel) {
+    switch (kernel) {
+#if defined(__x86_64__)
+        case PairedKernel::kAvx2: return runPairedSectionsAvx2;
+        case PairedKernel::kAvx512: return runPairedSectionsAvx512;
+#endif
+        default: return runPairedSectionsSse2;
+    }
+}
+
+// The kernel chosen once: the widest the processor has, or the one named.
+PairedKernel chooseKernel() {
+    PairedKernel best = PairedKernel::kSse2;
+    for (const PairedKernel k : {PairedKernel::kAvx2, PairedKernel::kAvx512})
+        if (pairedKernelSupported(k)) best = k;
+    if (const char* named = std::getenv("FENWOLDRINE_IIR_KERNEL")) {
+        const struct {
+            const char* name;
+            PairedKernel kernel;
+        } names[] = {{"sse2", PairedKernel::kSse2}, {"avx2", PairedKernel::kAvx2}, {"avx512", PairedKernel::kAvx512}};
+        for (const auto& n : names)
+            if (std::strcmp(named, n.name) == 0 && pairedKernelSupported(n.kernel)) best = n.kernel;
+    }
+    return best;
+}
+
+const PairedKernel kChosenKernel = chooseKernel();
+const PairedRun kChosenRun = kernelOf(kChosenKernel);
 
 }  // namespace
 
+bool pairedKernelSupported(PairedKernel kernel) {
+    switch (kernel) {
+        case PairedKernel::kSse2: return true;
+#if defined(__x86_64__)
+        case PairedKernel::kAvx2: __builtin_cpu_init(); return __builtin_cpu_supports("avx2");
+        case PairedKernel::kAvx512: __builtin_cpu_init(); return __builtin_cpu_supports("avx512f");
+#endif
+        default: return false;
+    }
+}
+
+PairedKernel pairedKernelInUse() { return kChosenKernel; }
+
 void runPairedSections(const PairedSection* sections, int32_t count, double* xa, double* xb, int32_t n) noexcept {
-    if (n <= 0) return;
-    // Two sections in flight keep every value in registers and already meet
-    // the multiplier throughput of two-lane vectors; more spill and run slower.
-    constexpr int32_t kInFlight = 2;
-    int32_t done = 0;
-    for (; done + kInFlight <= count; done += kInFlight) runGroup<kInFlight>(sections + done, xa, xb, n);
-    if (done < count) runGroup<1>(sections + done, xa, xb, n);
+    if (n <= 0 || count <= 0) return;
+    kChosenRun(sections, count, xa, xb, n);
+}
+
+bool runPairedSectionsWith(PairedKernel kernel, const PairedSection* sections, int32_t count, double* xa,
+                           double* xb, int32_t n) noexcept {
+    if (!pairedKernelSupported(kernel)) return false;
+    if (n > 0 && count > 0) kernelOf(kernel)(sections, count, xa, xb, n);
+    return true;
 }
 
 void DF1Cascade::processFloat(float* x, int32_t n) noexcept {

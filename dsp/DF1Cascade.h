@@ -19,6 +19,18 @@
 void runPairedSections(const PairedSection* sections, int32_t count, double* first, double* second,
                        int32_t n) noexcept;
 
+// The kernels runPairedSections may use: two, four or eight doubles a
+// register. Each gives the same bits. The widest the processor has is used,
+// unless FENWOLDRINE_IIR_KERNEL names another ("sse2", "avx2", "avx512")
+// that it has.
+enum class PairedKernel : int32_t { kSse2, kAvx2, kAvx512 };
+bool pairedKernelSupported(PairedKernel kernel);
+PairedKernel pairedKernelInUse();
+// runPairedSections with a chosen kernel; false (nothing run) when this
+// processor lacks it.
+bool runPairedSectionsWith(PairedKernel kernel, const PairedSection* sections, int32_t count, double* first,
+                           double* second, int32_t n) noexcept;
+
 class DF1Cascade : public EQ {
 public:
     static constexpr int32_t kRampSamples = 1000;

@@ -193,15 +193,15 @@ struct TwoChannelChain {
         }
     }
 
-    void runPaired(double* a, double* b, int32_t n) {
-        PairedSection run[8 * kMaxSections];
+    void runPaired(double* a, double* b, int32_t n, PairedKernel kernel = pairedKernelInUse()) {
+        PairedSection run[32 * kMaxSections];
         int32_t held = 0;
         for (size_t i = 0; i < left.size(); ++i) {
             int32_t got = 0;
             ASSERT_TRUE(left[i]->pairSections(*right[i], run + held, &got));
             held += got;
         }
-        runPairedSections(run, held, a, b, n);
+        ASSERT_TRUE(runPairedSectionsWith(kernel, run, held, a, b, n));
     }
 };
 
@@ -216,23 +216,34 @@ std::vector<double> noise(size_t n, uint32_t seed) {
 
 }  // namespace
 
+// The kernels this processor can run (FENWOLDRINE_IIR_KERNEL picks among
+// the same ones in the running program).
+std::vector<PairedKernel> kernelsHere() {
+    std::vector<PairedKernel> here;
+    for (const PairedKernel k : {PairedKernel::kSse2, PairedKernel::kAvx2, PairedKernel::kAvx512})
+        if (pairedKernelSupported(k)) here.push_back(k);
+    return here;
+}
+
 // Two channels in vector lanes with sections in flight must give exactly
-// the bits of the plain loop, for whole groups and a remainder,
-// for blocks shorter than the stagger, and across block boundaries.
+// the bits of the plain loop, with every kernel: whole groups and
+// remainders, blocks shorter than the stagger, and across block boundaries.
 TEST(DF1Cascade, PairedSectionsGiveTheBitsOfOneSectionAfterAnother) {
-    for (int32_t bands : {1, 2, 3, 5}) {
-        for (int32_t perBand : {1, 2, 4}) {
-            TwoChannelChain plain(bands, perBand), paired(bands, perBand);
-            uint32_t seed = 7;
-            for (int32_t n : {1, 2, 3, 64, 5, 700}) {
-                std::vector<double> a = noise(size_t(n), ++seed), b = noise(size_t(n), ++seed);
-                std::vector<double> pa = a, pb = b;
-                plain.runOneAfterTheOther(a.data(), b.data(), n);
-                paired.runPaired(pa.data(), pb.data(), n);
-                ASSERT_EQ(0, std::memcmp(a.data(), pa.data(), sizeof(double) * size_t(n)))
-                    << bands << " bands of " << perBand << ", block " << n;
-                ASSERT_EQ(0, std::memcmp(b.data(), pb.data(), sizeof(double) * size_t(n)))
-                    << bands << " bands of " << perBand << ", block " << n;
+    for (const PairedKernel kernel : kernelsHere()) {
+        for (int32_t bands : {1, 2, 3, 5, 9, 17, 32}) {
+            for (int32_t perBand : {1, 2, 4}) {
+                TwoChannelChain plain(bands, perBand), paired(bands, perBand);
+                uint32_t seed = 7;
+                for (int32_t n : {1, 2, 3, 64, 5, 700, 4096}) {
+                    std::vector<double> a = noise(size_t(n), ++seed), b = noise(size_t(n), ++seed);
+                    std::vector<double> pa = a, pb = b;
+                    plain.runOneAfterTheOther(a.data(), b.data(), n);
+                    paired.runPaired(pa.data(), pb.data(), n, kernel);
+                    ASSERT_EQ(0, std::memcmp(a.data(), pa.data(), sizeof(double) * size_t(n)))
+                        << "kernel " << int(kernel) << ", " << bands << " bands of " << perBand << ", block " << n;
+                    ASSERT_EQ(0, std::memcmp(b.data(), pb.data(), sizeof(double) * size_t(n)))
+                        << "kernel " << int(kernel) << ", " << bands << " bands of " << perBand << ", block " << n;
+                }
             }
         }
     }
@@ -262,14 +273,16 @@ TEST(DF1Cascade, PairingIsRefusedUnlessBothBandsRestWithTheSameSections) {
 // A NaN on one channel clears that channel's history after the block and
 // never reaches the other lane.
 TEST(DF1Cascade, NanInOneLaneLeavesTheOtherAloneAndClearsAfterTheBlock) {
-    TwoChannelChain plain(3, 1), paired(3, 1);
-    std::vector<double> a = noise(32, 1), b = noise(32, 2);
-    a[5] = std::nan("");
-    std::vector<double> pa = a, pb = b;
-    plain.runOneAfterTheOther(a.data(), b.data(), 32);
-    paired.runPaired(pa.data(), pb.data(), 32);
-    EXPECT_EQ(0, std::memcmp(b.data(), pb.data(), sizeof(double) * b.size()));
-    std::vector<double> next(64, 0.25), other(64, 0.25);
-    paired.runPaired(next.data(), other.data(), 64);
-    for (double v : next) ASSERT_TRUE(std::isfinite(v));
+    for (const PairedKernel kernel : kernelsHere()) {
+        TwoChannelChain plain(9, 1), paired(9, 1);
+        std::vector<double> a = noise(32, 1), b = noise(32, 2);
+        a[5] = std::nan("");
+        std::vector<double> pa = a, pb = b;
+        plain.runOneAfterTheOther(a.data(), b.data(), 32);
+        paired.runPaired(pa.data(), pb.data(), 32, kernel);
+        EXPECT_EQ(0, std::memcmp(b.data(), pb.data(), sizeof(double) * b.size())) << int(kernel);
+        std::vector<double> next(64, 0.25), other(64, 0.25);
+        paired.runPaired(next.data(), other.data(), 64, kernel);
+        for (double v : next) ASSERT_TRUE(std::isfinite(v)) << int(kernel);
+    }
 }
