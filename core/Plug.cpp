@@ -1079,9 +1079,25 @@ void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
     const bool metersPreBank = meterPreBank.load(std::memory_order_relaxed);
     const bool followBefore = meters && metersPreBank;
     const bool followAfter = meters && !metersPreBank;
+    // Before the bank without mid/side coding, the coded and the plain
+    // signals are the same samples: followers that stand level follow them
+    // once, and the other copy takes the result (after the bank,
+    // followAndDecode does the same pair by pair).
+    const int32_t heard = listenMask.load(std::memory_order_relaxed);
+    const int32_t solo = heard != 0 ? heard : soloMask.load(std::memory_order_relaxed);
+    const bool soloed = soloSelect.load(std::memory_order_relaxed) && solo != 0;
+    const int32_t pairs = channels / 2;
+    const bool uncoded = pairs == 0 || (msMask.load(std::memory_order_relaxed) & ((1 << pairs) - 1)) == 0;
+    const bool followOnce = followBefore && uncoded && sameLevels(0, channels);
     if (followBefore) runFollowers(plainLevels, m, channels);
     encodeMidSide(m, channels);
-    if (followBefore) runFollowers(codedLevels, m, channels);
+    if (followBefore) {
+        if (followOnce) {
+            copyLevels(codedLevels, plainLevels, channels);
+        } else {
+            runFollowers(codedLevels, m, channels);
+        }
+    }
     if (meters && preTapWanted.load(std::memory_order_relaxed)) writeRing(preRing, m, channels);
 
     if (rowValue(kBypass) == 0.0f) {
@@ -1099,21 +1115,21 @@ void Plug::processChunk(int32_t m, int32_t channels, int32_t latency) noexcept {
         bypassWithDelay(m, channels, latency);
     }
 
-    if (followAfter) runFollowers(codedLevels, m, channels);
     if (meters) {
         writeRing(postRing, m, channels);
         ringPosition.store((ringPosition.load(std::memory_order_relaxed) + m) % kRingLength,
                            std::memory_order_relaxed);
     }
-
-    const int32_t heard = listenMask.load(std::memory_order_relaxed);
-    const int32_t solo = heard != 0 ? heard : soloMask.load(std::memory_order_relaxed);
-    if (soloSelect.load(std::memory_order_relaxed) && solo != 0)
-        soloMonitor(solo, m, channels);
-    else
-        decodeMidSide(m, channels);
-
-    if (followAfter) runFollowers(plainLevels, m, channels);
+    if (followAfter && !soloed) {
+        followAndDecode(m, channels);
+    } else {
+        if (followAfter) runFollowers(codedLevels, m, channels);
+        if (soloed)
+            soloMonitor(solo, m, channels);
+        else
+            decodeMidSide(m, channels);
+        if (followAfter) runFollowers(plainLevels, m, channels);
+    }
     if (meters) {
         guardFollowers();
         detectClip(m, channels);
@@ -1213,34 +1229,104 @@ void Plug::soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept {
     }
 }
 
+namespace {
+
+// `K` followers run side by side: each is a dependency chain from sample to
+// sample, so its speed is the latency of one step, and chains run together
+// overlap. Both products are formed before the choice, which keeps the one
+// chosen (the same value as choosing the coefficient first) off the chain.
+template <int K>
+void followChains(double* const* x, std::atomic<double>* levels, int32_t m, double attack, double release) noexcept {
+    double e[K];
+    for (int k = 0; k < K; ++k) e[k] = levels[k].load(std::memory_order_relaxed);
+    for (int32_t s = 0; s < m; ++s) {
+        for (int k = 0; k < K; ++k) {
+            const double d = std::fabs(x[k][s]) - e[k];
+            const double up = d * attack, down = d * release;
+            e[k] += d > 0.0 ? up : down;
+        }
+    }
+    for (int k = 0; k < K; ++k) levels[k].store(e[k], std::memory_order_relaxed);
+}
+
+}  // namespace
+
+void Plug::followAndDecode(int32_t m, int32_t channels) noexcept {
+    const double attack = attackCoefficient.load(std::memory_order_relaxed);
+    const double release = releaseCoefficient.load(std::memory_order_relaxed);
+    const int32_t coded = msMask.load(std::memory_order_relaxed);
+    auto follow = [attack, release](double& e, double x) noexcept {
+        const double d = std::fabs(x) - e;
+        const double up = d * attack, down = d * release;
+        e += d > 0.0 ? up : down;
+    };
+    int32_t c = 0;
+    for (; c + 1 < channels; c += 2) {
+        if ((coded >> (c / 2)) & 1) {
+            // A coded pair: its followers before and after decoding, and the
+            // decoding, in one pass of four chains.
+            double* a = workBuffer[c];
+            double* b = workBuffer[c + 1];
+            double ca = codedLevels[c].load(std::memory_order_relaxed), cb = codedLevels[c + 1].load(std::memory_order_relaxed);
+            double pa = plainLevels[c].load(std::memory_order_relaxed), pb = plainLevels[c + 1].load(std::memory_order_relaxed);
+            for (int32_t s = 0; s < m; ++s) {
+                const double x = a[s], y = b[s];
+                follow(ca, x);
+                follow(cb, y);
+                const double u = (x + y) * 0.5, v = (x - y) * 0.5;
+                a[s] = u;
+                b[s] = v;
+                follow(pa, u);
+                follow(pb, v);
+            }
+            codedLevels[c].store(ca, std::memory_order_relaxed), codedLevels[c + 1].store(cb, std::memory_order_relaxed);
+            plainLevels[c].store(pa, std::memory_order_relaxed), plainLevels[c + 1].store(pb, std::memory_order_relaxed);
+            continue;
+        }
+        // Decoding leaves the pair alone: the same samples for both
+        // followers, followed once when they stand level.
+        const bool same = sameLevels(c, c + 2);
+        followChains<2>(workBuffer + c, codedLevels + c, m, attack, release);
+        if (same) {
+            copyLevels(plainLevels + c, codedLevels + c, 2);
+        } else {
+            followChains<2>(workBuffer + c, plainLevels + c, m, attack, release);
+        }
+    }
+    if (c < channels) {
+        const bool same = sameLevels(c, c + 1);
+        followChains<1>(workBuffer + c, codedLevels + c, m, attack, release);
+        if (same) {
+            copyLevels(plainLevels + c, codedLevels + c, 1);
+        } else {
+            followChains<1>(workBuffer + c, plainLevels + c, m, attack, release);
+        }
+    }
+}
+
 void Plug::runFollowers(std::atomic<double>* levels, int32_t m, int32_t channels) noexcept {
     const double attack = attackCoefficient.load(std::memory_order_relaxed);
     const double release = releaseCoefficient.load(std::memory_order_relaxed);
-    // Each follower is a dependency chain from sample to sample, so its speed
-    // is the latency of one step. Two channels at a time overlap two chains.
     int32_t c = 0;
-    for (; c + 1 < channels; c += 2) {
-        const double* x0 = workBuffer[c];
-        const double* x1 = workBuffer[c + 1];
-        double e0 = levels[c].load(std::memory_order_relaxed), e1 = levels[c + 1].load(std::memory_order_relaxed);
-        for (int32_t s = 0; s < m; ++s) {
-            const double d0 = std::fabs(x0[s]) - e0;
-            const double d1 = std::fabs(x1[s]) - e1;
-            e0 += d0 * (d0 > 0.0 ? attack : release);
-            e1 += d1 * (d1 > 0.0 ? attack : release);
-        }
-        levels[c].store(e0, std::memory_order_relaxed);
-        levels[c + 1].store(e1, std::memory_order_relaxed);
+    for (; c + 4 <= channels; c += 4) followChains<4>(workBuffer + c, levels + c, m, attack, release);
+    if (c + 2 <= channels) {
+        followChains<2>(workBuffer + c, levels + c, m, attack, release);
+        c += 2;
     }
-    if (c < channels) {
-        const double* x = workBuffer[c];
-        double e = levels[c].load(std::memory_order_relaxed);
-        for (int32_t s = 0; s < m; ++s) {
-            const double d = std::fabs(x[s]) - e;
-            e += d * (d > 0.0 ? attack : release);
-        }
-        levels[c].store(e, std::memory_order_relaxed);
+    if (c < channels) followChains<1>(workBuffer + c, levels + c, m, attack, release);
+}
+
+bool Plug::sameLevels(int32_t from, int32_t to) const noexcept {
+    for (int32_t c = from; c < to; ++c) {
+        const double plain = plainLevels[c].load(std::memory_order_relaxed);
+        const double coded = codedLevels[c].load(std::memory_order_relaxed);
+        if (std::memcmp(&plain, &coded, sizeof plain) != 0) return false;
     }
+    return true;
+}
+
+void Plug::copyLevels(std::atomic<double>* to, const std::atomic<double>* from, int32_t channels) noexcept {
+    for (int32_t c = 0; c < channels; ++c) to[c].store(from[c].load(std::memory_order_relaxed), std::memory_order_relaxed);
 }
 
 void Plug::guardFollowers() noexcept {

@@ -336,6 +336,12 @@ private:
     void applyChannelGain(int32_t m, int32_t channels) noexcept;
     void soloMonitor(int32_t mask, int32_t m, int32_t channels) noexcept;
     void runFollowers(std::atomic<double>* levels, int32_t m, int32_t channels) noexcept;
+    // After the bank, without solo: the followers before and after mid/side
+    // decoding, and the decoding, in one pass.
+    void followAndDecode(int32_t m, int32_t channels) noexcept;
+    // Whether the plain and the coded followers of channels [from, to) stand at the same level.
+    bool sameLevels(int32_t from, int32_t to) const noexcept;
+    static void copyLevels(std::atomic<double>* to, const std::atomic<double>* from, int32_t channels) noexcept;
     void guardFollowers() noexcept;
     void writeRing(double* const* rings, int32_t m, int32_t channels) noexcept;
     void detectClip(int32_t m, int32_t channels) noexcept;
