@@ -359,21 +359,23 @@ void EQBank::runCascade(double* x, int32_t channel, int32_t samples) noexcept {
 
 void EQBank::runCascadePair(double* x0, double* x1, int32_t channel, int32_t samples) noexcept {
     // Band by band, both channels of the pair at once where the two bands
-    // allow it: consecutive bands at rest gather their sections into one
-    // run. The channels stay independent and every band sees the same
+    // allow it: consecutive bands (at rest or ramping) gather their sections
+    // into one run. The channels stay independent and every band sees the same
     // input, so the result is that of one channel after the other.
     int32_t held = 0;
     for (int32_t b = 0; b < bandCount; ++b) {
         EQ& first = *grid[size_t(channelCount * b + channel)];
         EQ& second = *grid[size_t(channelCount * b + channel + 1)];
+        // Flat bands at rest on both channels touch nothing: the run goes on past them.
+        if (first.passesUntouched() && second.passesUntouched()) continue;
         int32_t got = 0;
-        if (held + kMaxSections <= kMaxPairedSections && first.pairSections(second, pairedRun.get() + held, &got)) {
+        if (held + kMaxSections <= kMaxPairedSections && first.pairSections(second, pairedRun.get() + held, &got, samples)) {
             held += got;
             continue;
         }
         runPairedSections(pairedRun.get(), held, x0, x1, samples);
         held = 0;
-        if (first.pairSections(second, pairedRun.get(), &got)) {
+        if (first.pairSections(second, pairedRun.get(), &got, samples)) {
             held = got;
             continue;
         }

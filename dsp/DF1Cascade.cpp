@@ -3,6 +3,7 @@
 #include <cmath>
 #include <complex>
 #include <cstring>
+#include <algorithm>
 #include <cstdlib>
 #include <numbers>
 
@@ -170,22 +171,56 @@ void DF1Cascade::processDouble(double* x, int32_t n) noexcept {
     if (ramp >= 0 && n > 0) rampCount.fetch_sub(n, std::memory_order_relaxed);
 }
 
-bool DF1Cascade::pairSections(EQ& otherBand, PairedSection* out, int32_t* outCount) noexcept {
+bool DF1Cascade::pairSections(EQ& otherBand, PairedSection* out, int32_t* outCount, int32_t samples) noexcept {
     auto* other = dynamic_cast<DF1Cascade*>(&otherBand);
-    if (!other || other == this) return false;
+    if (!other || other == this || samples <= 0) return false;
     const int32_t count = getSectionCount();
     if (count != other->getSectionCount()) return false;
-    // Only at rest: a ramp or a flat band takes the single-channel path.
-    if (rampCount.load(std::memory_order_acquire) >= 0 || other->rampCount.load(std::memory_order_acquire) >= 0)
-        return false;
-    if (unity.load(std::memory_order_relaxed) != 0 || other->unity.load(std::memory_order_relaxed) != 0) return false;
+    // A flat band at rest takes the single-channel path, which passes it by;
+    // one ramping to or from flat runs like any other.
+    if (restsFlat() || other->restsFlat()) return false;
+    DigitalSection mine[kMaxSections], theirs[kMaxSections], myStep[kMaxSections], theirStep[kMaxSections];
+    int32_t myRamp = 0, theirRamp = 0;
+    handOver(samples, mine, myStep, &myRamp);
+    other->handOver(samples, theirs, theirStep, &theirRamp);
     for (int32_t s = 0; s < count; ++s) {
         flushTinyHistory(history[s]);
         flushTinyHistory(other->history[s]);
-        out[s] = {loadSection(live[s]), loadSection(other->live[s]), history[s], other->history[s]};
+        out[s] = {mine[s], theirs[s], history[s], other->history[s], myStep[s], theirStep[s], myRamp, theirRamp};
     }
     *outCount = count;
     return true;
+}
+
+bool DF1Cascade::restsFlat() const noexcept {
+    return unity.load(std::memory_order_relaxed) != 0 && rampCount.load(std::memory_order_acquire) < 1;
+}
+
+bool DF1Cascade::passesUntouched() const noexcept { return restsFlat() && !parallel.load(std::memory_order_relaxed); }
+
+void DF1Cascade::handOver(int32_t n, DigitalSection* c, DigitalSection* by, int32_t* rampOut) noexcept {
+    const int32_t ramp = rampCount.load(std::memory_order_acquire);
+    const int32_t count = getSectionCount();
+    if (ramp < 0) {
+        // At rest: the live coefficients for the whole block.
+        for (int32_t s = 0; s < count; ++s) {
+            c[s] = loadSection(live[s]);
+            by[s] = kZeroStep;
+        }
+        *rampOut = 0;
+        return;
+    }
+    // Ramping: the target and the step, and the coefficients the ramp leaves
+    // live after the block's last sample.
+    const int32_t last = std::max(ramp - (n - 1), 0);
+    for (int32_t s = 0; s < count; ++s) {
+        c[s] = loadSection(target[s]);
+        by[s] = loadSection(step[s]);
+        DigitalSection now;
+        rampTo(now, live[s], target[s], step[s], last);
+    }
+    *rampOut = ramp;
+    rampCount.fetch_sub(n, std::memory_order_relaxed);
 }
 
 #if defined(__x86_64__)

@@ -49,12 +49,21 @@ public:
     // Audio thread: no allocation, no locks.
     void processDouble(double* samples, int32_t count) noexcept override;
     void processFloat(float* samples, int32_t count) noexcept override;
-    bool pairSections(EQ& other, PairedSection* out, int32_t* count) noexcept override;
+    bool pairSections(EQ& other, PairedSection* out, int32_t* count, int32_t samples) noexcept override;
+    bool passesUntouched() const noexcept override;
 
     int32_t getSectionCount() const { return sectionCount.load(std::memory_order_relaxed); }
     bool isRamping() const { return rampCount.load(std::memory_order_relaxed) >= 0; }
 
 protected:
+    // Flat and not ramping: processDouble passes the block by (or silences it
+    // in the parallel branch).
+    bool restsFlat() const noexcept;
+    // A block of `samples` handed to a paired run: section s's coefficients
+    // and ramp into *coefficients, *step and *ramp, and the ramp moved on as
+    // processDouble would have moved it.
+    void handOver(int32_t samples, DigitalSection* coefficients, DigitalSection* step, int32_t* ramp) noexcept;
+
     double history[kMaxSections][4] = {};  // per section: x1, x2, y1, y2
     DigitalSection live[kMaxSections];
     std::atomic<int32_t> sectionCount{0};

@@ -70,13 +70,19 @@ public:
     // Fits the digital sections to the analogue prototype when dirty.
     virtual void rebuild() = 0;
     // Audio thread: when this band and `other` (the same band on the next
-    // channel) are both at rest with the same number of sections, puts
-    // their sections in *out (as many as *count says) to run together with
-    // runPairedSections, and returns true; otherwise false, touching nothing.
-    virtual bool pairSections(EQ& other, PairedSection* out, int32_t* count) noexcept {
-        (void)other, (void)out, (void)count;
+    // channel) have the same number of sections and are not flat, puts their
+    // sections in *out (as many as *count says) to run together with
+    // runPairedSections over the next `samples` samples, takes the block as
+    // run (a ramp moves on by it), and returns true; otherwise false,
+    // touching nothing.
+    virtual bool pairSections(EQ& other, PairedSection* out, int32_t* count, int32_t samples) noexcept {
+        (void)other, (void)out, (void)count, (void)samples;
         return false;
     }
+
+    // Audio thread: whether processDouble would leave a block untouched now
+    // (a flat series band at rest).
+    virtual bool passesUntouched() const noexcept { return false; }
 
     // Subtype words of an engine band type; null and *count = 0 for none.
     static const char* const* subtypeNames(int32_t type, int32_t* count);

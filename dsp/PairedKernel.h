@@ -41,6 +41,7 @@ public:
     StaggeredSections(const PairedSection* s, int32_t count) noexcept : used(count) {
         for (int v = 0; v < V; ++v) {
             b0[v] = b1[v] = b2[v] = a1[v] = a2[v] = Vec{};
+            sb0[v] = sb1[v] = sb2[v] = sa1[v] = sa2[v] = rampBase[v] = Vec{};
             x1[v] = x2[v] = y1[v] = y2[v] = carry[v] = Vec{};
             for (int k = 0; k < kPerVector; ++k) {
                 const int j = v * kPerVector + k;
@@ -54,6 +55,15 @@ public:
                 set(a1[v], k, a.a1, b.a1), set(a2[v], k, a.a2, b.a2);
                 set(x1[v], k, ha[0], hb[0]), set(x2[v], k, ha[1], hb[1]);
                 set(y1[v], k, ha[2], hb[2]), set(y2[v], k, ha[3], hb[3]);
+                const DigitalSection& da = s[j].firstStep;
+                const DigitalSection& db = s[j].secondStep;
+                set(sb0[v], k, da.b0, db.b0), set(sb1[v], k, da.b1, db.b1), set(sb2[v], k, da.b2, db.b2);
+                set(sa1[v], k, da.a1, db.a1), set(sa2[v], k, da.a2, db.a2);
+                // The ramp position of the lane's sample at step t is rampBase - t.
+                set(rampBase[v], k, double(s[j].firstRamp) + double(j), double(s[j].secondRamp) + double(j));
+                const double steps[10] = {da.b0, da.b1, da.b2, da.a1, da.a2, db.b0, db.b1, db.b2, db.a1, db.a2};
+                for (const double d : steps) ramping = ramping || !(d == 0.0);
+                ramping = ramping || s[j].firstRamp != 0 || s[j].secondRamp != 0;
             }
         }
     }
@@ -64,9 +74,15 @@ public:
         const int32_t steps = n + used - 1;
         const int32_t fullFrom = used - 1, fullTo = n;
         int32_t t = 0;
-        for (; t < steps && t < fullFrom; ++t) step<true>(t, xa, xb, n);
-        for (; t < fullTo; ++t) step<false>(t, xa, xb, n);
-        for (; t < steps; ++t) step<true>(t, xa, xb, n);
+        if (ramping) {
+            for (; t < steps && t < fullFrom; ++t) step<true, true>(t, xa, xb, n);
+            for (; t < fullTo; ++t) step<false, true>(t, xa, xb, n);
+            for (; t < steps; ++t) step<true, true>(t, xa, xb, n);
+        } else {
+            for (; t < steps && t < fullFrom; ++t) step<true, false>(t, xa, xb, n);
+            for (; t < fullTo; ++t) step<false, false>(t, xa, xb, n);
+            for (; t < steps; ++t) step<true, false>(t, xa, xb, n);
+        }
     }
 
     void store(const PairedSection* s) const noexcept {
@@ -106,7 +122,7 @@ private:
         }
     }
 
-    template <bool Checked>
+    template <bool Checked, bool Ramping>
     inline void step(int32_t t, double* xa, double* xb, int32_t n) noexcept {
         // Every section reads what the one before it gave on the previous step.
         Vec fresh{};
@@ -119,7 +135,20 @@ private:
         for (int v = 1; v < V; ++v) in[v] = shifted(carry[v - 1], carry[v]);
         const double now = double(t);
         for (int v = 0; v < V; ++v) {
-            const Vec y = b0[v] * in[v] + b1[v] * x1[v] + b2[v] * x2[v] - a1[v] * y1[v] - a2[v] * y2[v];
+            Vec y;
+            if constexpr (Ramping) {
+                // A ramping lane's coefficients at its sample, as the single
+                // band's loop computes them: target - position * step, the
+                // position held at 0 once the ramp has ended.
+                Vec position = rampBase[v] - now;
+                position = position > 0.0 ? position : Vec{};
+                const Vec c0 = b0[v] - position * sb0[v], c1 = b1[v] - position * sb1[v];
+                const Vec c2 = b2[v] - position * sb2[v], c3 = a1[v] - position * sa1[v];
+                const Vec c4 = a2[v] - position * sa2[v];
+                y = c0 * in[v] + c1 * x1[v] + c2 * x2[v] - c3 * y1[v] - c4 * y2[v];
+            } else {
+                y = b0[v] * in[v] + b1[v] * x1[v] + b2[v] * x2[v] - a1[v] * y1[v] - a2[v] * y2[v];
+            }
             if constexpr (Checked) {
                 // A lane whose section has no sample at this step keeps its state.
                 const Mask live = (lane[v] <= now) & (lane[v] > now - double(n));
@@ -146,7 +175,10 @@ private:
     }
 
     const int32_t used;
-    Vec b0[V], b1[V], b2[V], a1[V], a2[V];
+    bool ramping = false;
+    Vec b0[V], b1[V], b2[V], a1[V], a2[V];      // at rest the coefficients, ramping their targets
+    Vec sb0[V], sb1[V], sb2[V], sa1[V], sa2[V];  // ramp steps (zero at rest)
+    Vec rampBase[V];
     Vec x1[V], x2[V], y1[V], y2[V];
     Vec carry[V];
     Vec lane[V];  // each lane's section number

@@ -198,7 +198,7 @@ struct TwoChannelChain {
         int32_t held = 0;
         for (size_t i = 0; i < left.size(); ++i) {
             int32_t got = 0;
-            ASSERT_TRUE(left[i]->pairSections(*right[i], run + held, &got));
+            ASSERT_TRUE(left[i]->pairSections(*right[i], run + held, &got, n));
             held += got;
         }
         ASSERT_TRUE(runPairedSectionsWith(kernel, run, held, a, b, n));
@@ -249,25 +249,56 @@ TEST(DF1Cascade, PairedSectionsGiveTheBitsOfOneSectionAfterAnother) {
     }
 }
 
-TEST(DF1Cascade, PairingIsRefusedUnlessBothBandsRestWithTheSameSections) {
+TEST(DF1Cascade, PairingIsRefusedUnlessBothBandsHaveTheSameSectionsAndAreNotFlat) {
     TwoChannelChain chain(1, 2);
     HandSetFilter& l = *chain.left[0];
     HandSetFilter& r = *chain.right[0];
     PairedSection run[kMaxSections];
     int32_t got = -1;
-    EXPECT_TRUE(l.pairSections(r, run, &got));
+    EXPECT_TRUE(l.pairSections(r, run, &got, 16));
     EXPECT_EQ(got, 2);
-    EXPECT_FALSE(l.pairSections(l, run, &got));  // a band with itself
+    EXPECT_FALSE(l.pairSections(l, run, &got, 16));  // a band with itself
+    EXPECT_FALSE(l.pairSections(r, run, &got, 0));   // no block
 
     r.setCoefficients(&kResonance, 1);  // one section against two
-    EXPECT_FALSE(l.pairSections(r, run, &got));
+    EXPECT_FALSE(l.pairSections(r, run, &got, 16));
     const DigitalSection two[2] = {kResonance, kLowPassish};
-    r.setCoefficients(two, 2);  // a ramp starts
-    EXPECT_FALSE(l.pairSections(r, run, &got));
-    settle(r);
-    EXPECT_TRUE(l.pairSections(r, run, &got));
+    r.setCoefficients(two, 2);  // a ramp starts: paired all the same
+    EXPECT_TRUE(l.pairSections(r, run, &got, 16));
     l.setUnity(1);
-    EXPECT_FALSE(l.pairSections(r, run, &got));
+    EXPECT_FALSE(l.pairSections(r, run, &got, 16));
+}
+
+// Ramps that start on either channel in any block and end within a block
+// give, paired, the bits of each band's own loop, with every kernel.
+TEST(DF1Cascade, PairedRampsGiveTheBitsOfTheSingleBandLoop) {
+    const DigitalSection targets[3] = {kResonance, kLowPassish, {0.9, -0.4, 0.3, -0.2, 0.1}};
+    for (const PairedKernel kernel : kernelsHere()) {
+        for (int32_t bands : {1, 6, 17}) {
+            TwoChannelChain plain(bands, 2), paired(bands, 2);
+            uint32_t seed = 3;
+            int32_t block = 0;
+            for (int32_t n : {333, 64, 1, 700, 1024, 129, 2000, 17}) {
+                // Now and then a band of one channel or the other heads elsewhere.
+                for (int32_t b = 0; b < bands; ++b) {
+                    if ((b + block) % 3 != 0) continue;
+                    DigitalSection to[2] = {targets[(b + block) % 3], targets[(b + block + 1) % 3]};
+                    const auto side = (b + block) % 2 ? &TwoChannelChain::left : &TwoChannelChain::right;
+                    (plain.*side)[size_t(b)]->setCoefficients(to, 2);
+                    (paired.*side)[size_t(b)]->setCoefficients(to, 2);
+                }
+                ++block;
+                std::vector<double> a = noise(size_t(n), ++seed), b = noise(size_t(n), ++seed);
+                std::vector<double> pa = a, pb = b;
+                plain.runOneAfterTheOther(a.data(), b.data(), n);
+                paired.runPaired(pa.data(), pb.data(), n, kernel);
+                ASSERT_EQ(0, std::memcmp(a.data(), pa.data(), sizeof(double) * size_t(n)))
+                    << "kernel " << int(kernel) << ", " << bands << " bands, block " << block;
+                ASSERT_EQ(0, std::memcmp(b.data(), pb.data(), sizeof(double) * size_t(n)))
+                    << "kernel " << int(kernel) << ", " << bands << " bands, block " << block;
+            }
+        }
+    }
 }
 
 // A NaN on one channel clears that channel's history after the block and
