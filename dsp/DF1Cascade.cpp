@@ -232,7 +232,7 @@ namespace {
 
 // Two sections in flight on two-lane vectors keep every value in registers.
 void runPairedSectionsSse2(const PairedSection* s, int32_t count, double* xa, double* xb, int32_t n) noexcept {
-    runPairedChain<2, 2>(s, count, xa, xb, n);
+    runPairedChain<2, 2, 0>(s, count, xa, xb, n);
 }
 
 using PairedRun = void (*)(const PairedSection*, int32_t, double*, double*, int32_t) noexcept;

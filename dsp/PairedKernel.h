@@ -27,8 +27,12 @@ struct PairedLanes {
     typedef int64_t Mask __attribute__((vector_size(W * sizeof(int64_t))));
 };
 
-// `V` vectors of `W` lanes: up to V * W / 2 sections in flight.
-template <int W, int V>
+// `V` vectors of `W` lanes: up to V * W / 2 sections in flight. Section j
+// takes sample t - D j at step t: with D = 2 a section's input was made two
+// steps before, so the path through the feed-forward terms spans two steps
+// and only the recursion bounds a step (worth it when few sections are in
+// flight and the steps, not the arithmetic, set the pace).
+template <int W, int V, int D = 1>
 class StaggeredSections {
 public:
     using Vec = typename PairedLanes<W>::Vec;
@@ -42,10 +46,11 @@ public:
         for (int v = 0; v < V; ++v) {
             b0[v] = b1[v] = b2[v] = a1[v] = a2[v] = Vec{};
             sb0[v] = sb1[v] = sb2[v] = sa1[v] = sa2[v] = rampBase[v] = Vec{};
-            x1[v] = x2[v] = y1[v] = y2[v] = carry[v] = Vec{};
+            x1[v] = x2[v] = y1[v] = y2[v] = Vec{};
+            for (int d = 0; d < D; ++d) carry[d][v] = Vec{};
             for (int k = 0; k < kPerVector; ++k) {
                 const int j = v * kPerVector + k;
-                lane[v][2 * k] = lane[v][2 * k + 1] = double(j);
+                lane[v][2 * k] = lane[v][2 * k + 1] = double(D * j);
                 if (j >= count) continue;
                 const DigitalSection& a = s[j].first;
                 const DigitalSection& b = s[j].second;
@@ -60,7 +65,7 @@ public:
                 set(sb0[v], k, da.b0, db.b0), set(sb1[v], k, da.b1, db.b1), set(sb2[v], k, da.b2, db.b2);
                 set(sa1[v], k, da.a1, db.a1), set(sa2[v], k, da.a2, db.a2);
                 // The ramp position of the lane's sample at step t is rampBase - t.
-                set(rampBase[v], k, double(s[j].firstRamp) + double(j), double(s[j].secondRamp) + double(j));
+                set(rampBase[v], k, double(s[j].firstRamp) + double(D * j), double(s[j].secondRamp) + double(D * j));
                 const double steps[10] = {da.b0, da.b1, da.b2, da.a1, da.a2, db.b0, db.b1, db.b2, db.a1, db.a2};
                 for (const double d : steps) ramping = ramping || !(d == 0.0);
                 ramping = ramping || s[j].firstRamp != 0 || s[j].secondRamp != 0;
@@ -70,9 +75,10 @@ public:
 
     void run(double* xa, double* xb, int32_t n) noexcept {
         // Steps where some section has no sample (the first and the last
-        // used - 1) check each lane; the steps between run every section.
-        const int32_t steps = n + used - 1;
-        const int32_t fullFrom = used - 1, fullTo = n;
+        // D (used - 1)) check each lane; the steps between run every section.
+        const int32_t lag = D * (used - 1);
+        const int32_t steps = n + lag;
+        const int32_t fullFrom = lag, fullTo = n;
         int32_t t = 0;
         if (ramping) {
             for (; t < steps && t < fullFrom; ++t) step<true, true>(t, xa, xb, n);
@@ -124,15 +130,20 @@ private:
 
     template <bool Checked, bool Ramping>
     inline void step(int32_t t, double* xa, double* xb, int32_t n) noexcept {
-        // Every section reads what the one before it gave on the previous step.
+        // Every section reads what the one before it gave D steps before.
         Vec fresh{};
         if (!Checked || t < n) {
             fresh[W - 2] = xa[t];
             fresh[W - 1] = xb[t];
         }
+        const Vec* given = carry[D - 1];
         Vec in[V];
-        in[0] = shifted(fresh, carry[0]);
-        for (int v = 1; v < V; ++v) in[v] = shifted(carry[v - 1], carry[v]);
+        in[0] = shifted(fresh, given[0]);
+        for (int v = 1; v < V; ++v) in[v] = shifted(given[v - 1], given[v]);
+        if constexpr (D > 1) {
+            for (int d = D - 1; d > 0; --d)
+                for (int v = 0; v < V; ++v) carry[d][v] = carry[d - 1][v];
+        }
         const double now = double(t);
         for (int v = 0; v < V; ++v) {
             Vec y;
@@ -162,15 +173,15 @@ private:
                 y2[v] = y1[v];
                 y1[v] = y;
             }
-            carry[v] = y;
+            carry[0][v] = y;
         }
-        // The last used section has finished sample t - (used - 1).
-        const int32_t i = t - (used - 1);
+        // The last used section has finished sample t - D (used - 1).
+        const int32_t i = t - D * (used - 1);
         if (!Checked || (i >= 0 && i < n)) {
             const int last = used - 1;
             const int v = last / kPerVector, k = last % kPerVector;
-            xa[i] = carry[v][2 * k];
-            xb[i] = carry[v][2 * k + 1];
+            xa[i] = carry[0][v][2 * k];
+            xb[i] = carry[0][v][2 * k + 1];
         }
     }
 
@@ -180,34 +191,36 @@ private:
     Vec sb0[V], sb1[V], sb2[V], sa1[V], sa2[V];  // ramp steps (zero at rest)
     Vec rampBase[V];
     Vec x1[V], x2[V], y1[V], y2[V];
-    Vec carry[V];
-    Vec lane[V];  // each lane's section number
+    Vec carry[D][V];  // what each section gave 1 to D steps before
+    Vec lane[V];      // each lane's first sample's step: D times its section number
 };
 
-template <int W, int V>
+template <int W, int V, int D>
 void runStaggered(const PairedSection* s, int32_t count, double* xa, double* xb, int32_t n) noexcept {
-    StaggeredSections<W, V> group(s, count);
+    StaggeredSections<W, V, D> group(s, count);
     group.run(xa, xb, n);
     group.store(s);
 }
 
 // All `count` sections, in groups of as many as the widest group holds; the
-// last group takes the fewest vectors that hold what is left.
-template <int W, int V>
+// last group takes the fewest vectors that hold what is left, and groups of
+// `DeepFrom` vectors or fewer take the deeper stagger.
+template <int W, int V, int DeepFrom>
 void runPairedChain(const PairedSection* s, int32_t count, double* xa, double* xb, int32_t n) noexcept {
-    constexpr int32_t kMost = StaggeredSections<W, V>::kMost;
+    constexpr int D = V <= DeepFrom ? 2 : 1;
+    constexpr int32_t kMost = StaggeredSections<W, V, D>::kMost;
     int32_t done = 0;
-    for (; done + kMost <= count; done += kMost) runStaggered<W, V>(s + done, kMost, xa, xb, n);
+    for (; done + kMost <= count; done += kMost) runStaggered<W, V, D>(s + done, kMost, xa, xb, n);
     const int32_t left = count - done;
     if (left <= 0) return;
     if constexpr (V > 1) {
         constexpr int32_t kPer = W / 2;
         if (left <= (V - 1) * kPer) {
-            runPairedChain<W, V - 1>(s + done, left, xa, xb, n);
+            runPairedChain<W, V - 1, DeepFrom>(s + done, left, xa, xb, n);
             return;
         }
     }
-    runStaggered<W, V>(s + done, left, xa, xb, n);
+    runStaggered<W, V, D>(s + done, left, xa, xb, n);
 }
 
 }  // namespace
