@@ -310,7 +310,7 @@ Result measure(lv2host::World& world, const Config& config, const std::vector<fl
 }
 
 void printTable(const std::vector<Result>& results, double seconds, int32_t block, int32_t rounds) {
-    std::printf("LV2 equalisers, %.0f s of stereo noise at 48 kHz in blocks of %d, run() timed alone, "
+    std::printf("LV2 equalisers, %.0f s of noise (a channel each input) at 48 kHz in blocks of %d, run() timed alone, "
                 "fastest of %d rounds\n\n",
                 seconds, block, rounds);
     std::printf("%-46s %5s %3s %8s %8s %13s %18s %10s\n", "configuration", "bands", "ch", "latency", "out/in",
@@ -340,6 +340,30 @@ const Result* find(const std::vector<Result>& results, Family family, const char
             (!labelPart || r.config->label.find(labelPart) != std::string::npos))
             return &r;
     return nullptr;
+}
+
+// The same results as a table in Markdown, for the README: each of ours, and
+// each peer with its time against ours in the same family (IIR or FIR, and
+// at 8 bands against our 8 bands).
+void printMarkdown(const std::vector<Result>& results) {
+    const Result* iir = find(results, Family::kOursIIR);
+    const Result* fir = find(results, Family::kOursFIR, "Linear");
+    std::printf("\n| configuration | bands | channels | latency | ns per sample, channel and band | peer / ours |\n");
+    std::printf("|---|---|---|---|---|---|\n");
+    for (const Result& r : results) {
+        if (!r.installed || !r.problem.empty() || r.config->bands == 0) continue;
+        const bool oursRow = r.config->family == Family::kOursIIR || r.config->family == Family::kOursFIR;
+        const Result* ours8 = find(results, Family::kOursIIR, "8 bands");
+        const Result* against = r.config->family == Family::kPeerFIR                             ? fir
+                                : ours8 && r.config->label.find("8 bands") != std::string::npos ? ours8
+                                                                                                  : iir;
+        char ratio[32] = "";
+        if (!oursRow && against) std::snprintf(ratio, sizeof ratio, "%.2f", r.perBand() / against->perBand());
+        char latency[16] = "-";
+        if (r.latency >= 0) std::snprintf(latency, sizeof latency, "%d", r.latency);
+        std::printf("| %s | %d | %d | %s | %.3f | %s |\n", r.config->label.c_str(), r.config->bands, r.channels, latency,
+                    r.perBand(), ratio);
+    }
 }
 
 void printRatios(const std::vector<Result>& results) {
@@ -450,5 +474,6 @@ int main(int argc, char** argv) {
     }
     printTable(results, seconds, block, rounds);
     printRatios(results);
+    printMarkdown(results);
     return 0;
 }
