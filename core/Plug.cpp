@@ -87,13 +87,25 @@ void loadRelaxed(double* to, double* ring, int32_t n) noexcept {
     for (int32_t i = 0; i < n; ++i) to[i] = std::atomic_ref<double>(ring[i]).load(std::memory_order_relaxed);
 }
 
+// One sample of a coded pair, mid and side, back to left and right.
+inline void decodeSample(double& a, double& b) noexcept {
+    const double x = a, y = b;
+    a = (x + y) * 0.5;
+    b = (x - y) * 0.5;
+}
+
 // Mid and side of m samples back to left and right, in place.
 void decodePair(double* a, double* b, int32_t m) noexcept {
-    for (int32_t s = 0; s < m; ++s) {
-        const double x = a[s], y = b[s];
-        a[s] = (x + y) * 0.5;
-        b[s] = (x - y) * 0.5;
-    }
+    for (int32_t s = 0; s < m; ++s) decodeSample(a[s], b[s]);
+}
+
+// One step of a level follower. Both products are formed before the
+// choice, which keeps the one chosen (the same value as choosing the
+// coefficient first) off the chain from sample to sample.
+inline void followStep(double& e, double x, double attack, double release) noexcept {
+    const double d = std::fabs(x) - e;
+    const double up = d * attack, down = d * release;
+    e += d > 0.0 ? up : down;
 }
 
 constexpr const char* kNoteNames[12] = {"C", "C#", "D", "D#", "E", "F", "F#", "G", "G#", "A", "A#", "B"};
@@ -1233,19 +1245,13 @@ namespace {
 
 // `K` followers run side by side: each is a dependency chain from sample to
 // sample, so its speed is the latency of one step, and chains run together
-// overlap. Both products are formed before the choice, which keeps the one
-// chosen (the same value as choosing the coefficient first) off the chain.
+// overlap.
 template <int K>
 void followChains(double* const* x, std::atomic<double>* levels, int32_t m, double attack, double release) noexcept {
     double e[K];
     for (int k = 0; k < K; ++k) e[k] = levels[k].load(std::memory_order_relaxed);
-    for (int32_t s = 0; s < m; ++s) {
-        for (int k = 0; k < K; ++k) {
-            const double d = std::fabs(x[k][s]) - e[k];
-            const double up = d * attack, down = d * release;
-            e[k] += d > 0.0 ? up : down;
-        }
-    }
+    for (int32_t s = 0; s < m; ++s)
+        for (int k = 0; k < K; ++k) followStep(e[k], x[k][s], attack, release);
     for (int k = 0; k < K; ++k) levels[k].store(e[k], std::memory_order_relaxed);
 }
 
@@ -1255,11 +1261,6 @@ void Plug::followAndDecode(int32_t m, int32_t channels) noexcept {
     const double attack = attackCoefficient.load(std::memory_order_relaxed);
     const double release = releaseCoefficient.load(std::memory_order_relaxed);
     const int32_t coded = msMask.load(std::memory_order_relaxed);
-    auto follow = [attack, release](double& e, double x) noexcept {
-        const double d = std::fabs(x) - e;
-        const double up = d * attack, down = d * release;
-        e += d > 0.0 ? up : down;
-    };
     int32_t c = 0;
     for (; c + 1 < channels; c += 2) {
         if ((coded >> (c / 2)) & 1) {
@@ -1267,20 +1268,22 @@ void Plug::followAndDecode(int32_t m, int32_t channels) noexcept {
             // decoding, in one pass of four chains.
             double* a = workBuffer[c];
             double* b = workBuffer[c + 1];
-            double ca = codedLevels[c].load(std::memory_order_relaxed), cb = codedLevels[c + 1].load(std::memory_order_relaxed);
-            double pa = plainLevels[c].load(std::memory_order_relaxed), pb = plainLevels[c + 1].load(std::memory_order_relaxed);
-            for (int32_t s = 0; s < m; ++s) {
-                const double x = a[s], y = b[s];
-                follow(ca, x);
-                follow(cb, y);
-                const double u = (x + y) * 0.5, v = (x - y) * 0.5;
-                a[s] = u;
-                b[s] = v;
-                follow(pa, u);
-                follow(pb, v);
+            double e[4];
+            for (int k = 0; k < 2; ++k) {
+                e[k] = codedLevels[c + k].load(std::memory_order_relaxed);
+                e[2 + k] = plainLevels[c + k].load(std::memory_order_relaxed);
             }
-            codedLevels[c].store(ca, std::memory_order_relaxed), codedLevels[c + 1].store(cb, std::memory_order_relaxed);
-            plainLevels[c].store(pa, std::memory_order_relaxed), plainLevels[c + 1].store(pb, std::memory_order_relaxed);
+            for (int32_t s = 0; s < m; ++s) {
+                followStep(e[0], a[s], attack, release);
+                followStep(e[1], b[s], attack, release);
+                decodeSample(a[s], b[s]);
+                followStep(e[2], a[s], attack, release);
+                followStep(e[3], b[s], attack, release);
+            }
+            for (int k = 0; k < 2; ++k) {
+                codedLevels[c + k].store(e[k], std::memory_order_relaxed);
+                plainLevels[c + k].store(e[2 + k], std::memory_order_relaxed);
+            }
             continue;
         }
         // Decoding leaves the pair alone: the same samples for both
