@@ -122,9 +122,9 @@ private:
             (void)self;
             return below;
         } else if constexpr (W == 4) {
-            return __builtin_shuffle(below, self, Mask{2, 3, 4, 5});
+            return __builtin_shufflevector(below, self, 2, 3, 4, 5);
         } else {
-            return __builtin_shuffle(below, self, Mask{6, 7, 8, 9, 10, 11, 12, 13});
+            return __builtin_shufflevector(below, self, 6, 7, 8, 9, 10, 11, 12, 13);
         }
     }
 
