@@ -597,6 +597,10 @@ int64_t Plug::clockMs() {
 }
 
 void Plug::refreshEngine(bool force) {
+    if (bulkWrites.load(std::memory_order_acquire) > 0) {
+        refreshPending = true;
+        return;
+    }
     if (!engineLock.try_lock()) {
         refreshPending = true;
         return;

@@ -428,6 +428,9 @@ private:
     std::mutex resumeMutex;
     std::atomic<bool> rebuilding{false};
     std::atomic<bool> refreshPending{false};
+    // While a slot's values go in one by one, the updates each write would
+    // start wait for the one at the end (any thread that recalls a slot).
+    std::atomic<int32_t> bulkWrites{0};
     // Left by the audio thread for applyAudioWrites: a forced update, and the
     // A/B row's norm (NaN when none waits).
     std::atomic<bool> forcedRefreshPending{false};

@@ -122,6 +122,8 @@ void Plug::loadABValues(int32_t slot, bool overLocks) {
     records.setCurrentSlot(slot);
     // The stored values go in as they are: a recall never changes a record.
     const ProgramRecord& record = records.slot(slot);
+    // One update of the engine for the whole slot, at the end.
+    ++bulkWrites;
     for (int32_t i = 0; i < kNumParams; ++i) {
         if (i == kABBank) continue;
         const float value = record.values[i];
@@ -136,6 +138,7 @@ void Plug::loadABValues(int32_t slot, bool overLocks) {
         if (automateAll) callHost(audioMasterAutomate, i, 0, nullptr, value);
         if (automateAll && gesturesToHost) callHost(audioMasterEndEdit, i);
     }
+    --bulkWrites;
     loadInProgress = wasLoading;
     showCurrentSlot();
     refreshEngine(true);

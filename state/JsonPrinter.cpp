@@ -6,25 +6,47 @@
 #include <climits>
 #include <cmath>
 #include <cstddef>
+#include <string_view>
 
 namespace {
 
 constexpr double kEpsilon = 2.220446049250313e-16;
 
+// The text of a number is written into a buffer this large, and appended
+// from there: a state document holds thousands of numbers.
+constexpr std::size_t kNumberText = 400;
+
 // std::to_chars formats exactly as printf does in the "C" locale, whatever
 // locale the host application has installed, so a ',' decimal separator can
-// never leak into saved state.
-std::string formatDouble(double value, std::chars_format format, int precision) {
-    char buffer[400];
-    const auto result = std::to_chars(buffer, buffer + sizeof(buffer), value, format, precision);
-    if (result.ec != std::errc()) return "null";
-    return std::string(buffer, result.ptr);
+// never leak into saved state. Returns the text's length.
+std::size_t formatDouble(char* buffer, double value, std::chars_format format, int precision) {
+    const auto result = std::to_chars(buffer, buffer + kNumberText, value, format, precision);
+    if (result.ec != std::errc()) return std::string_view("null").copy(buffer, 4);
+    return std::size_t(result.ptr - buffer);
 }
 
-std::string formatInt(int value) {
-    char buffer[16];
-    const auto result = std::to_chars(buffer, buffer + sizeof(buffer), value);
-    return std::string(buffer, result.ptr);
+std::size_t formatInt(char* buffer, int value) {
+    return std::size_t(std::to_chars(buffer, buffer + kNumberText, value).ptr - buffer);
+}
+
+std::size_t numberText(char* buffer, double value) {
+    if (std::isnan(value) || std::isinf(value)) return std::string_view("null").copy(buffer, 4);
+
+    if (value == 0.0) return std::string_view("0").copy(buffer, 1);
+
+    const double magnitude = std::fabs(value);
+
+    if (value >= static_cast<double>(INT_MIN) && value <= static_cast<double>(INT_MAX)) {
+        const int integer = static_cast<int>(value);
+        if (std::fabs(static_cast<double>(integer) - value) <= kEpsilon) return formatInt(buffer, integer);
+    }
+
+    if (std::fabs(std::floor(value) - value) <= kEpsilon && magnitude < 1.0e60)
+        return formatDouble(buffer, value, std::chars_format::fixed, 0);
+
+    if (magnitude < 1.0e-6 || magnitude > 1.0e9) return formatDouble(buffer, value, std::chars_format::scientific, 6);
+
+    return formatDouble(buffer, value, std::chars_format::fixed, 10);
 }
 
 void appendEscaped(std::string& out, const char* text) {
@@ -33,6 +55,14 @@ void appendEscaped(std::string& out, const char* text) {
     out += '"';
     if (text != nullptr) {
         for (const char* p = text; *p != '\0'; ++p) {
+            // A run of bytes that go out as they are, in one piece.
+            const char* run = p;
+            while (static_cast<unsigned char>(*run) >= 0x20 && *run != '"' && *run != '\\') ++run;
+            if (run != p) {
+                out.append(p, std::size_t(run - p));
+                p = run;
+                if (*p == '\0') break;
+            }
             const auto c = static_cast<unsigned char>(*p);
             switch (c) {
                 case '"':
@@ -125,9 +155,11 @@ bool appendValue(std::string& out, const cJSON* item, std::size_t depth, bool fo
         case cJSON_True:
             out += "true";
             return true;
-        case cJSON_Number:
-            out += printJsonNumber(item->valuedouble);
+        case cJSON_Number: {
+            char buffer[kNumberText];
+            out.append(buffer, numberText(buffer, item->valuedouble));
             return true;
+        }
         case cJSON_String:
             appendEscaped(out, item->valuestring);
             return true;
@@ -147,23 +179,8 @@ bool appendValue(std::string& out, const cJSON* item, std::size_t depth, bool fo
 }  // namespace
 
 std::string printJsonNumber(double value) {
-    if (std::isnan(value) || std::isinf(value)) return "null";
-
-    if (value == 0.0) return "0";
-
-    const double magnitude = std::fabs(value);
-
-    if (value >= static_cast<double>(INT_MIN) && value <= static_cast<double>(INT_MAX)) {
-        const int integer = static_cast<int>(value);
-        if (std::fabs(static_cast<double>(integer) - value) <= kEpsilon) return formatInt(integer);
-    }
-
-    if (std::fabs(std::floor(value) - value) <= kEpsilon && magnitude < 1.0e60)
-        return formatDouble(value, std::chars_format::fixed, 0);
-
-    if (magnitude < 1.0e-6 || magnitude > 1.0e9) return formatDouble(value, std::chars_format::scientific, 6);
-
-    return formatDouble(value, std::chars_format::fixed, 10);
+    char buffer[kNumberText];
+    return std::string(buffer, numberText(buffer, value));
 }
 
 std::string printJson(const cJSON* item, bool formatted) {
