@@ -3,6 +3,7 @@
 #include <chrono>
 
 #include <algorithm>
+#include <type_traits>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
@@ -1265,6 +1266,18 @@ void Plug::followAndDecode(int32_t m, int32_t channels) noexcept {
     const double attack = attackCoefficient.load(std::memory_order_relaxed);
     const double release = releaseCoefficient.load(std::memory_order_relaxed);
     const int32_t coded = msMask.load(std::memory_order_relaxed);
+    // Channels decoding leaves alone: the same samples for both followers,
+    // followed once when they stand level.
+    auto followUncoded = [&](auto channelCount, int32_t c) {
+        constexpr int K = decltype(channelCount)::value;
+        const bool same = sameLevels(c, c + K);
+        followChains<K>(workBuffer + c, codedLevels + c, m, attack, release);
+        if (same) {
+            copyLevels(plainLevels + c, codedLevels + c, K);
+        } else {
+            followChains<K>(workBuffer + c, plainLevels + c, m, attack, release);
+        }
+    };
     int32_t c = 0;
     for (; c + 1 < channels; c += 2) {
         if ((coded >> (c / 2)) & 1) {
@@ -1290,25 +1303,9 @@ void Plug::followAndDecode(int32_t m, int32_t channels) noexcept {
             }
             continue;
         }
-        // Decoding leaves the pair alone: the same samples for both
-        // followers, followed once when they stand level.
-        const bool same = sameLevels(c, c + 2);
-        followChains<2>(workBuffer + c, codedLevels + c, m, attack, release);
-        if (same) {
-            copyLevels(plainLevels + c, codedLevels + c, 2);
-        } else {
-            followChains<2>(workBuffer + c, plainLevels + c, m, attack, release);
-        }
+        followUncoded(std::integral_constant<int, 2>{}, c);
     }
-    if (c < channels) {
-        const bool same = sameLevels(c, c + 1);
-        followChains<1>(workBuffer + c, codedLevels + c, m, attack, release);
-        if (same) {
-            copyLevels(plainLevels + c, codedLevels + c, 1);
-        } else {
-            followChains<1>(workBuffer + c, plainLevels + c, m, attack, release);
-        }
-    }
+    if (c < channels) followUncoded(std::integral_constant<int, 1>{}, c);
 }
 
 void Plug::runFollowers(std::atomic<double>* levels, int32_t m, int32_t channels) noexcept {
