@@ -445,26 +445,17 @@ void EQBank::runConvolvers(double* const* buffers, int32_t samples, int32_t chan
     const bool fir = mode.load(std::memory_order_relaxed) >= kModeFullMinimum;
     std::unique_ptr<PartitionedConvolver>* convolvers = fir ? firConvolver : compensationConvolver;
     const int32_t count = std::min(channels, channelCount);
-    double y1 = 0.0, y2 = 0.0;
     if (stereoLinked.load(std::memory_order_relaxed) && count == 2 && buffers[0] && buffers[1] && convolvers[0]) {
         // One convolver for the pair: both channels as one complex signal.
-        PartitionedConvolver& conv = *convolvers[0];
         double* a = buffers[0];
         double* b = buffers[1];
-        for (int32_t s = 0; s < samples; ++s) {
-            conv.processStereo(a[s], b[s], &y1, &y2);
-            if (keep) a[s] = y1, b[s] = y2;
-        }
+        convolvers[0]->processStereo(a, b, keep ? a : nullptr, keep ? b : nullptr, samples);
         return;
     }
     for (int32_t c = 0; c < count; ++c) {
         double* x = buffers[c];
         PartitionedConvolver* conv = convolvers[c].get();
-        if (!x || !conv) continue;
-        for (int32_t s = 0; s < samples; ++s) {
-            conv->processMono(x[s], &y1);
-            if (keep) x[s] = y1;
-        }
+        if (x && conv) conv->processMono(x, keep ? x : nullptr, samples);
     }
 }
 

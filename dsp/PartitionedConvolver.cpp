@@ -2,70 +2,126 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
-// Layout. Level v works on partition B = 2^v, the taps h[B] .. h[2B - 1].
+#include "dsp/ConvolverKernels.h"
+
+// Layout. Samples of the two channels are interleaved pairs, read as one
+// complex signal (first channel real, second imaginary) by the transforms.
 //
-//   live, staged (4 L doubles): [0] and [2] hold h[0]; partition B sits at
-//       4 B and takes 4 B doubles. Up to 16 taps: the taps in time order at
-//       4 B (first channel) and again at 4 B + 2 B (second channel). From 32
-//       taps: the spectrum of the taps zero-padded to 2 B complex points.
-//   history (2 L doubles): [0], [1] the previous input pair; the input block
-//       of level B at 2 B, B complex slots (first channel real, second
-//       imaginary).
-//   tail (4 L doubles): level B at 4 B; its output store (B complex points)
-//       then its overlap tail (B complex points).
-//   fftWork (2 L doubles): one block transform of 2 B complex points, for
-//       the largest B = L / 2.
+//   impulse store (live, staged): the head's taps h[0] .. h[head - 1], then
+//       per level its partitions' spectra one after the other, each the
+//       transform of B taps zero-padded to 2 B complex points, scaled by
+//       1 / (2 B) (a power of two, so exact) for the unscaled inverse.
+//   recent: the previous chunk and the current one, so that the head's sum
+//       for any sample of the current chunk reads one run of memory.
+//   inputRing: the last 2 B samples of the largest level, the window a
+//       level transforms (overlap-save: of the inverse's 2 B points the last
+//       B are the block's output).
+//   level outputs: per level `count` spectra; output block m receives the
+//       product of input block m - j with partition j, so when block m's
+//       input completes its spectrum is complete too.
+//   levelOut: the levels' outputs summed for the samples still due, read and
+//       cleared as the samples go out.
 //
-// Each level receives the previous input sample, so a block completing on
-// sample n has its first output value due on sample n itself: the levels
-// add no latency. Level B completes a block when position = B / 2 mod B,
-// which is a different sample for every B, so at most one transform runs
-// per sample.
+// A level of B taps sees input block [t - B, t) complete at sample t and
+// adds its output to samples [t, t + B): its first partition starts at tap
+// B, so nothing is late.
 
 namespace {
 
-constexpr int32_t kLargestDirect = 16;  // the first transformed level has 32 taps
+constexpr int32_t kHeadTaps = 128;  // the direct head, and the chunk
+constexpr int32_t kGrowth = 8;      // each level's partitions are this many times the last's
+constexpr int32_t kLeastChunk = 8;  // a whole number of the widest vectors
 
-// Full linear convolution of a block of b complex slots with b taps per
-// channel: the first b values, plus the old tail, into out; the last b into
-// the tail.
-void convolveDirect(const double* block, const double* taps1, const double* taps2, double* out, double* tail,
-                    int32_t b) noexcept {
-    for (int32_t i = 0; i < 2 * b; ++i) {
-        const int32_t kFirst = std::max(0, i - b + 1);
-        const int32_t kLast = std::min(i, b - 1);
-        double s1 = 0.0, s2 = 0.0;
-        for (int32_t k = kFirst; k <= kLast; ++k) {
-            s1 += taps1[k] * block[2 * (i - k)];
-            s2 += taps2[k] * block[2 * (i - k) + 1];
-        }
-        if (i < b) {
-            out[2 * i] = tail[2 * i] + s1;
-            out[2 * i + 1] = tail[2 * i + 1] + s2;
-        } else {
-            tail[2 * (i - b)] = s1;
-            tail[2 * (i - b) + 1] = s2;
-        }
+#if defined(__x86_64__)
+bool processorHas(ConvolverKernel kernel) {
+    __builtin_cpu_init();
+    switch (kernel) {
+        case ConvolverKernel::kSse2: return true;
+        case ConvolverKernel::kAvx2: return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+        case ConvolverKernel::kAvx512: return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("fma");
     }
+    return false;
+}
+#else
+bool processorHas(ConvolverKernel kernel) { return kernel == ConvolverKernel::kSse2; }
+#endif
+
+ConvolverKernel chooseKernel() {
+    ConvolverKernel best = ConvolverKernel::kSse2;
+    for (const ConvolverKernel k : {ConvolverKernel::kAvx2, ConvolverKernel::kAvx512})
+        if (processorHas(k)) best = k;
+    if (const char* named = std::getenv("FENWOLDRINE_FIR_KERNEL")) {
+        const struct {
+            const char* name;
+            ConvolverKernel kernel;
+        } names[] = {{"sse2", ConvolverKernel::kSse2}, {"avx2", ConvolverKernel::kAvx2},
+                     {"avx512", ConvolverKernel::kAvx512}};
+        for (const auto& n : names)
+            if (std::strcmp(named, n.name) == 0 && processorHas(n.kernel)) best = n.kernel;
+    }
+    return best;
 }
 
 }  // namespace
 
-PartitionedConvolver::PartitionedConvolver(int32_t requested) {
-    length = int32_t(std::bit_ceil(uint32_t(std::max(requested, int32_t(2)))));
-    mask = length - 1;
-    levels = std::countr_zero(uint32_t(length));
-    const size_t n = size_t(length);
-    history = std::make_unique<double[]>(2 * n);
-    tail = std::make_unique<double[]>(4 * n);
-    live = std::make_unique<double[]>(4 * n);
-    staged = std::make_unique<double[]>(4 * n);
-    if (length / 2 > kLargestDirect) {
-        fftWork = std::make_unique<double[]>(2 * n);
-        tables.prepare(2 * length);
+bool convolverKernelSupported(ConvolverKernel kernel) { return processorHas(kernel); }
+
+ConvolverKernel convolverKernelInUse() {
+    static const ConvolverKernel chosen = chooseKernel();
+    return chosen;
+}
+
+PartitionedConvolver::PartitionedConvolver(int32_t requested, ConvolverKernel kernel) {
+    if (!processorHas(kernel)) kernel = ConvolverKernel::kSse2;
+    switch (kernel) {
+#if defined(__x86_64__)
+        case ConvolverKernel::kAvx512:
+            headKernel = convolveHeadAvx512;
+            productKernel = multiplySpectraAvx512;
+            width = 8;
+            break;
+        case ConvolverKernel::kAvx2:
+            headKernel = convolveHeadAvx2;
+            productKernel = multiplySpectraAvx2;
+            width = 4;
+            break;
+#endif
+        default:
+            headKernel = ConvolverKernelSet<2>::head;
+            productKernel = ConvolverKernelSet<2>::product;
+            width = 2;
+    }
+
+    length = int32_t(std::bit_ceil(uint32_t(std::clamp(requested, int32_t(2), int32_t(1) << 30))));
+    head = std::max(kLeastChunk, std::min(length, kHeadTaps));
+    storeSize = size_t(head);
+    int32_t largest = 0;
+    for (int32_t start = head, size = head; start < length && levelCount < kMaxLevels; size *= kGrowth) {
+        Level& level = levels[levelCount++];
+        level.size = size;
+        level.count = std::min(kGrowth - 1, (length - start) / size);
+        level.spectra = storeSize;
+        level.outputs = std::make_unique<double[]>(size_t(level.count) * 4 * size_t(size));
+        storeSize += size_t(level.count) * 4 * size_t(size);
+        start += level.count * size;
+        largest = size;
+    }
+
+    recent = std::make_unique<double[]>(4 * size_t(head));
+    headOut = std::make_unique<double[]>(2 * size_t(head));
+    live = std::make_unique<double[]>(storeSize);
+    staged = std::make_unique<double[]>(storeSize);
+    if (largest > 0) {
+        ringPoints = 2 * largest;
+        outputPoints = largest;
+        inputRing = std::make_unique<double[]>(2 * size_t(ringPoints));
+        levelOut = std::make_unique<double[]>(2 * size_t(outputPoints));
+        fftWork = std::make_unique<double[]>(4 * size_t(largest));
+        tables.prepare(4 * largest);
     }
 }
 
@@ -84,82 +140,132 @@ void PartitionedConvolver::stageImpulse(const double* h) {
         break;
     }
     double* s = staged.get();
-    std::fill(s, s + 4 * size_t(length), 0.0);
-    s[0] = s[2] = h[0];
-    for (int32_t b = 1; b < length; b *= 2) {
-        double* part = s + 4 * b;
-        if (b <= kLargestDirect) {
-            std::copy(h + b, h + 2 * b, part);
-            std::copy(h + b, h + 2 * b, part + 2 * b);
-        } else {
-            for (int32_t k = 0; k < b; ++k) part[2 * k] = h[b + k];
-            fftForward(part, 4 * b, tables);
+    std::fill(s, s + storeSize, 0.0);
+    std::copy(h, h + std::min(head, length), s);
+    for (int32_t i = 0; i < levelCount; ++i) {
+        const Level& level = levels[i];
+        const int32_t b = level.size;
+        const double scale = 0.5 / double(b);
+        for (int32_t j = 0; j < level.count; ++j) {
+            double* spectrum = s + level.spectra + size_t(j) * 4 * size_t(b);
+            const double* taps = h + size_t(b) * size_t(1 + j);
+            for (int32_t k = 0; k < b; ++k) spectrum[2 * k] = taps[k] * scale;
+            fftForward(spectrum, 4 * b, tables);
         }
     }
     pending.store(kStaged, std::memory_order_release);
 }
 
-void PartitionedConvolver::processMono(double x, double* y) noexcept {
-    double unused;
-    processStereo(x, 0.0, y, &unused);
+void PartitionedConvolver::processStereo(const double* x1, const double* x2, double* y1, double* y2,
+                                         int32_t n) noexcept {
+    run(x1, x2, y1, y2, n);
 }
 
-void PartitionedConvolver::processStereo(double x1, double x2, double* y1, double* y2) noexcept {
+void PartitionedConvolver::processMono(const double* x, double* y, int32_t n) noexcept {
+    run(x, nullptr, y, nullptr, n);
+}
+
+void PartitionedConvolver::run(const double* x1, const double* x2, double* y1, double* y2, int32_t n) noexcept {
     int32_t staging = kStaged;
     if (pending.compare_exchange_strong(staging, kAdopting, std::memory_order_acquire)) {
         // A swap, not a copy: adopting even the longest impulse costs nothing.
         std::swap(live, staged);
         pending.store(kIdle, std::memory_order_release);
     }
-    const double* h = live.get();
-    double* hist = history.get();
-    double acc1 = h[0] * x1;
-    double acc2 = h[2] * x2;
-    const double d1 = hist[0], d2 = hist[1];
-    hist[0] = x1;
-    hist[1] = x2;
-
-    for (int32_t v = 0; v < levels; ++v) {
-        const int32_t b = int32_t(1) << v;
-        const int32_t p = (b / 2 - 1 + position) & (b - 1);
-        double* block = hist + 2 * b;
-        double* out = tail.get() + 4 * b;
-        double* overlap = out + 2 * b;
-        block[2 * p] = d1;
-        block[2 * p + 1] = d2;
-        int32_t read = p + 1;
-        if (p == b - 1) {
-            read = 0;
-            const double* part = h + 4 * b;
-            if (b <= kLargestDirect) {
-                convolveDirect(block, part, part + 2 * b, out, overlap, b);
-            } else {
-                double* w = fftWork.get();
-                std::copy(block, block + 2 * b, w);
-                std::fill(w + 2 * b, w + 4 * b, 0.0);
-                fftForward(w, 4 * b, tables);
-                const double scale = 0.5 / double(b);
-                for (int32_t k = 0; k < 2 * b; ++k) {
-                    const double re = w[2 * k], im = w[2 * k + 1];
-                    const double hr = part[2 * k], hi = part[2 * k + 1];
-                    w[2 * k] = (re * hr - im * hi) * scale;
-                    w[2 * k + 1] = (re * hi + im * hr) * scale;
-                }
-                fftInverse(w, 4 * b, tables);
-                for (int32_t j = 0; j < 2 * b; ++j) out[j] = w[j] + overlap[j];
-                std::copy(w + 2 * b, w + 4 * b, overlap);
+    double* current = recent.get() + 2 * head;
+    double* sums = headOut.get();
+    double* out = levelOut.get();
+    const uint32_t outMask = uint32_t(outputPoints) - 1;
+    while (n > 0) {
+        const int32_t m = std::min(n, head - fill);
+        double* in = current + 2 * fill;
+        for (int32_t i = 0; i < m; ++i) {
+            in[2 * i] = x1[i];
+            in[2 * i + 1] = x2 ? x2[i] : 0.0;
+        }
+        // The head's sums over whole vectors around the new samples; the
+        // extra ones (read from samples not yet taken in) are never used.
+        const int32_t from = (2 * fill) & ~(width - 1);
+        const int32_t to = (2 * (fill + m) + width - 1) & ~(width - 1);
+        headKernel(live.get(), head, current + from, sums + from, to - from);
+        double* y = sums + 2 * fill;
+        if (out) {
+            double* due = out + 2 * ((uint32_t(chunkStart) + uint32_t(fill)) & outMask);
+            for (int32_t i = 0; i < 2 * m; ++i) {
+                y[i] += due[i];
+                due[i] = 0.0;
             }
         }
-        acc1 += out[2 * read];
-        acc2 += out[2 * read + 1];
+        if (y1)
+            for (int32_t i = 0; i < m; ++i) y1[i] = y[2 * i];
+        if (y2)
+            for (int32_t i = 0; i < m; ++i) y2[i] = y[2 * i + 1];
+        x1 += m;
+        if (x2) x2 += m;
+        if (y1) y1 += m;
+        if (y2) y2 += m;
+        n -= m;
+        fill += m;
+        if (fill == head) completeChunk();
     }
-    position = (position + 1) & mask;
-    *y1 = acc1;
-    *y2 = acc2;
+}
+
+void PartitionedConvolver::completeChunk() noexcept {
+    double* previous = recent.get();
+    double* current = previous + 2 * head;
+    const uint64_t end = chunkStart + uint64_t(head);
+    if (levelCount > 0) {
+        const uint32_t at = uint32_t(chunkStart) & uint32_t(ringPoints - 1);
+        std::memcpy(inputRing.get() + 2 * size_t(at), current, 2 * size_t(head) * sizeof(double));
+        for (int32_t i = 0; i < levelCount; ++i)
+            if ((end & uint64_t(levels[i].size - 1)) == 0) runLevel(levels[i], end);
+    }
+    std::memcpy(previous, current, 2 * size_t(head) * sizeof(double));
+    chunkStart = end;
+    fill = 0;
+}
+
+void PartitionedConvolver::runLevel(Level& level, uint64_t end) noexcept {
+    const int32_t b = level.size;
+    const int32_t doubles = 4 * b;
+    // The window: the last 2 B input samples, taken from the ring in at most
+    // two runs.
+    double* w = fftWork.get();
+    const uint32_t first = uint32_t(end - 2 * uint64_t(b)) & uint32_t(ringPoints - 1);
+    const int32_t before = std::min(2 * b, ringPoints - int32_t(first));
+    std::memcpy(w, inputRing.get() + 2 * size_t(first), 2 * size_t(before) * sizeof(double));
+    std::memcpy(w + 2 * before, inputRing.get(), 2 * size_t(2 * b - before) * sizeof(double));
+    fftForward(w, doubles, tables);
+
+    // This block times partition j belongs to output block slot + j. The
+    // block furthest ahead gets its first product, so it is written, not
+    // added to (it was last read out one block ago).
+    const double* spectra = live.get() + level.spectra;
+    double* outputs = level.outputs.get();
+    for (int32_t j = 0; j < level.count; ++j) {
+        const int32_t target = (level.slot + j) % level.count;
+        productKernel(w, spectra + size_t(j) * size_t(doubles), outputs + size_t(target) * size_t(doubles), doubles,
+                      j < level.count - 1);
+    }
+    double* due = outputs + size_t(level.slot) * size_t(doubles);
+    fftInverse(due, doubles, tables);
+    double* sum = levelOut.get() + 2 * (uint32_t(end) & uint32_t(outputPoints - 1));
+    for (int32_t k = 0; k < 2 * b; ++k) sum[k] += due[2 * b + k];
+    level.slot = (level.slot + 1) % level.count;
 }
 
 void PartitionedConvolver::clearHistory() noexcept {
-    std::fill(history.get(), history.get() + 2 * size_t(length), 0.0);
-    std::fill(tail.get(), tail.get() + 4 * size_t(length), 0.0);
-    position = 0;
+    std::fill(recent.get(), recent.get() + 4 * size_t(head), 0.0);
+    std::fill(headOut.get(), headOut.get() + 2 * size_t(head), 0.0);
+    if (levelCount > 0) {
+        std::fill(inputRing.get(), inputRing.get() + 2 * size_t(ringPoints), 0.0);
+        std::fill(levelOut.get(), levelOut.get() + 2 * size_t(outputPoints), 0.0);
+    }
+    for (int32_t i = 0; i < levelCount; ++i) {
+        Level& level = levels[i];
+        std::fill(level.outputs.get(), level.outputs.get() + size_t(level.count) * 4 * size_t(level.size), 0.0);
+        level.slot = 0;
+    }
+    chunkStart = 0;
+    fill = 0;
 }

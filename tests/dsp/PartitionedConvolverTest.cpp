@@ -34,29 +34,58 @@ PartitionedConvolver* withImpulse(PartitionedConvolver& conv, const Signal& h) {
 
 }  // namespace
 
-// Two different inputs packed as one pair, each against its own direct
-// convolution (so also no crosstalk), over two full cycles of every level;
-// and mono against the pair with a silent second channel. Tolerance: 1e-14
-// of sum |h|, the bound on |y|.
-TEST(PartitionedConvolver, MatchesDirectConvolutionPerChannel) {
-    for (int32_t length : {2, 16, 64, 1024, 8192}) {
-        SCOPED_TRACE(length);
-        const Signal h = noise(size_t(length), 1u + uint32_t(length));
-        const Signal x1 = noise(2 * h.size() + 77, 2), x2 = noise(x1.size(), 3);
-        const Signal r1 = convolve(h, x1), r2 = convolve(h, x2);
+// Every vector set the processor has, each against the direct convolution:
+// two different inputs packed as one pair, each against its own oracle (so
+// also no crosstalk), fed in place in blocks of random sizes from 1 to 4096
+// samples over two full cycles of every level; a mono convolver against the
+// pair's first channel; and a pair whose outputs are not taken, which must
+// still take its input in. Tolerance: 1e-14 of sum |h|, the bound on |y|.
+// The oracle is checked on every third sample (every sample up to 256).
+TEST(PartitionedConvolver, MatchesDirectConvolutionPerChannelInBlocks) {
+    struct Row {
+        int32_t length;
+        ConvolverKernel kernel;
+    };
+    std::vector<Row> rows;
+    for (ConvolverKernel kernel : {ConvolverKernel::kSse2, ConvolverKernel::kAvx2, ConvolverKernel::kAvx512}) {
+        if (!convolverKernelSupported(kernel)) continue;
+        for (int32_t length : {2, 16, 256, 1024, 8192}) rows.push_back({length, kernel});
+    }
+    rows.push_back({16384, convolverKernelInUse()});  // three levels
+    std::mt19937 sizes(5);
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.length << " taps, kernel " << int(row.kernel));
+        const Signal h = noise(size_t(row.length), 1u + uint32_t(row.length));
+        const Signal x1 = noise(2 * h.size() + 4177, 2), x2 = noise(x1.size(), 3);
         double tolerance = 0.0;
         for (double v : h) tolerance += 1e-14 * std::abs(v);
-        PartitionedConvolver pair(length), mono(length), half(length);
-        withImpulse(pair, h), withImpulse(mono, h), withImpulse(half, h);
-        for (size_t n = 0; n < x1.size(); ++n) {
-            double y1, y2, m, h1, h2;
-            pair.processStereo(x1[n], x2[n], &y1, &y2);
-            mono.processMono(x1[n], &m);
-            half.processStereo(x1[n], 0.0, &h1, &h2);
-            ASSERT_NEAR(y1, r1[n], tolerance) << "sample " << n;
-            ASSERT_NEAR(y2, r2[n], tolerance) << "sample " << n;
-            ASSERT_NEAR(m, h1, tolerance) << "sample " << n;
-            ASSERT_NEAR(h2, 0.0, tolerance) << "sample " << n;
+        PartitionedConvolver pair(row.length, row.kernel), mono(row.length, row.kernel), silent(row.length, row.kernel);
+        withImpulse(pair, h), withImpulse(mono, h), withImpulse(silent, h);
+        Signal y1 = x1, y2 = x2, m = x1, s1(x1.size()), s2(x1.size());
+        const size_t half = x1.size() / 2;
+        for (size_t at = 0; at < x1.size();) {
+            const size_t n = std::min(x1.size() - at, size_t(1) << std::uniform_int_distribution<int>(0, 12)(sizes));
+            pair.processStereo(&y1[at], &y2[at], &y1[at], &y2[at], int32_t(n));
+            mono.processMono(&m[at], &m[at], int32_t(n));
+            if (at < half)
+                silent.processStereo(&x1[at], &x2[at], nullptr, nullptr, int32_t(n));
+            else
+                silent.processStereo(&x1[at], &x2[at], &s1[at], &s2[at], int32_t(n));
+            at += n;
+        }
+        for (size_t n = 0; n < x1.size(); n += n < 256 ? 1 : 3) {
+            double r1 = 0.0, r2 = 0.0;
+            for (size_t k = 0; k <= n && k < h.size(); ++k) {
+                r1 += h[k] * x1[n - k];
+                r2 += h[k] * x2[n - k];
+            }
+            ASSERT_NEAR(y1[n], r1, tolerance) << "sample " << n;
+            ASSERT_NEAR(y2[n], r2, tolerance) << "sample " << n;
+            ASSERT_NEAR(m[n], r1, tolerance) << "sample " << n;
+            if (n >= half + 4096) {
+                ASSERT_NEAR(s1[n], r1, tolerance) << "sample " << n;
+                ASSERT_NEAR(s2[n], r2, tolerance) << "sample " << n;
+            }
         }
     }
 }
