@@ -298,11 +298,13 @@ void bitReverse(double* a, int p, const int32_t* reverse, int reverseBits) {
     }
 }
 
+// Where the bit-reversed order is left: nowhere, in the output (forward
+// only), or in the input (inverse only).
+enum class Order { kNatural, kOutputReversed, kInputReversed };
+
 template <bool Inv>
-void transform(double* a, int32_t n, int32_t capacity, bool wide, const double* twiddles, const int32_t* reverse,
-               int reverseBits) {
-    if (n < 4 || n > capacity || !std::has_single_bit(uint32_t(n))) return;
-    const int p = std::countr_zero(uint32_t(n)) - 1;
+void naturalTransform(double* a, int p, bool wide, const double* twiddles, const int32_t* reverse, int reverseBits,
+                      bool reorder) {
     using narrow::V;
     if (p == 1) {
         const V x = narrow::load(a), y = narrow::load(a + 2);
@@ -334,7 +336,37 @@ void transform(double* a, int32_t n, int32_t capacity, bool wide, const double* 
         narrow::decimate<Inv>(a, p, twiddles);
 #endif
     }
-    bitReverse(a, p, reverse, reverseBits);
+    if (reorder) bitReverse(a, p, reverse, reverseBits);
+}
+
+template <bool Inv, Order O>
+void transform(double* a, int32_t n, int32_t capacity, bool wide, const double* twiddles, const int32_t* reverse,
+               int reverseBits) {
+    if (n < 4 || n > capacity || !std::has_single_bit(uint32_t(n))) return;
+    const int p = std::countr_zero(uint32_t(n)) - 1;
+    if (O == Order::kOutputReversed) {
+        // Below 32 points the natural transform is reordered back.
+        naturalTransform<Inv>(a, p, wide, twiddles, reverse, reverseBits, p < 5);
+        if (p < 5) bitReverse(a, p, reverse, reverseBits);
+        return;
+    }
+    if (O == Order::kInputReversed) {
+        if (p < 5) {
+            bitReverse(a, p, reverse, reverseBits);
+            naturalTransform<Inv>(a, p, wide, twiddles, reverse, reverseBits, true);
+            return;
+        }
+#if FW_FFT_WIDE
+        if (wide)
+            wide::decimateFromReversed<Inv>(a, p, twiddles);
+        else
+            narrow::decimateFromReversed<Inv>(a, p, twiddles);
+#else
+        narrow::decimateFromReversed<Inv>(a, p, twiddles);
+#endif
+        return;
+    }
+    naturalTransform<Inv>(a, p, wide, twiddles, reverse, reverseBits, true);
 }
 
 }  // namespace
@@ -396,12 +428,26 @@ void FftTables::prepare(int32_t n) {
 
 void fftForward(double* a, int32_t n, const FftTables& tables) noexcept {
     const int bits = std::countr_zero(tables.indices.size());
-    transform<false>(a, n, tables.prepared, tables.wide, tables.twiddles.data(), tables.indices.data(), bits);
+    transform<false, Order::kNatural>(a, n, tables.prepared, tables.wide, tables.twiddles.data(),
+                                      tables.indices.data(), bits);
 }
 
 void fftInverse(double* a, int32_t n, const FftTables& tables) noexcept {
     const int bits = std::countr_zero(tables.indices.size());
-    transform<true>(a, n, tables.prepared, tables.wide, tables.twiddles.data(), tables.indices.data(), bits);
+    transform<true, Order::kNatural>(a, n, tables.prepared, tables.wide, tables.twiddles.data(),
+                                     tables.indices.data(), bits);
+}
+
+void fftForwardToReversed(double* a, int32_t n, const FftTables& tables) noexcept {
+    const int bits = std::countr_zero(tables.indices.size());
+    transform<false, Order::kOutputReversed>(a, n, tables.prepared, tables.wide, tables.twiddles.data(),
+                                             tables.indices.data(), bits);
+}
+
+void fftInverseFromReversed(double* a, int32_t n, const FftTables& tables) noexcept {
+    const int bits = std::countr_zero(tables.indices.size());
+    transform<true, Order::kInputReversed>(a, n, tables.prepared, tables.wide, tables.twiddles.data(),
+                                           tables.indices.data(), bits);
 }
 
 // z = x[2j] + i x[2j + 1] through the 4096-point transform with the positive
@@ -486,12 +532,9 @@ void passCompact(double* a, size_t q, const double* tw) {
     }
 }
 
-// kLanes blocks of 16 contiguous points, step doubles apart: the DFT of each
-// in bit-reversed order.
+// The 16-point DFT of v in place, outputs in bit-reversed slots.
 template <bool Inv>
-inline void block16(double* a, size_t step) {
-    V v[16];
-    for (int k = 0; k < 16; ++k) v[k] = loadLanes(a + 2 * k, step);
+inline void network16(V* v) {
     for (int j = 0; j < 4; ++j) bf4<Inv>(v[j], v[j + 4], v[j + 8], v[j + 12]);
     const Tw w1 = constTw(kCosEighthPi, -kSinEighthPi);
     const Tw w2 = constTw(kSqrtHalf, -kSqrtHalf);
@@ -508,14 +551,11 @@ inline void block16(double* a, size_t step) {
     v[11] = mul<Inv>(v[11], w3);
     v[15] = mul<Inv>(v[15], w9);
     for (int g = 0; g < 16; g += 4) bf4<Inv>(v[g], v[g + 1], v[g + 2], v[g + 3]);
-    for (int k = 0; k < 16; ++k) storeLanes(a + 2 * k, step, v[k]);
 }
 
-// kLanes blocks of 8 contiguous points, step doubles apart.
+// The 8-point DFT of v in place, outputs in bit-reversed slots.
 template <bool Inv>
-inline void block8(double* a, size_t step) {
-    V v[8];
-    for (int k = 0; k < 8; ++k) v[k] = loadLanes(a + 2 * k, step);
+inline void network8(V* v) {
     for (int j = 0; j < 4; ++j) {
         const V s = v[j] + v[j + 4], d = v[j] - v[j + 4];
         v[j] = s;
@@ -526,7 +566,39 @@ inline void block8(double* a, size_t step) {
     v[7] = mul<Inv>(v[7], constTw(-kSqrtHalf, -kSqrtHalf));
     bf4<Inv>(v[0], v[1], v[2], v[3]);
     bf4<Inv>(v[4], v[5], v[6], v[7]);
-    for (int k = 0; k < 8; ++k) storeLanes(a + 2 * k, step, v[k]);
+}
+
+// kLanes blocks of N (8 or 16) contiguous points, step doubles apart: the DFT
+// of each in bit-reversed order; or, with FromReversed, the DFT of the block
+// read in bit-reversed order, in natural order. Reading and writing through
+// the reversal only renames registers (the network is the same: the
+// transpose of "DFT then reverse" is "reverse then DFT").
+template <int N, bool Inv, bool FromReversed>
+inline void leafBlock(double* a, size_t step) {
+    constexpr int kBits = N == 16 ? 4 : 3;
+    V v[N];
+    for (int k = 0; k < N; ++k) {
+        const int at = FromReversed ? int(kReverse6[size_t(k)] >> (6 - kBits)) : k;
+        v[k] = loadLanes(a + 2 * at, step);
+    }
+    if constexpr (N == 16)
+        network16<Inv>(v);
+    else
+        network8<Inv>(v);
+    for (int k = 0; k < N; ++k) {
+        const int at = FromReversed ? int(kReverse6[size_t(k)] >> (6 - kBits)) : k;
+        storeLanes(a + 2 * at, step, v[k]);
+    }
+}
+
+template <bool Inv>
+inline void block16(double* a, size_t step) {
+    leafBlock<16, Inv, false>(a, step);
+}
+
+template <bool Inv>
+inline void block8(double* a, size_t step) {
+    leafBlock<8, Inv, false>(a, step);
 }
 
 // The DFT of 2^p points (p >= 5), bit-reversed, depth first.
@@ -545,6 +617,77 @@ void decimate(double* a, int p, const double* twiddles) {
     } else {
         for (size_t r = 0; r < 4; ++r) decimate<Inv>(a + 2 * r * q, p - 2, twiddles);
     }
+}
+
+// The transposed radix-4 pass: inputs in bit-reversed slots (Y0, Y2, Y1, Y3
+// of the span's quarters), twiddles first, then the 4-point DFT whose
+// outputs land in natural order.
+template <bool Inv>
+inline void bf4FromReversed(V& a0, V& a1, V& a2, V& a3) {
+    const V t0 = a0 + a1, t1 = a0 - a1, t2 = a2 + a3, d = quarterTurn<Inv>(a2 - a3);
+    a0 = t0 + t2;
+    a1 = t1 + d;
+    a2 = t0 - t2;
+    a3 = t1 - d;
+}
+
+template <bool Inv>
+void passFullFromReversed(double* a, size_t q, const double* tw) {
+    double* p1 = a + 2 * q;
+    double* p2 = a + 4 * q;
+    double* p3 = a + 6 * q;
+    for (size_t j = 0; j < q; j += kLanes) {
+        const size_t o = 2 * j;
+        const double* w = tw + 24 * (j >> 1) + 2 * (j & 1);
+        V a0 = load(a + o), a1 = mul<Inv>(load(p1 + o), loadTw(w + 8)), a2 = mul<Inv>(load(p2 + o), loadTw(w)),
+          a3 = mul<Inv>(load(p3 + o), loadTw(w + 16));
+        bf4FromReversed<Inv>(a0, a1, a2, a3);
+        store(a + o, a0);
+        store(p1 + o, a1);
+        store(p2 + o, a2);
+        store(p3 + o, a3);
+    }
+}
+
+template <bool Inv>
+void passCompactFromReversed(double* a, size_t q, const double* tw) {
+    double* p1 = a + 2 * q;
+    double* p2 = a + 4 * q;
+    double* p3 = a + 6 * q;
+    for (size_t j = 0; j < q; j += kLanes) {
+        const size_t o = 2 * j;
+        const V w1 = load(tw + o);
+        const Tw t1 = toTw(w1);
+        const V w2 = mul<false>(w1, t1);
+        const Tw t2 = toTw(w2);
+        const Tw t3 = toTw(mul<false>(w2, t1));
+        V a0 = load(a + o), a1 = mul<Inv>(load(p1 + o), t2), a2 = mul<Inv>(load(p2 + o), t1),
+          a3 = mul<Inv>(load(p3 + o), t3);
+        bf4FromReversed<Inv>(a0, a1, a2, a3);
+        store(a + o, a0);
+        store(p1 + o, a1);
+        store(p2 + o, a2);
+        store(p3 + o, a3);
+    }
+}
+
+// The DFT of 2^p points (p >= 5) given in bit-reversed order, natural order
+// out: the transpose of decimate, its steps in the opposite order.
+template <bool Inv>
+void decimateFromReversed(double* a, int p, const double* twiddles) {
+    const size_t q = size_t(1) << (p - 2);
+    if (p == 5) {
+        for (size_t r = 0; r < 4; r += kLanes) leafBlock<8, Inv, true>(a + 2 * r * q, 2 * q);
+    } else if (p == 6) {
+        for (size_t r = 0; r < 4; r += kLanes) leafBlock<16, Inv, true>(a + 2 * r * q, 2 * q);
+    } else {
+        for (size_t r = 0; r < 4; ++r) decimateFromReversed<Inv>(a + 2 * r * q, p - 2, twiddles);
+    }
+    const double* tw = twiddles + stageOffset(p);
+    if (p <= kLastFullStage)
+        passFullFromReversed<Inv>(a, q, tw);
+    else
+        passCompactFromReversed<Inv>(a, q, tw);
 }
 
 #endif  // FW_FFT_KERNELS

@@ -27,6 +27,8 @@ public:
 private:
     friend void fftForward(double*, int32_t, const FftTables&) noexcept;
     friend void fftInverse(double*, int32_t, const FftTables&) noexcept;
+    friend void fftForwardToReversed(double*, int32_t, const FftTables&) noexcept;
+    friend void fftInverseFromReversed(double*, int32_t, const FftTables&) noexcept;
     friend void realFft8192(double*, const FftTables&) noexcept;
     int32_t prepared = 0;
     // Run the AVX2 + FMA kernels: set on the first prepare from the processor,
@@ -41,6 +43,13 @@ private:
 // two of at least 4, the data is left as it is.
 void fftForward(double* a, int32_t n, const FftTables& tables) noexcept;
 void fftInverse(double* a, int32_t n, const FftTables& tables) noexcept;
+
+// The same pair without the reordering, for callers that only multiply
+// spectra point by point in between (a convolution): the forward leaves its
+// output with the point index bits reversed, and the inverse takes its input
+// in that order. Their accuracy is that of the pair above.
+void fftForwardToReversed(double* a, int32_t n, const FftTables& tables) noexcept;
+void fftInverseFromReversed(double* a, int32_t n, const FftTables& tables) noexcept;
 
 // The analyser's real transform of 8192 doubles, in place. Output: a[0] the
 // real part of bin 0, a[1] the real part of bin 4096, a[2k], a[2k + 1] real

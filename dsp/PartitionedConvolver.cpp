@@ -14,7 +14,9 @@
 //   impulse store (live, staged): the head's taps h[0] .. h[head - 1], then
 //       per level its partitions' spectra one after the other, each the
 //       transform of B taps zero-padded to 2 B complex points, scaled by
-//       1 / (2 B) (a power of two, so exact) for the unscaled inverse.
+//       1 / (2 B) (a power of two, so exact) for the unscaled inverse, and
+//       left in the bit-reversed order the forward transform gives: spectra
+//       are only multiplied point by point, and the inverse takes that order.
 //   recent: the previous chunk and the current one, so that the head's sum
 //       for any sample of the current chunk reads one run of memory.
 //   inputRing: the last 2 B samples of the largest level, the window a
@@ -150,7 +152,7 @@ void PartitionedConvolver::stageImpulse(const double* h) {
             double* spectrum = s + level.spectra + size_t(j) * 4 * size_t(b);
             const double* taps = h + size_t(b) * size_t(1 + j);
             for (int32_t k = 0; k < b; ++k) spectrum[2 * k] = taps[k] * scale;
-            fftForward(spectrum, 4 * b, tables);
+            fftForwardToReversed(spectrum, 4 * b, tables);
         }
     }
     pending.store(kStaged, std::memory_order_release);
@@ -235,7 +237,7 @@ void PartitionedConvolver::runLevel(Level& level, uint64_t end) noexcept {
     const int32_t before = std::min(2 * b, ringPoints - int32_t(first));
     std::memcpy(w, inputRing.get() + 2 * size_t(first), 2 * size_t(before) * sizeof(double));
     std::memcpy(w + 2 * before, inputRing.get(), 2 * size_t(2 * b - before) * sizeof(double));
-    fftForward(w, doubles, tables);
+    fftForwardToReversed(w, doubles, tables);
 
     // This block times partition j belongs to output block slot + j. The
     // block furthest ahead gets its first product, so it is written, not
@@ -248,7 +250,7 @@ void PartitionedConvolver::runLevel(Level& level, uint64_t end) noexcept {
                       j < level.count - 1);
     }
     double* due = outputs + size_t(level.slot) * size_t(doubles);
-    fftInverse(due, doubles, tables);
+    fftInverseFromReversed(due, doubles, tables);
     double* sum = levelOut.get() + 2 * (uint32_t(end) & uint32_t(outputPoints - 1));
     for (int32_t k = 0; k < 2 * b; ++k) sum[k] += due[2 * b + k];
     level.slot = (level.slot + 1) % level.count;

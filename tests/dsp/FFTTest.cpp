@@ -69,8 +69,11 @@ double tolerance(int log2m) { return 6e-17 * (2 + log2m); }
 
 // Every size from 2 to 1024 points against the full naive DFT, both signs;
 // 8192 and 32768 points (whose outer passes use the compact twiddle layout)
-// on 64 random bins. Both kernel sets.
+// on 64 random bins. Both kernel sets, and both the natural pair and the
+// pair that leaves the order bit-reversed between them (the forward's
+// output read, the inverse's input written, at reversed indices).
 TEST(FFT, MatchesNaiveDftBothSigns) {
+    for (bool reversed : {false, true})
     for (bool narrow : {false, true}) {
         const FftTables tables = tablesFor(2 << 15, narrow);
         std::mt19937 pick(7);
@@ -85,13 +88,27 @@ TEST(FFT, MatchesNaiveDftBothSigns) {
             }
             for (int sign : {-1, +1}) {
                 const Data x = noise(2 * m, uint32_t(p * 10 + sign + 1));
+                auto at = [&](size_t k) {
+                    size_t r = 0;
+                    for (int b = 0; b < p; ++b) r |= ((k >> b) & 1) << (p - 1 - b);
+                    return reversed ? r : k;
+                };
                 Data y = x;
-                (sign < 0 ? fftForward : fftInverse)(y.data(), int32_t(2 * m), tables);
+                if (!reversed) {
+                    (sign < 0 ? fftForward : fftInverse)(y.data(), int32_t(2 * m), tables);
+                } else if (sign < 0) {
+                    fftForwardToReversed(y.data(), int32_t(2 * m), tables);
+                    const Data raw = y;
+                    for (size_t k = 0; k < m; ++k) y[2 * k] = raw[2 * at(k)], y[2 * k + 1] = raw[2 * at(k) + 1];
+                } else {
+                    for (size_t k = 0; k < m; ++k) y[2 * at(k)] = x[2 * k], y[2 * at(k) + 1] = x[2 * k + 1];
+                    fftInverseFromReversed(y.data(), int32_t(2 * m), tables);
+                }
                 const std::vector<Exact> root = roots(m, sign);
                 std::vector<Exact> want;
                 for (size_t k : bins) want.push_back(naiveBin(x, k, root));
                 EXPECT_LT(relativeRms(y, want, bins), tolerance(p))
-                    << m << " points, sign " << sign << ", narrow " << narrow;
+                    << m << " points, sign " << sign << ", narrow " << narrow << ", reversed " << reversed;
             }
         }
     }
