@@ -36,6 +36,10 @@ namespace {
 
 constexpr int32_t kHeadTaps = 128;  // the direct head, and the chunk
 constexpr int32_t kGrowth = 8;      // each level's partitions are this many times the last's
+// The largest partition: its level takes every partition left however long
+// the impulse, since one block of a larger one (two transforms of twice its
+// size at once) would take longer than a short host block lasts.
+constexpr int32_t kLargestPartition = 8192;
 constexpr int32_t kLeastChunk = 8;  // a whole number of the widest vectors
 
 #if defined(__x86_64__)
@@ -105,7 +109,7 @@ PartitionedConvolver::PartitionedConvolver(int32_t requested, ConvolverKernel ke
     for (int32_t start = head, size = head; start < length && levelCount < kMaxLevels; size *= kGrowth) {
         Level& level = levels[levelCount++];
         level.size = size;
-        level.count = std::min(kGrowth - 1, (length - start) / size);
+        level.count = size < kLargestPartition ? std::min(kGrowth - 1, (length - start) / size) : (length - start) / size;
         level.spectra = storeSize;
         level.outputs = std::make_unique<double[]>(size_t(level.count) * 4 * size_t(size));
         storeSize += size_t(level.count) * 4 * size_t(size);
