@@ -414,6 +414,12 @@ void printRatios(const std::vector<Result>& results) {
         std::printf("8 channels: %.3f ns per sample and channel against %.3f in stereo: %.2fx (goal at most 1x: %s)\n",
                     wide->nsPerSampleChannel, iir->nsPerSampleChannel, ratio, ratio <= 1.0 ? "met" : "missed");
     }
+    if (const Result* peerFir = find(results, Family::kPeerFIR); peerFir && fir) {
+        const double ratio = fir->perBand() / peerFir->perBand();
+        std::printf("FIR Linear: %s %.3f ns per band; ours %.3f ns: %.2fx its time (goal at most 3x: %s)\n",
+                    peerFir->config->label.c_str(), peerFir->perBand(), fir->perBand(), ratio,
+                    ratio <= 3.0 ? "met" : "missed");
+    }
 }
 
 int usage() {
