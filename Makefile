@@ -4,6 +4,10 @@
 #   make test    deps + release build + all tests
 #   make check   the same tests under AddressSanitizer + UndefinedBehaviorSanitizer
 #   make tsan    the tests under ThreadSanitizer
+#   make coverage  the tests with gcov counters; line and branch coverage of dsp/, core/ and state/
+#                  (and every folder) in build/coverage/summary.txt
+#   make faults  each fault of scripts/faults.txt applied to a scratch copy, the suite run on it:
+#                which tests catch which fault (build/faults/report.md)
 #   make fuzz    the fuzzers (state chunks, preset folder, MIDI files, LV2 state) one after another,
 #                FUZZ_SECONDS (default 60) in all, clang + ASan/UBSan
 #   make bench   benchmarks (release)
@@ -22,7 +26,7 @@ PREFIX ?= $(HOME)/.local
 LV2_DIR ?= $(HOME)/.lv2
 CMAKE_GEN := -G Ninja
 
-.PHONY: all release debug tsan deps test check bench bench-deps bench-peers demo screenshots fuzz clean install uninstall
+.PHONY: all release debug tsan deps test check coverage faults bench bench-deps bench-peers demo screenshots fuzz clean install uninstall
 
 all: release
 
@@ -56,6 +60,16 @@ check: deps
 tsan: deps build/tsan/build.ninja
 	cmake --build build/tsan -j $(JOBS)
 	cd build/tsan && TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1 ctest --output-on-failure -j $(JOBS)
+
+build/coverage/build.ninja:
+	cmake -S . -B build/coverage $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=Debug -DFW_COVERAGE=ON
+
+coverage: deps build/coverage/build.ninja
+	cmake --build build/coverage -j $(JOBS)
+	bash scripts/coverage.sh build/coverage $(JOBS)
+
+faults: deps
+	python3 scripts/fault-check.py --jobs $(JOBS)
 
 build/fuzz/build.ninja:
 	CC=clang CXX=clang++ cmake -S . -B build/fuzz $(CMAKE_GEN) -DCMAKE_BUILD_TYPE=RelWithDebInfo \

@@ -15,6 +15,7 @@ packages=(
   lv2-dev liblilv-dev lilv-utils lv2file sordi
   libx11-dev libxext-dev libxtst-dev xvfb xauth
   jalv jackd2 x11-apps netpbm
+  python3 rsync gcovr
   fonts-league-spartan fonts-open-sans
 )
 if [ "$#" -gt 0 ]; then
