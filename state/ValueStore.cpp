@@ -155,7 +155,7 @@ std::optional<std::string> readStoreValue(const char* name, size_t maxBytes) {
     for (const std::string& folder : {userStoreFolder(), machineStoreFolder()}) {
         if (folder.empty()) continue;
         std::optional<std::string> text = readFile(folder + name, maxBytes);
-        if (text && text->size() >= 2) return text;
+        if (text && !text->empty()) return text;
     }
     return std::nullopt;
 }

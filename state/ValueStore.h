@@ -25,7 +25,9 @@ std::string machineStoreFolder();
 
 // The value `name` holds: the user folder's, else the machine folder's. At
 // most `maxBytes` bytes are read. A value that is missing, unreadable, not a
-// regular file, or shorter than two bytes counts as missing in that folder.
+// regular file, or empty counts as missing in that folder (values are text
+// without a terminator, so one character, as in the loading flags "5", is a
+// value).
 // nullopt when neither folder has it, or the name is refused.
 std::optional<std::string> readStoreValue(const char* name, size_t maxBytes);
 
