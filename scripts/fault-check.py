@@ -4,13 +4,16 @@ rebuilds, runs the whole test suite and records which tests catch the fault.
 
     scripts/fault-check.py [--faults scripts/faults.txt] [--only ID,ID...]
                            [--rev COMMIT] [--work build/faults] [--jobs N]
-                           [--report FILE]
+                           [--all] [--report FILE]
 
 The scratch copy lives in WORK/src (the working tree as it stands, without
 build/ and .git/, or the tree of COMMIT with --rev, so that the suite of an
 earlier commit can be scored with today's list), its release build in
 WORK/build; both are kept between runs so that only what changed is rebuilt.
 The tree itself is never touched.
+
+The suite stops at the first test that fails, which is named as the catcher;
+with --all it runs to the end and every failing test is named.
 
 A fault is "caught" when at least one test fails, "survived" when all pass,
 "does not build" when the faulty code does not compile, and "not found" when
@@ -124,6 +127,7 @@ def main():
     parser.add_argument("--rev", default="", help="score the suite of this commit instead of the working tree")
     parser.add_argument("--work", default=os.path.join(ROOT, "build", "faults"))
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2)
+    parser.add_argument("--all", action="store_true", help="run the whole suite for every fault")
     parser.add_argument("--report", default="")
     args = parser.parse_args()
 
@@ -176,7 +180,7 @@ def main():
             if run(build_cmd, ROOT, log + "-build.log") != 0:
                 outcome, catchers = "does not build", []
             else:
-                run(test_cmd, ROOT, log + "-test.log", timeout=1800)
+                run(test_cmd + ([] if args.all else ["--stop-on-failure"]), ROOT, log + "-test.log", timeout=1800)
                 catchers = failed_tests(log + "-test.log")
                 outcome = "caught" if catchers else "survived"
         finally:
