@@ -6,29 +6,6 @@
 
 namespace {
 
-TEST(HostContract, TheRecordDescribesTheEffect) {
-    TestHost host;
-    auto fx = makePlug(2, TestHost::callback);
-    const AEffect* e = fx->getAeffect();
-    EXPECT_EQ(e->numParams, 367);
-    EXPECT_EQ(e->numPrograms, 20);
-    EXPECT_EQ(e->uniqueID, fourCC('F', 'w', 'd', 'n'));
-    EXPECT_EQ(e->version, 1);
-    EXPECT_TRUE(e->flags & effFlagsCanReplacing);
-    EXPECT_TRUE(e->flags & effFlagsCanDoubleReplacing);
-    EXPECT_TRUE(e->flags & effFlagsProgramChunks);
-    EXPECT_EQ(e->object, fx.get());
-}
-
-TEST(HostContract, ResumeAsksForMidiAndTheProcessLevel) {
-    TestHost host;
-    auto fx = makePlug(2, TestHost::callback);
-    host.calls.clear();
-    fx->resume();
-    EXPECT_EQ(host.count(audioMasterWantMidi), 2);
-    EXPECT_EQ(host.count(audioMasterGetCurrentProcessLevel), 1);
-}
-
 TEST(HostContract, OfflineRenderingIsNoticedOnTheNextBlock) {
     TestHost host;
     auto fx = makePlug(2, TestHost::callback);

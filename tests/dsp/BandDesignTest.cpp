@@ -121,18 +121,6 @@ TEST(BandObject, ShiftKnobHasALabelExactlyWhenTheBandHasAShiftKnob) {
     EXPECT_FALSE(controlMaskOf(kEnginePeak, kPeakKestrawn) & kControlSlope);
 }
 
-TEST(BandObject, SubtypeListsHaveTheirSizes) {
-    int32_t count = -1;
-    EXPECT_NE(EQ::subtypeNames(kEnginePeak, &count), nullptr);
-    EXPECT_EQ(count, 19);
-    EXPECT_STREQ(EQ::subtypeNames(kEngineHighShelf, &count)[7], "Tilt");
-    EXPECT_EQ(count, 8);
-    EXPECT_STREQ(EQ::subtypeNames(kEngineLowPass, &count)[9], "Harmonics");
-    EXPECT_EQ(count, 10);
-    EXPECT_EQ(EQ::subtypeNames(kEngineNotch, &count), nullptr);
-    EXPECT_EQ(count, 0);
-}
-
 // Every type, subtype and slope over a grid of the controls: each design is
 // finite, has one to four sections and has all its poles in the left half
 // plane, so every band it makes is a stable filter.

@@ -328,17 +328,4 @@ TEST_F(Controls, RockerHoldsItsEndWhilePressedAndReturnsToTheMiddle) {
     release(55, 20);
 }
 
-// ---- Identity ----
-
-TEST_F(Controls, ClassNamesChainToTheirBases) {
-    auto* knob = add(new CAnimKnob(CRect(0, 0, 10, 10), nullptr, 1));
-    EXPECT_STREQ(knob->getClassName(), "CAnimKnob");
-    EXPECT_TRUE(knob->isTypeOf("CKnob"));
-    EXPECT_TRUE(knob->isTypeOf("CControl"));
-    EXPECT_FALSE(knob->isTypeOf("CSlider"));
-    auto* slider = add(new CHorizontalSlider(CRect(0, 20, 50, 30), nullptr, 2));
-    EXPECT_TRUE(slider->isTypeOf("CSlider"));
-    EXPECT_FALSE(slider->isTypeOf("CVerticalSlider"));
-}
-
 }  // namespace
