@@ -25,14 +25,13 @@ constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 using Settings = std::vector<std::pair<int32_t, float>>;
 
 // Engine modes as a host sets them on the ports; the FIR at its shortest length.
-const Settings kIIR = {{kMode, 0.0f}, {kDPlusLen, 0.0f}};
-const Settings kDigitalPlus = {{kMode, 0.0f}, {kDPlusLen, 2.0f}};
-const Settings kLinearFir = {{kMode, 1.0f}, {kIRLength, 0.0f}, {kIRPhase, 0.0f}};
 struct ModeRow {
     const char* name;
-    const Settings* ports;
+    Settings ports;
 };
-const ModeRow kModes[] = {{"IIR", &kIIR}, {"Digital+", &kDigitalPlus}, {"linear FIR", &kLinearFir}};
+const ModeRow kModes[] = {{"IIR", {{kMode, 0.0f}, {kDPlusLen, 0.0f}}},
+                          {"Digital+", {{kMode, 0.0f}, {kDPlusLen, 2.0f}}},
+                          {"linear FIR", {{kMode, 1.0f}, {kIRLength, 0.0f}, {kIRPhase, 0.0f}}}};
 
 // Three bands at work: a boost, a cut and a high shelf.
 const Settings kCurve = {{bandParam(0, kFieldState), float(kBandOn)}, {bandParam(0, kFieldGain), 0.5f},
@@ -46,29 +45,29 @@ void apply(Lv2TestHost& host, const Settings& settings) {
 }
 
 // A sine of 1/48 of the sample rate with a little noise, a different phase per channel.
-void fillSignal(Lv2TestHost& host, size_t frames, size_t from = 0) {
+void fillSignal(Lv2TestHost& host, size_t frames) {
     std::minstd_rand noise(7);
     for (size_t c = 0; c < host.in.size(); ++c) {
-        host.in[c].resize(std::max(host.in[c].size(), from + frames));
-        for (size_t s = from; s < from + frames; ++s)
+        host.in[c].resize(std::max(host.in[c].size(), frames));
+        for (size_t s = 0; s < frames; ++s)
             host.in[c][s] = 0.2f * float(std::sin(2.0 * M_PI * double(s) / 48.0 + 0.5 * double(c))) +
                             0.01f * (float(noise()) / float(noise.max()) - 0.5f);
     }
 }
 
-// The outputs from frame `from` on: all finite, and the largest magnitude.
-bool finiteFrom(const Lv2TestHost& host, size_t from, float* peak = nullptr) {
+// The outputs: all finite, and the largest magnitude.
+bool finite(const Lv2TestHost& host, float* peak = nullptr) {
     float largest = 0.0f;
     for (const auto& channel : host.out)
-        for (size_t s = from; s < channel.size(); ++s) {
-            if (!std::isfinite(channel[s])) return false;
-            largest = std::max(largest, std::fabs(channel[s]));
+        for (const float y : channel) {
+            if (!std::isfinite(y)) return false;
+            largest = std::max(largest, std::fabs(y));
         }
     if (peak) *peak = largest;
     return true;
 }
 
-// Fresh blocks of the signal through the plug-in, `frames` at a time, each into out[...][0...).
+// Fresh blocks of the signal through the plug-in, `frames` at a time.
 void runSignal(Lv2TestHost& host, uint32_t frames, int32_t blocks = 1) {
     for (int32_t b = 0; b < blocks; ++b) {
         fillSignal(host, frames);
@@ -76,7 +75,13 @@ void runSignal(Lv2TestHost& host, uint32_t frames, int32_t blocks = 1) {
     }
 }
 
-// ---- State: the host's side, one stored property ----
+// A host with the curve and a mode set, activated.
+void start(Lv2TestHost& host, const Settings& mode = {}) {
+    apply(host, kCurve);
+    apply(host, mode);
+    host.activate();
+}
+
 std::vector<uint8_t> savedChunk(Lv2TestHost& host) {
     StoredProperty saved;
     EXPECT_EQ(saveState(host, saved), LV2_STATE_SUCCESS);
@@ -91,106 +96,81 @@ std::vector<uint8_t> bytesOf(const std::string& text, bool terminated = true) {
 
 }  // namespace
 
-// ---------------------------------------------------------------------------
-// 1. Sample rates
-
 TEST(Lv2CarelessHost, SampleRatesItCannotRunAreRefusedWithAMessageTheRestRunFinite) {
     const struct {
         double rate;
         bool runs;
-    } rows[] = {{0.0, false},    {-48000.0, false}, {double(kNaN), false}, {double(kInf), false},
-                {-double(kInf), false}, {1.0, true}, {1000.0, true},       {8000.0, true},
-                {22050.0, true}, {44100.0, true},   {48000.0, true},       {96000.0, true},
-                {192000.0, true}, {384000.0, true}, {768000.0, true},      {1.0e7, true},
-                {1.0e9, false},  {1.0e300, false}};
+    } rows[] = {{0.0, false},  {-48000.0, false}, {double(kNaN), false}, {double(kInf), false}, {1.0e9, false},
+                {1.0, true},   {22050.0, true},   {48000.0, true},       {768000.0, true},      {1.0e7, true}};
     for (const auto& row : rows) {
         for (const auto* mode : {&kModes[0], &kModes[2]}) {
             SCOPED_TRACE(testing::Message() << row.rate << " Hz, " << mode->name);
             Lv2TestHost host({2, row.rate});
-            if (!row.runs) {
-                EXPECT_EQ(host.handle, nullptr);
-                EXPECT_EQ(host.log.lines.size(), 1u);
-                continue;
-            }
-            ASSERT_NE(host.handle, nullptr);
-            EXPECT_TRUE(host.log.lines.empty());
-            apply(host, kCurve);
-            apply(host, *mode->ports);
-            host.activate();
+            EXPECT_EQ(host.handle != nullptr, row.runs);
+            EXPECT_EQ(host.log.lines.size(), row.runs ? 0u : 1u);
+            if (!host.handle) continue;
+            start(host, mode->ports);
             runSignal(host, 512, 4);
             float peak = 0.0f;
-            EXPECT_TRUE(finiteFrom(host, 0, &peak));
+            EXPECT_TRUE(finite(host, &peak));
             EXPECT_GT(peak, 0.05f);
             EXPECT_LT(peak, 2.0f);
         }
     }
 }
 
-// ---------------------------------------------------------------------------
-// 2. Block sizes
-
 TEST(Lv2CarelessHost, AnyBlockSizeUpToTheMaximumAndBeyondRunsFiniteInEveryEngine) {
     constexpr int32_t kMaxBlock = 4096;
-    const uint32_t blocks[] = {0, 1, 7, 333, 1023, 0, 4095, uint32_t(kMaxBlock), 1, 2 * kMaxBlock + 5};
     for (const auto& mode : kModes) {
-        SCOPED_TRACE(mode.name);
         for (const bool worker : {false, true}) {
+            SCOPED_TRACE(testing::Message() << mode.name << (worker ? ", worker" : ""));
             Lv2TestHost host({2, 48000.0, true, worker, kMaxBlock});
-            apply(host, kCurve);
-            apply(host, *mode.ports);
-            host.activate();
-            for (const uint32_t frames : blocks) {
+            start(host, mode.ports);
+            for (const uint32_t frames : {0u, 1u, 7u, 1023u, 0u, 4095u, 4096u, 1u, 2u * kMaxBlock + 5u}) {
                 SCOPED_TRACE(frames);
                 for (auto& channel : host.out) channel.assign(channel.size(), kNaN);
                 runSignal(host, frames);
-                float peak = 0.0f;
                 for (auto& channel : host.out) channel.resize(frames);
-                EXPECT_TRUE(finiteFrom(host, 0, &peak));
+                float peak = 0.0f;
+                EXPECT_TRUE(finite(host, &peak));
                 EXPECT_LT(peak, 2.0f);
             }
         }
     }
 }
 
-// ---------------------------------------------------------------------------
-// 3. Control ports
-
 TEST(Lv2CarelessHost, NonsenseOnEveryControlPortIsClampedOrIgnoredAndTheOutputStaysFinite) {
     // Each row after the one before it on the same port: a NaN keeps what the last row left.
-    using Value = float (*)(const ParamRow&);
     const struct {
         const char* name;
-        Value value;
+        float (*value)(const ParamRow&);
         int32_t expect;  // -1 keeps the last value, 0 the row's minimum, 1 its maximum
     } rows[] = {{"+Inf", [](const ParamRow&) { return kInf; }, 1},
                 {"NaN", [](const ParamRow&) { return kNaN; }, -1},
                 {"-Inf", [](const ParamRow&) { return -kInf; }, 0},
                 {"1e30", [](const ParamRow&) { return 1.0e30f; }, 1},
-                {"-1e30", [](const ParamRow&) { return -1.0e30f; }, 0},
                 {"NaN", [](const ParamRow&) { return kNaN; }, -1},
                 {"past the maximum", [](const ParamRow& r) { return r.max + (r.max - r.min) + 1.0f; }, 1},
                 {"below the minimum", [](const ParamRow& r) { return r.min - (r.max - r.min) - 1.0f; }, 0}};
     Lv2TestHost host({2, 48000.0});
-    apply(host, kCurve);
     host.param(kIRLength) = 0.0f;  // should a port switch to FIR: the shortest
-    host.activate();
+    start(host);
     runSignal(host, 64);
     Plug& fx = host.effect();
-    const ParamRow* table = staticParamTable();
     for (int32_t i = 0; i < kNumParams; ++i) {
         if (i == kABBank) continue;  // a slot switch loads another program; its own case below
-        SCOPED_TRACE(table[i].name);
+        const ParamRow& row = *fx.getRow(i);
+        SCOPED_TRACE(row.name);
         const float before = host.param(i);
-        for (const auto& row : rows) {
-            SCOPED_TRACE(row.name);
+        for (const auto& nonsense : rows) {
+            SCOPED_TRACE(nonsense.name);
             const float last = fx.getParameter(i);
-            host.param(i) = row.value(table[i]);
+            host.param(i) = nonsense.value(row);
             runSignal(host, 64);
-            EXPECT_TRUE(finiteFrom(host, 0));
-            const float expected = row.expect < 0 ? last
-                                   : i == kBypass ? float(row.expect)
-                                                  : float(curveToNorm(*fx.getRow(i), row.expect ? fx.getRow(i)->max
-                                                                                                : fx.getRow(i)->min));
+            EXPECT_TRUE(finite(host));
+            const float expected = nonsense.expect < 0 ? last
+                                   : i == kBypass      ? float(nonsense.expect)
+                                                       : float(curveToNorm(row, nonsense.expect ? row.max : row.min));
             EXPECT_EQ(fx.getParameter(i), expected);
         }
         host.param(i) = before;
@@ -200,33 +180,27 @@ TEST(Lv2CarelessHost, NonsenseOnEveryControlPortIsClampedOrIgnoredAndTheOutputSt
     for (const float value : {kNaN, kInf, -kInf, 1.0e30f, -1.0e30f, 100.0f}) {
         host.param(kABBank) = value;
         runSignal(host, 64);
-        EXPECT_TRUE(finiteFrom(host, 0));
+        EXPECT_TRUE(finite(host));
         EXPECT_GE(fx.programStore().currentSlot(), 0);
         EXPECT_LT(fx.programStore().currentSlot(), kNumABSlots);
     }
 }
 
-// ---------------------------------------------------------------------------
-// 4. Activation order, unconnected and shared buffers
-
 TEST(Lv2CarelessHost, ActivationInAnyOrderNullAndSharedBuffers) {
     // a activate, d deactivate, r run 256 frames. Every block is finite;
     // one run after an activation sounds.
-    const char* scripts[] = {"r",      "rdr",    "ar",      "ardar",    "ardardardardar", "aard",
-                             "addar",  "ardrar", "ardr",    "rrdrrar",  "ardddaar"};
-    for (const std::string script : scripts) {
+    for (const std::string script : {"r", "rdr", "ar", "ardar", "ardardardar", "aard", "addar", "ardr", "rrdrrar"}) {
         SCOPED_TRACE(script);
         Lv2TestHost host({2, 48000.0, true, true});
         apply(host, kCurve);
         for (const char step : script) {
             if (step == 'a') host.activate();
             if (step == 'd') host.desc.deactivate(host.handle);
-            if (step != 'r') continue;
-            runSignal(host, 256);
-            ASSERT_TRUE(finiteFrom(host, 0));
+            if (step == 'r') runSignal(host, 256);
+            ASSERT_TRUE(finite(host));
         }
         float peak = 0.0f;
-        EXPECT_TRUE(finiteFrom(host, 0, &peak));
+        finite(host, &peak);
         if (script.ends_with("ar")) {
             EXPECT_GT(peak, 0.05f);
         }
@@ -235,41 +209,33 @@ TEST(Lv2CarelessHost, ActivationInAnyOrderNullAndSharedBuffers) {
     // Ports left unconnected, or connected to null: a missing input is
     // silence, a missing output is skipped, a missing control keeps its value.
     Lv2TestHost host({6, 48000.0});
-    apply(host, kCurve);
-    host.activate();
+    start(host);
     fillSignal(host, 256);
     for (size_t c = 0; c < 6; ++c) host.out[c].assign(256, kNaN);
-    const int32_t nulls[] = {host.ports.audioIn(1), host.ports.audioOut(2), host.ports.param(kGain),
-                             host.ports.enabled(), host.ports.freeWheel(), host.ports.latency(),
-                             host.ports.midiIn(), host.ports.meter(0), host.ports.clip(), host.ports.count(),
-                             host.ports.count() + 1000};
-    for (const int32_t port : nulls) host.desc.connect_port(host.handle, uint32_t(port), nullptr);
+    for (const int32_t port : {host.ports.audioIn(1), host.ports.audioOut(2), host.ports.param(kGain),
+                               host.ports.enabled(), host.ports.freeWheel(), host.ports.latency(), host.ports.midiIn(),
+                               host.ports.meter(0), host.ports.clip(), host.ports.count(), host.ports.count() + 1000})
+        host.desc.connect_port(host.handle, uint32_t(port), nullptr);
     for (size_t c = 0; c < 6; ++c) {
         if (c != 1) host.desc.connect_port(host.handle, uint32_t(host.ports.audioIn(int32_t(c))), host.in[c].data());
         if (c != 2) host.desc.connect_port(host.handle, uint32_t(host.ports.audioOut(int32_t(c))), host.out[c].data());
     }
     for (const uint32_t frames : {256u, 0u, 1u, 255u}) host.desc.run(host.handle, frames);
-    for (size_t c = 0; c < 6; ++c) {
-        SCOPED_TRACE(c);
-        const bool skipped = c == 2;
-        for (const float y : host.out[c]) ASSERT_EQ(!std::isfinite(y), skipped);
-    }
+    for (size_t c = 0; c < 6; ++c)
+        for (const float y : host.out[c]) ASSERT_EQ(!std::isfinite(y), c == 2) << "channel " << c;
 
     // In place: the output written over its own input sounds as with buffers of its own.
     for (const auto& mode : kModes) {
         SCOPED_TRACE(mode.name);
         Lv2TestHost apart({2, 48000.0}), shared({2, 48000.0});
-        for (Lv2TestHost* h : {&apart, &shared}) {
-            apply(*h, kCurve);
-            apply(*h, *mode.ports);
-            h->activate();
-        }
+        start(apart, mode.ports);
+        start(shared, mode.ports);
         for (int32_t b = 0; b < 4; ++b) {
             runSignal(apart, 333);
             fillSignal(shared, 333);
-            for (size_t c = 0; c < 2; ++c) {
-                shared.desc.connect_port(shared.handle, uint32_t(c), shared.in[c].data());
-                shared.desc.connect_port(shared.handle, uint32_t(2 + c), shared.in[c].data());
+            for (uint32_t c = 0; c < 2; ++c) {
+                shared.desc.connect_port(shared.handle, c, shared.in[c].data());
+                shared.desc.connect_port(shared.handle, 2 + c, shared.in[c].data());
             }
             shared.desc.run(shared.handle, 333);
             for (size_t c = 0; c < 2; ++c) ASSERT_EQ(shared.in[c], apart.out[c]);
@@ -277,23 +243,21 @@ TEST(Lv2CarelessHost, ActivationInAnyOrderNullAndSharedBuffers) {
     }
 }
 
-// ---------------------------------------------------------------------------
-// 5. Many instances
-
+// Every layout, hosts with and without a worker or a URID map, in a row and on several threads at once.
 TEST(Lv2CarelessHost, ManyInstancesInARowAndAtOnce) {
     auto lifetime = [](int32_t n) {
         const int32_t channels = 1 + n % lv2ports::kLayoutCount;
-        Lv2TestHost host({channels, n % 3 ? 48000.0 : 44100.0, true, n % 2 == 0});
+        Lv2TestHost host({channels, n % 3 ? 48000.0 : 44100.0, n % 5 != 0, n % 2 == 0});
         if (!host.handle) return false;
-        apply(host, kCurve);
-        host.activate();
+        start(host);
         runSignal(host, 128, 2);
         if (n % 4 == 0) host.doWork();
         runSignal(host, 128);
         host.desc.deactivate(host.handle);
-        return finiteFrom(host, 0);
+        float peak = 0.0f;
+        return finite(host, &peak) && peak > 0.05f;
     };
-    for (int32_t n = 0; n < 50; ++n) ASSERT_TRUE(lifetime(n)) << n;
+    for (int32_t n = 0; n < 40; ++n) ASSERT_TRUE(lifetime(n)) << n;
 
     constexpr int32_t kThreads = 4, kEach = 6;
     std::vector<int32_t> good(kThreads, 0);
@@ -306,9 +270,6 @@ TEST(Lv2CarelessHost, ManyInstancesInARowAndAtOnce) {
     for (int32_t t = 0; t < kThreads; ++t) EXPECT_EQ(good[size_t(t)], kEach) << t;
 }
 
-// ---------------------------------------------------------------------------
-// 6. Damaged or foreign state
-
 TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
     Lv2TestHost source({2, 48000.0});
     source.activate();
@@ -318,55 +279,57 @@ TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
     for (auto& b : noise) b = uint8_t(random());
 
     Lv2TestHost host({2, 48000.0});
-    apply(host, kCurve);
-    host.activate();
+    start(host);
     runSignal(host, 64);
-    const uint32_t chunkKey = host.urids.map(fwlv2::kChunkKeyUri), chunkType = host.urids.map(LV2_ATOM__Chunk);
+    const uint32_t key = host.urids.map(fwlv2::kChunkKeyUri), chunk = host.urids.map(LV2_ATOM__Chunk);
     const struct {
         const char* name;
         std::vector<uint8_t> bytes;
-        uint32_t type;
+        uint32_t key, type;
         size_t claimedSize;
+        LV2_State_Status status;  // success stands for any refusal
     } rows[] = {
-        {"empty", {}, chunkType, 0},
-        {"one zero byte", {0}, chunkType, 0},
-        {"cut in half", {good.begin(), good.begin() + ptrdiff_t(good.size() / 2)}, chunkType, 0},
-        {"cut short", {good.begin(), good.begin() + 8}, chunkType, 0},
-        {"random bytes", noise, chunkType, 0},
-        {"not JSON", bytesOf("hello, equaliser"), chunkType, 0},
-        {"a JSON array", bytesOf("[1, 2, 3]"), chunkType, 0},
-        {"a JSON string", bytesOf("\"parameters\""), chunkType, 0},
-        {"an empty object", bytesOf("{}"), chunkType, 0},
-        {"a foreign object", bytesOf(R"({"tempo": 120, "tracks": [1, 2]})"), chunkType, 0},
-        {"fields of the wrong type", bytesOf(R"({"parameters": 5, "presets": "x", "ab": {}})"), chunkType, 0},
-        {"unterminated", bytesOf(R"({"parameters": {)", false), chunkType, 0},
-        {"a size past 2 GiB", good, chunkType, size_t(1) << 40},
-        {"the largest size", good, chunkType, SIZE_MAX},
-        {"a string atom", good, host.urids.map(LV2_ATOM__String), 0},
-        {"no type", good, 0, 0},
+        {"empty", {}, key, chunk, 0, LV2_STATE_SUCCESS},
+        {"one zero byte", {0}, key, chunk, 0, LV2_STATE_SUCCESS},
+        {"cut in half", {good.begin(), good.begin() + ptrdiff_t(good.size() / 2)}, key, chunk, 0,
+         LV2_STATE_ERR_UNKNOWN},
+        {"cut short", {good.begin(), good.begin() + 8}, key, chunk, 0, LV2_STATE_SUCCESS},
+        {"random bytes", noise, key, chunk, 0, LV2_STATE_SUCCESS},
+        {"not JSON", bytesOf("hello, equaliser"), key, chunk, 0, LV2_STATE_SUCCESS},
+        {"a JSON array", bytesOf("[1, 2, 3]"), key, chunk, 0, LV2_STATE_SUCCESS},
+        {"an empty object", bytesOf("{}"), key, chunk, 0, LV2_STATE_SUCCESS},
+        {"a foreign object", bytesOf(R"({"tempo": 120, "tracks": [1, 2]})"), key, chunk, 0, LV2_STATE_SUCCESS},
+        {"fields of the wrong type", bytesOf(R"({"parameters": 5, "presets": "x", "ab": {}})"), key, chunk, 0,
+         LV2_STATE_SUCCESS},
+        {"unterminated", bytesOf(R"({"parameters": {)", false), key, chunk, 0, LV2_STATE_SUCCESS},
+        {"a size past 2 GiB", good, key, chunk, size_t(1) << 40, LV2_STATE_SUCCESS},
+        {"the largest size", good, key, chunk, SIZE_MAX, LV2_STATE_SUCCESS},
+        {"a string atom", good, key, host.urids.map(LV2_ATOM__String), 0, LV2_STATE_ERR_BAD_TYPE},
+        {"no type", good, key, 0, 0, LV2_STATE_SUCCESS},
+        {"no such key", good, 0, chunk, 0, LV2_STATE_ERR_NO_PROPERTY},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const std::vector<uint8_t> before = savedChunk(host);
         std::vector<float> params(kNumParams);
         for (int32_t i = 0; i < kNumParams; ++i) params[size_t(i)] = host.effect().getParameter(i);
-        StoredProperty damaged{chunkKey, row.type, LV2_STATE_IS_POD, row.bytes, row.claimedSize};
+        StoredProperty damaged{row.key, row.type, LV2_STATE_IS_POD, row.bytes, row.claimedSize};
         if (damaged.bytes.empty()) damaged.bytes.reserve(1);  // a valid pointer to nothing
-        EXPECT_NE(restoreState(host, damaged),
-                  LV2_STATE_SUCCESS);
+        const LV2_State_Status status = restoreState(host, damaged);
+        EXPECT_NE(status, LV2_STATE_SUCCESS);
+        if (row.status != LV2_STATE_SUCCESS) {
+            EXPECT_EQ(status, row.status);
+        }
         for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(host.effect().getParameter(i), params[size_t(i)]) << i;
         EXPECT_EQ(savedChunk(host), before);
         runSignal(host, 64);
-        EXPECT_TRUE(finiteFrom(host, 0));
+        EXPECT_TRUE(finite(host));
     }
     // The good chunk still restores.
-    StoredProperty intact{chunkKey, chunkType, LV2_STATE_IS_POD, good, 0};
+    StoredProperty intact{key, chunk, LV2_STATE_IS_POD, good, 0};
     EXPECT_EQ(restoreState(host, intact), LV2_STATE_SUCCESS);
     EXPECT_EQ(host.effect().getParameter(bandParam(0, kFieldGain)), staticParamTable()[bandParam(0, kFieldGain)].norm);
 }
-
-// ---------------------------------------------------------------------------
-// 7. Non-finite audio in
 
 TEST(Lv2CarelessHost, NonFiniteInputNeverLeavesAndTheOutputRecoversOnEveryLayout) {
     constexpr uint32_t kBlock = 256;
@@ -382,9 +345,7 @@ TEST(Lv2CarelessHost, NonFiniteInputNeverLeavesAndTheOutputRecoversOnEveryLayout
         for (const auto* mode : {&kModes[0], &kModes[2]}) {
             SCOPED_TRACE(testing::Message() << channels << " channels, " << mode->name);
             Lv2TestHost host({channels, 48000.0});
-            apply(host, kCurve);
-            apply(host, *mode->ports);
-            host.activate();
+            start(host, mode->ports);
             runSignal(host, kBlock, 2);
             for (const auto& burst : bursts) {
                 // The burst in one block, on every channel, a few samples apart.
@@ -392,15 +353,15 @@ TEST(Lv2CarelessHost, NonFiniteInputNeverLeavesAndTheOutputRecoversOnEveryLayout
                 for (size_t c = 0; c < host.in.size(); ++c)
                     for (size_t k = 0; k < 4; ++k) host.in[c][10 + 50 * k + c] = burst.samples[k];
                 host.run(kBlock);
-                EXPECT_TRUE(finiteFrom(host, 0)) << "during the burst";
-                // Within a few blocks (the FIR's length) the signal is back.
+                EXPECT_TRUE(finite(host)) << "during the burst";
+                // Within a few blocks (the FIR's length) the signal is back;
+                // the largest floats ring down through the curve's longest decay.
                 runSignal(host, kBlock, 8);
                 float peak = 0.0f;
-                EXPECT_TRUE(finiteFrom(host, 0, &peak));
-                // The largest floats ring down through the curve's longest decay.
+                EXPECT_TRUE(finite(host, &peak));
                 for (int32_t b = 0; !burst.settlesSoon && b < 256 && !(peak < 2.0f); ++b) {
                     runSignal(host, kBlock);
-                    EXPECT_TRUE(finiteFrom(host, 0, &peak));
+                    EXPECT_TRUE(finite(host, &peak));
                 }
                 EXPECT_GT(peak, 0.05f);
                 EXPECT_LT(peak, 2.0f);

@@ -1,6 +1,6 @@
-// The plug-in sounds exactly like the offline renderer: settings made before
-// activation are in force from the first sample, the output does not depend
-// on how the host cuts its blocks or when it moves the ports, and MIDI lands
+// The plug-in sounds exactly like the offline renderer on every layout:
+// settings made before activation are in force from the first sample, the
+// output does not depend on how the host cuts its blocks or when it moves the ports, and MIDI lands
 // on its frame. The output ports report in the host's channel order.
 
 #include <gtest/gtest.h>
@@ -33,7 +33,7 @@ constexpr size_t kMoveAt = 1536;
 // A 1 kHz sine at 48 kHz, each channel louder and a little later in phase.
 float signal(size_t channel, size_t s) {
     const double phase = 2.0 * M_PI * double(s) / 48.0 + 0.3 * double(channel);
-    return 0.1f * (1.0f + 0.25f * float(channel)) * float(std::sin(phase));
+    return 0.1f * (1.0f + 0.125f * float(channel)) * float(std::sin(phase));
 }
 
 // What the renderer's host makes of the same settings and signal, `change` made at frame `at`.
@@ -86,7 +86,7 @@ void enableMidi(Plug& fx) {
 }  // namespace
 
 TEST(Lv2Exactness, MatchesTheRendererFromTheFirstSampleInAnyBlockSizeAndAfterAMove) {
-    for (int32_t channels : {1, 2, 6}) {
+    for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
         SCOPED_TRACE(channels);
         const HostSetup setup{channels, 48000.0, true, false};
         Lv2TestHost host(setup);
@@ -99,7 +99,7 @@ TEST(Lv2Exactness, MatchesTheRendererFromTheFirstSampleInAnyBlockSizeAndAfterAMo
         EXPECT_GT(std::sqrt(energy / 256.0) / (0.1 / std::sqrt(2.0)), 3.6);
         // The meters follow the host's channel order (the effect's own differs).
         for (int32_t c = 0; c < channels; ++c)
-            EXPECT_NEAR(host.control(host.ports.meter(c)), 20.0 * std::log10(0.398 * (1.0 + 0.25 * c)), 0.3);
+            EXPECT_NEAR(host.control(host.ports.meter(c)), 20.0 * std::log10(0.398 * (1.0 + 0.125 * c)), 0.3);
         EXPECT_EQ(host.control(host.ports.clip()), 0.0f);
         EXPECT_EQ(host.control(host.ports.latency()), 0.0f);
         if (channels == 2) {

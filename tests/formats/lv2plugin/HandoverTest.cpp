@@ -24,18 +24,6 @@ bool updatedSoon(Plug& fx, int64_t before) {
 
 }  // namespace
 
-TEST(Lv2Instantiation, EightLayoutsAndHostsWithoutAMap) {
-    for (int32_t i = 0; i < lv2ports::kLayoutCount; ++i)
-        EXPECT_EQ(lv2_descriptor(uint32_t(i))->URI, lv2ports::pluginUri(i + 1));
-    EXPECT_EQ(lv2_descriptor(uint32_t(lv2ports::kLayoutCount)), nullptr);
-
-    // A host with no urid:map still gets a working equaliser.
-    Lv2TestHost bare({2, 48000.0, false, false});
-    ASSERT_NE(bare.handle, nullptr);
-    bare.activate();
-    bare.run(64);
-}
-
 TEST(Lv2Handover, RunWritesThePortsAndTheUpdateFollowsOnTheWorkerOrBeforeTheBlock) {
     for (const bool worker : {true, false}) {
         SCOPED_TRACE(worker ? "worker" : "no worker");

@@ -1,5 +1,7 @@
-// The whole state is saved as one chunk property and restored from it; a
-// damaged or foreign one is refused and changes nothing.
+// The whole state is one portable chunk property. Saving a preset from the
+// editor in between session saves leaves every program and slot in the chunk.
+// (A damaged chunk: CarelessHostTest; a round trip through a host's files:
+// Lv2AudioTest.)
 
 #include <gtest/gtest.h>
 
@@ -11,39 +13,6 @@
 
 #include "Lv2TestHost.h"
 #include "session/PlugEd.h"
-
-TEST(Lv2State, TheWholeStateRoundTripsAndDamageIsRefused) {
-    const int32_t gain = bandParam(2, kFieldGain), frequency = bandParam(2, kFieldFrequency);
-    const HostSetup setup{2, 48000.0, true, true};
-    Lv2TestHost first(setup);
-    first.activate();
-    first.param(gain) = -0.5f;
-    first.param(frequency) = 3150.0f;
-    first.run(32);
-    first.doWork();
-
-    StoredProperty saved;
-    ASSERT_EQ(saveState(first, saved), LV2_STATE_SUCCESS);
-    EXPECT_EQ(saved.key, first.urids.map(fwlv2::kChunkKeyUri));
-    EXPECT_EQ(saved.type, first.urids.map(LV2_ATOM__Chunk));
-    EXPECT_EQ(saved.flags, uint32_t(LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE));
-
-    Lv2TestHost second(setup);
-    ASSERT_EQ(restoreState(second, saved), LV2_STATE_SUCCESS);
-    for (int32_t i : {gain, frequency}) EXPECT_EQ(second.effect().getParameter(i), first.effect().getParameter(i));
-
-    // A cut chunk, a foreign type and a missing key change nothing.
-    Lv2TestHost third(setup);
-    StoredProperty damaged = saved;
-    damaged.bytes.resize(damaged.bytes.size() / 2);
-    EXPECT_EQ(restoreState(third, damaged), LV2_STATE_ERR_UNKNOWN);
-    damaged = saved;
-    damaged.type = first.urids.map(LV2_ATOM__String);
-    EXPECT_EQ(restoreState(third, damaged), LV2_STATE_ERR_BAD_TYPE);
-    damaged.key = 0;
-    EXPECT_EQ(restoreState(third, damaged), LV2_STATE_ERR_NO_PROPERTY);
-    EXPECT_EQ(third.effect().getParameter(gain), staticParamTable()[gain].norm);
-}
 
 TEST(Lv2State, APresetSavedByTheEditorLeavesTheSessionWhole) {
     const HostSetup setup{2, 48000.0, true, true};
@@ -62,6 +31,9 @@ TEST(Lv2State, APresetSavedByTheEditorLeavesTheSessionWhole) {
     ASSERT_TRUE(PlugEd::of(fx)->savePreset(preset));
     StoredProperty session;
     ASSERT_EQ(saveState(first, session), LV2_STATE_SUCCESS);
+    EXPECT_EQ(session.key, first.urids.map(fwlv2::kChunkKeyUri));
+    EXPECT_EQ(session.type, first.urids.map(LV2_ATOM__Chunk));
+    EXPECT_EQ(session.flags, uint32_t(LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE));
 
     Lv2TestHost fresh(setup);
     ASSERT_EQ(restoreState(fresh, session), LV2_STATE_SUCCESS);
