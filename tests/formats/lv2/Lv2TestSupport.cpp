@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <random>
 #include <stdexcept>
 #include <thread>
@@ -38,15 +37,6 @@ lv2ports::Ports portsOf(const lv2host::Instance& fx) { return {int32_t(fx.audioI
 
 void setParam(lv2host::Instance& fx, int32_t index, float real) {
     fx.control(uint32_t(portsOf(fx).param(index))) = real;
-}
-
-float wordValue(int32_t index, const char* word) {
-    int32_t count = 0, first = 0;
-    const char* const* words = choiceWords(index, &count, &first);
-    for (int32_t k = 0; words && k < count; ++k)
-        if (std::strcmp(words[k], word) == 0) return float(first + k);
-    ADD_FAILURE() << "row " << staticParamTable()[index].name << " has no word " << word;
-    return 0.0f;
 }
 
 void setPeakBand(lv2host::Instance& fx, int32_t band, double hz, double db, double q) {
@@ -113,35 +103,8 @@ Channels noise(int32_t channels, int64_t frames, float peak, uint32_t seed) {
     return x;
 }
 
-Channels sine(int32_t channels, int64_t frames, double hz, float peak) { return tones(channels, frames, {hz}, peak); }
-
-Channels tones(int32_t channels, int64_t frames, const std::vector<double>& hz, float peakEach) {
+Channels sine(int32_t channels, int64_t frames, double hz, float peak) {
     std::vector<float> one(static_cast<size_t>(frames));
-    for (int64_t s = 0; s < frames; ++s) {
-        double v = 0.0;
-        for (double f : hz) v += std::sin(2.0 * M_PI * f * double(s) / kTestRate);
-        one[size_t(s)] = float(peakEach * v);
-    }
+    for (int64_t s = 0; s < frames; ++s) one[size_t(s)] = float(peak * std::sin(2.0 * M_PI * hz * double(s) / kTestRate));
     return Channels(size_t(channels), one);
-}
-
-double amplitudeAt(const std::vector<float>& x, double hz, size_t from, size_t to) {
-    double re = 0.0, im = 0.0, weight = 0.0;
-    const double n = double(to - from);
-    for (size_t s = from; s < to; ++s) {
-        const double k = double(s - from);
-        const double w = 0.5 - 0.5 * std::cos(2.0 * M_PI * (k + 0.5) / n);
-        const double phase = 2.0 * M_PI * hz * double(s) / kTestRate;
-        re += w * x[s] * std::cos(phase);
-        im += w * x[s] * std::sin(phase);
-        weight += w;
-    }
-    return 2.0 * std::sqrt(re * re + im * im) / weight;
-}
-
-std::string layoutTestName(const ::testing::TestParamInfo<int32_t>& info) {
-    std::string name = channelLayoutName(info.param);
-    for (char& c : name)
-        if (c == '.') c = '_';
-    return name;
 }

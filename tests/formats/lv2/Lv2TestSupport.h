@@ -1,7 +1,7 @@
 #pragma once
 // What the LV2 tests share: the lilv world of the bundle in the build tree,
 // instances of our plug-ins with every port connected, parameter rows set by
-// their real values, and signals and their measurement.
+// their real values, and signals run through them.
 
 #include <gtest/gtest.h>
 
@@ -48,8 +48,6 @@ std::unique_ptr<lv2host::Instance> makeInstance(int32_t channels, const Instance
 lv2ports::Ports portsOf(const lv2host::Instance& fx);
 // Sets the control port of a parameter row to a real value.
 void setParam(lv2host::Instance& fx, int32_t index, float real);
-// The real value of a word of a choice row ("Linear" of the phase row, ...).
-float wordValue(int32_t index, const char* word);
 // Band b (0-based) on as a peak at hz with gain in dB: the gain row takes
 // dB over the Scale now on the Scale port (pick a Scale that makes it exact).
 void setPeakBand(lv2host::Instance& fx, int32_t band, double hz, double db, double q = 0.707);
@@ -66,13 +64,5 @@ void settle(lv2host::Instance& fx, int64_t frames, int32_t wallMs, int32_t block
 void expectIdentical(const Channels& a, const Channels& b);
 
 Channels noise(int32_t channels, int64_t frames, float peak, uint32_t seed);
+// The same sine on every channel.
 Channels sine(int32_t channels, int64_t frames, double hz, float peak);
-// A sum of sines of equal peak, the same on every channel.
-Channels tones(int32_t channels, int64_t frames, const std::vector<double>& hz, float peakEach);
-
-// Amplitude of the component at hz over samples [from, to) of x, through a
-// Hann window, so neighbouring tones a few hundred hertz away do not leak in.
-double amplitudeAt(const std::vector<float>& x, double hz, size_t from, size_t to);
-
-// "stereo", "5_1": a layout's name as a test name.
-std::string layoutTestName(const ::testing::TestParamInfo<int32_t>& info);
