@@ -1,5 +1,5 @@
 // The generated LV2 bundle read back through lilv as a host reads it: the
-// manifest's plug-ins, their ports against the port layout and the table,
+// manifest's plug-ins, their ports against the port layout and the effect,
 // the factory presets against the effect playing the factory bank; and the
 // literals the generator writes.
 
@@ -98,7 +98,7 @@ protected:
 LilvWorld* Lv2Turtle::world = nullptr;
 std::vector<LilvNode*> Lv2Turtle::nodes;
 
-TEST_F(Lv2Turtle, ManifestListsExactlyTheEightLayoutsAsEqualisers) {
+TEST_F(Lv2Turtle, TheEightLayoutsAreEqualisersWithPortsWhereTheLayoutPutsThem) {
     std::set<std::string> listed, wanted;
     LILV_FOREACH (plugins, it, lilv_world_get_all_plugins(world))
         listed.insert(text(lilv_plugin_get_uri(lilv_plugins_get(lilv_world_get_all_plugins(world), it))));
@@ -109,19 +109,9 @@ TEST_F(Lv2Turtle, ManifestListsExactlyTheEightLayoutsAsEqualisers) {
     for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
         const LilvPlugin* p = plugin(channels);
         ASSERT_NE(p, nullptr);
-        LilvNode* name = lilv_plugin_get_name(p);
-        EXPECT_EQ(text(name), std::string("Fenwoldrine (") + channelLayoutName(channels) + ")");
-        lilv_node_free(name);
         LilvNodes* types = lilv_plugin_get_value(p, uri("http://www.w3.org/1999/02/22-rdf-syntax-ns#type"));
         EXPECT_TRUE(lilv_nodes_contains(types, uri(kLv2, "EQPlugin"))) << channels;
         lilv_nodes_free(types);
-    }
-}
-
-TEST_F(Lv2Turtle, PortsFollowThePortLayoutWithUniqueValidSymbols) {
-    for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
-        const LilvPlugin* p = plugin(channels);
-        ASSERT_NE(p, nullptr);
         const lv2ports::Ports ports{channels};
         ASSERT_EQ(int32_t(lilv_plugin_get_num_ports(p)), ports.count()) << channels;
 
@@ -139,6 +129,8 @@ TEST_F(Lv2Turtle, PortsFollowThePortLayoutWithUniqueValidSymbols) {
         EXPECT_EQ(designated("InputPort", "enabled"), ports.enabled());
         EXPECT_EQ(designated("InputPort", "freeWheeling"), ports.freeWheel());
         EXPECT_EQ(designated("InputPort", "control"), ports.midiIn());
+        EXPECT_TRUE(lilv_port_supports_event(p, lilv_plugin_get_port_by_index(p, uint32_t(ports.midiIn())),
+                                             uri("http://lv2plug.in/ns/ext/midi#MidiEvent")));
         EXPECT_EQ(int32_t(lilv_plugin_get_latency_port_index(p)), ports.latency());
 
         // Each channel has one designation, the same on its input and output,
