@@ -1,93 +1,104 @@
-// The output format chosen from the input's and the options, and the channel
-// order that connects file channels to the effect's slots.
+// Word-length reduction (the quantiser and its TPDF dither) and the output
+// format planned from the input's and the options.
 
 #include <gtest/gtest.h>
 #include <sndfile.h>
 
-#include <algorithm>
+#include <cmath>
+#include <limits>
 
-#include "tools/render/ChannelOrder.h"
+#include "tools/render/Dither.h"
 #include "tools/render/RenderError.h"
 #include "tools/render/SoundFormat.h"
 
-namespace {
-
-OutputPlan plan(int32_t input, std::optional<Container> c = {}, std::optional<WordLength> b = {},
-                bool dither = true) {
-    return planOutput(input, c, b, dither, 2, 48000);
-}
-
-}  // namespace
-
-TEST(OutputPlan, KeepsTheInputFormatByDefault) {
-    const OutputPlan p = plan(SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
-    EXPECT_EQ(p.format, SF_FORMAT_AIFF | SF_FORMAT_PCM_24);
-    EXPECT_EQ(p.kind, SampleKind::kInteger);
-    EXPECT_EQ(p.bits, 24);
-    EXPECT_FALSE(p.dither);
-    EXPECT_EQ(plan(SF_FORMAT_WAVEX | SF_FORMAT_FLOAT, Container::kWav).format, SF_FORMAT_WAVEX | SF_FORMAT_FLOAT);
-    EXPECT_EQ(plan(SF_FORMAT_CAF | SF_FORMAT_FLOAT).kind, SampleKind::kFloat);
-}
-
-TEST(OutputPlan, OptionsChangeContainerAndWordLength) {
-    EXPECT_EQ(plan(SF_FORMAT_WAV | SF_FORMAT_PCM_16, Container::kFlac).format, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
-    EXPECT_EQ(plan(SF_FORMAT_FLAC | SF_FORMAT_PCM_24, Container::kW64, WordLength::kFloat).format,
-              SF_FORMAT_W64 | SF_FORMAT_FLOAT);
-    EXPECT_EQ(plan(SF_FORMAT_WAV | SF_FORMAT_PCM_U8, Container::kAiff).format, SF_FORMAT_AIFF | SF_FORMAT_PCM_S8);
-    EXPECT_EQ(plan(SF_FORMAT_CAF | SF_FORMAT_ALAC_20, Container::kWav).format, SF_FORMAT_WAV | SF_FORMAT_PCM_24);
-}
-
-TEST(OutputPlan, DithersOnlyWhenTheWordLengthShrinks) {
-    EXPECT_TRUE(plan(SF_FORMAT_WAV | SF_FORMAT_FLOAT, {}, WordLength::kPcm32).dither);
-    EXPECT_TRUE(plan(SF_FORMAT_WAV | SF_FORMAT_DOUBLE, {}, WordLength::kPcm16).dither);
-    EXPECT_TRUE(plan(SF_FORMAT_WAV | SF_FORMAT_PCM_24, {}, WordLength::kPcm16).dither);
-    EXPECT_FALSE(plan(SF_FORMAT_WAV | SF_FORMAT_PCM_24, {}, WordLength::kPcm16, false).dither);
-    EXPECT_FALSE(plan(SF_FORMAT_WAV | SF_FORMAT_PCM_16, {}, WordLength::kPcm16).dither);
-    EXPECT_FALSE(plan(SF_FORMAT_WAV | SF_FORMAT_PCM_16, {}, WordLength::kPcm24).dither);
-    EXPECT_FALSE(plan(SF_FORMAT_WAV | SF_FORMAT_PCM_24, {}, WordLength::kFloat).dither);
-}
-
-TEST(OutputPlan, RefusesFlacWithoutRoomForTheSamples) {
-    try {
-        plan(SF_FORMAT_WAV | SF_FORMAT_PCM_16, Container::kFlac, WordLength::kFloat);
-        ADD_FAILURE() << "FLAC accepted float samples";
-    } catch (const RenderError& e) {
-        EXPECT_EQ(e.status(), ExitStatus::kUsage);
-        EXPECT_NE(std::string(e.what()).find("FLAC holds at most 24-bit"), std::string::npos);
+TEST(Quantiser, RoundsClampsAndLeftJustifiesEveryLength) {
+    constexpr double kInf = std::numeric_limits<double>::infinity();
+    struct Row {
+        int32_t bits;
+        double x;
+        int64_t code;  // at the word length, before justification
+        bool clipped;
+    };
+    const Row rows[] = {
+        {16, 1000.0 / 32768.0, 1000, false}, {16, -1.0, -32768, false},       {16, 10.4 / 32768.0, 10, false},
+        {16, 10.6 / 32768.0, 11, false},     {16, -10.6 / 32768.0, -11, false}, {16, 1.0, 32767, true},
+        {16, -1.5, -32768, true},            {16, kInf, 32767, true},          {16, -kInf, -32768, true},
+        {8, -0.5, -64, false},               {24, 0.25, 1 << 21, false},       {32, -0.5, -(1 << 30), false},
+        {32, 2.0, std::numeric_limits<int32_t>::max(), true},                  {24, NAN, 0, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(std::to_string(row.bits) + " bits, " + std::to_string(row.x));
+        Quantiser q(row.bits, false);
+        EXPECT_EQ(q.quantise(row.x), int32_t(row.code * (int64_t(1) << (32 - row.bits))));
+        EXPECT_EQ(q.clippedCount(), row.clipped ? 1 : 0);
+        EXPECT_EQ(q.notNumberCount(), std::isnan(row.x) ? 1 : 0);
     }
-    EXPECT_THROW(plan(SF_FORMAT_WAV | SF_FORMAT_PCM_16, Container::kFlac, WordLength::kPcm32), RenderError);
-    EXPECT_THROW(plan(SF_FORMAT_WAV | SF_FORMAT_FLOAT, Container::kFlac), RenderError);
-    EXPECT_EQ(plan(SF_FORMAT_WAV | SF_FORMAT_FLOAT, Container::kFlac, WordLength::kPcm24).format,
-              SF_FORMAT_FLAC | SF_FORMAT_PCM_24);
-    EXPECT_EQ(describeFormat(SF_FORMAT_WAVEX | SF_FORMAT_FLOAT), "WAV 32-bit float");
 }
 
-TEST(ChannelOrder, FilePositionsReplaceTheHostIndices) {
-    // 5.1 files run L R C LFE Ls Rs; the effect's slots run L R Ls Rs C LFE.
-    const std::vector<ChannelSlot> slots = fileChannelLayout(6);
-    ASSERT_EQ(slots.size(), 6u);
-    const char* labels[] = {"Left", "Right", "Ls", "Rs", "Center", "LFE"};
-    const int32_t positions[] = {0, 1, 4, 5, 2, 3};
-    for (size_t s = 0; s < 6; ++s) {
-        EXPECT_STREQ(slots[s].label, labels[s]);
-        EXPECT_EQ(slots[s].hostIndex, positions[s]) << labels[s];
+TEST(Quantiser, DitherIsATriangleOverOneLsbEachSide) {
+    TpdfDither d;
+    constexpr int kDraws = 200000;
+    double sum = 0.0, squares = 0.0;
+    int inner = 0;  // |x| < 0.5 holds 3/4 of a triangle over (-1, 1)
+    for (int k = 0; k < kDraws; ++k) {
+        const double x = d.next();
+        ASSERT_GT(x, -1.0);
+        ASSERT_LT(x, 1.0);
+        sum += x;
+        squares += x * x;
+        inner += std::fabs(x) < 0.5;
     }
-    EXPECT_EQ(fileChannelLayout(3)[2].hostIndex, 2);  // L R C: Center is the third in the file too
-    EXPECT_EQ(fileChannelLayout(4)[3].hostIndex, 3);  // Surr
+    EXPECT_NEAR(sum / kDraws, 0.0, 0.01);
+    EXPECT_NEAR(squares / kDraws, 1.0 / 6.0, 0.005);
+    EXPECT_NEAR(double(inner) / kDraws, 0.75, 0.01);
+    // Not a number is silence, dithered or not.
+    Quantiser dithered(16, true);
+    EXPECT_LE(std::abs(dithered.quantise(NAN) >> 16), 1);
 }
 
-TEST(ChannelOrder, EveryFileChannelReachesExactlyOneSlot) {
-    for (int32_t n = 1; n <= 8; ++n) {
-        const std::vector<ChannelSlot> slots = fileChannelLayout(n);
-        ASSERT_EQ(int32_t(slots.size()), n);
-        std::vector<int32_t> seen;
-        for (const ChannelSlot& s : slots) {
-            seen.push_back(s.hostIndex);
-            EXPECT_EQ(fileChannelLabels(n)[size_t(s.hostIndex)], s.label);
+TEST(OutputPlan, FollowsTheInputUnlessTheOptionsSayOtherwise) {
+    struct Row {
+        int32_t input;
+        std::optional<Container> container;
+        std::optional<WordLength> bits;
+        bool ditherWanted;
+        int32_t format;  // 0 when refused
+        bool dither;
+    };
+    const Row rows[] = {
+        {SF_FORMAT_AIFF | SF_FORMAT_PCM_24, {}, {}, true, SF_FORMAT_AIFF | SF_FORMAT_PCM_24, false},
+        {SF_FORMAT_WAVEX | SF_FORMAT_FLOAT, Container::kWav, {}, true, SF_FORMAT_WAVEX | SF_FORMAT_FLOAT, false},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_16, Container::kFlac, {}, true, SF_FORMAT_FLAC | SF_FORMAT_PCM_16, false},
+        {SF_FORMAT_FLAC | SF_FORMAT_PCM_24, Container::kW64, WordLength::kFloat, true, SF_FORMAT_W64 | SF_FORMAT_FLOAT,
+         false},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_U8, Container::kAiff, {}, true, SF_FORMAT_AIFF | SF_FORMAT_PCM_S8, false},
+        {SF_FORMAT_CAF | SF_FORMAT_ALAC_20, Container::kWav, {}, true, SF_FORMAT_WAV | SF_FORMAT_PCM_24, false},
+        // Dither only when an integer word gets shorter, and only when wanted.
+        {SF_FORMAT_WAV | SF_FORMAT_FLOAT, {}, WordLength::kPcm32, true, SF_FORMAT_WAV | SF_FORMAT_PCM_32, true},
+        {SF_FORMAT_WAV | SF_FORMAT_DOUBLE, {}, WordLength::kPcm16, true, SF_FORMAT_WAV | SF_FORMAT_PCM_16, true},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_24, {}, WordLength::kPcm16, true, SF_FORMAT_WAV | SF_FORMAT_PCM_16, true},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_24, {}, WordLength::kPcm16, false, SF_FORMAT_WAV | SF_FORMAT_PCM_16, false},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_16, {}, WordLength::kPcm16, true, SF_FORMAT_WAV | SF_FORMAT_PCM_16, false},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_16, {}, WordLength::kPcm24, true, SF_FORMAT_WAV | SF_FORMAT_PCM_24, false},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_24, {}, WordLength::kFloat, true, SF_FORMAT_WAV | SF_FORMAT_FLOAT, false},
+        // FLAC holds at most 24-bit integers.
+        {SF_FORMAT_WAV | SF_FORMAT_FLOAT, Container::kFlac, WordLength::kPcm24, true, SF_FORMAT_FLAC | SF_FORMAT_PCM_24,
+         true},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_16, Container::kFlac, WordLength::kFloat, true, 0, false},
+        {SF_FORMAT_WAV | SF_FORMAT_PCM_16, Container::kFlac, WordLength::kPcm32, true, 0, false},
+        {SF_FORMAT_WAV | SF_FORMAT_FLOAT, Container::kFlac, {}, true, 0, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(describeFormat(row.input) + " -> " + (row.format ? describeFormat(row.format) : "refused"));
+        try {
+            const OutputPlan p = planOutput(row.input, row.container, row.bits, row.ditherWanted, 2, 48000);
+            EXPECT_EQ(p.format, row.format);
+            EXPECT_EQ(p.dither, row.dither);
+            EXPECT_EQ(p.kind, encodingOf(row.format).kind);
+        } catch (const RenderError& e) {
+            EXPECT_EQ(row.format, 0) << e.what();
+            EXPECT_EQ(e.status(), ExitStatus::kUsage);
+            EXPECT_NE(std::string(e.what()).find("FLAC holds at most 24-bit"), std::string::npos) << e.what();
         }
-        std::sort(seen.begin(), seen.end());
-        for (int32_t k = 0; k < n; ++k) EXPECT_EQ(seen[size_t(k)], k);
     }
-    EXPECT_TRUE(fileChannelLayout(9).empty());
-    EXPECT_TRUE(fileChannelLayout(0).empty());
 }
