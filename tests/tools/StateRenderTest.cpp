@@ -1,10 +1,12 @@
-// Saved states from outside: a session saved with --save-state and restored
-// with --state renders bit for bit the same, and a file that is not a state
-// stops the renderer before anything is written.
+// Saved states, presets and banks from outside, as a user of the renderer
+// meets them: what was saved renders bit for bit the same when loaded, a
+// --set after a state wins, a bank's programs are chosen by number, and the
+// preset menu lists the folder sorted.
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 
@@ -12,66 +14,64 @@
 
 namespace {
 
-constexpr int32_t kRate = 44100;
+using Strings = std::vector<std::string>;
 
-std::vector<uint8_t> bytesOf(const std::string& path) {
+Strings operator+(Strings a, const Strings& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+
+std::string bytesOf(const std::string& path) {
     std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // Noise and a sine, so every band has something to work on.
 std::string writeSignal(const ScratchDir& dir) {
-    Audio a = sineAudio(2, kRate, kRate / 2, 0.4, 997.0);
+    Audio a = sineAudio(2, 44100, 22050, 0.4, 997.0);
     uint32_t seed = 12345;
     for (double& x : a.samples) {
         seed = seed * 1664525u + 1013904223u;
         x += 0.2 * (double(seed >> 8) / double(1u << 24) - 0.5);
     }
-    const std::string path = dir / "in.wav";
-    writeFloatFile(path, a, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
-    return path;
+    writeFloatFile(dir / "in.wav", a, SF_FORMAT_WAV | SF_FORMAT_FLOAT);
+    return dir / "in.wav";
 }
 
-std::vector<std::string> settings(const std::string& mode) {
-    return {"--set", "Mode=" + mode,        "--set", "Gain=-1.3",          "--set", "Band1 State=On",
-            "--set", "Band1 Gain=4.5",      "--set", "Band1 Frequency=180", "--set", "Band1 Q=0.8",
-            "--set", "Band2 State=On",      "--set", "Band2 Type=HSh",     "--set", "Band2 Gain=-2",
-            "--set", "Band2 Frequency=9000", "--set", "Band3 State=On",     "--set", "Band3 Type=HPF",
-            "--set", "Band3 Frequency=30"};
+Strings shelf(const std::string& gain) {
+    return {"--set", "Band1 State=On", "--set", "Band1 Type=HSh", "--set", "Band1 Gain=" + gain,
+            "--set", "Band1 Frequency=300"};
+}
+
+// Renders in to dir/name with the options and returns the file's bytes.
+std::string rendered(const ScratchDir& dir, const std::string& in, const Strings& options, const std::string& name) {
+    const RunResult r = runRenderer(options + Strings{"-q", in, dir / name});
+    EXPECT_EQ(r.status, 0) << r.err;
+    return bytesOf(dir / name);
 }
 
 }  // namespace
 
 TEST(StateRender, ASavedSessionRendersBitForBitWhenRestored) {
     for (const std::string mode : {"IIR", "FIR"}) {
+        SCOPED_TRACE(mode);
         ScratchDir dir;
         const std::string in = writeSignal(dir);
-        std::vector<std::string> first = settings(mode);
-        const std::vector<std::string> rest = {"-q", "--save-state", dir / "session.fws", in, dir / "a.wav"};
-        first.insert(first.end(), rest.begin(), rest.end());
-        const RunResult saved = runRenderer(first);
-        ASSERT_EQ(saved.status, 0) << saved.err;
-
-        const RunResult restored =
-            runRenderer({"-q", "--state", dir / "session.fws", in, dir / "b.wav"});
-        ASSERT_EQ(restored.status, 0) << restored.err;
-        const std::vector<uint8_t> a = bytesOf(dir / "a.wav");
-        EXPECT_GT(a.size(), size_t(kRate));
-        EXPECT_TRUE(a == bytesOf(dir / "b.wav")) << mode;
-
+        const Strings settings = {"--set", "Mode=" + mode, "--set", "Gain=-1.3", "--set", "Band2 State=On",
+                                  "--set", "Band2 Type=HPF", "--set", "Band2 Frequency=30"};
+        const std::string a = rendered(dir, in, settings + shelf("4.5") + Strings{"--save-state", dir / "s.fws"}, "a.wav");
+        EXPECT_GT(a.size(), size_t(44100));
+        EXPECT_TRUE(a == rendered(dir, in, {"--state", dir / "s.fws"}, "b.wav"));
         // The state does change the sound: without it the render differs.
-        ASSERT_EQ(runRenderer({"-q", in, dir / "c.wav"}).status, 0);
-        EXPECT_FALSE(a == bytesOf(dir / "c.wav")) << mode;
+        EXPECT_FALSE(a == rendered(dir, in, {}, "c.wav"));
     }
 }
 
 TEST(StateRender, SettingsAfterTheStateWinAndTheStateAloneCanBeWritten) {
     ScratchDir dir;
     ASSERT_EQ(runRenderer({"--save-state", dir / "s.fws", "--set", "Gain=3", "--set", "Band1 State=On"}).status, 0);
-    const std::vector<uint8_t> chunk = bytesOf(dir / "s.fws");
-    ASSERT_GE(chunk.size(), 4u);
-    EXPECT_EQ(std::string(chunk.begin(), chunk.begin() + 4), "ZIP ");
-
+    const std::string chunk = bytesOf(dir / "s.fws");
+    EXPECT_EQ(chunk.substr(0, 4), "ZIP ");
     // The state, then a --set over it: the same as making both settings anew.
     ASSERT_EQ(runRenderer({"--save-state", dir / "t.fws", "--state", dir / "s.fws", "--set", "Gain=-6"}).status, 0);
     ASSERT_EQ(runRenderer({"--save-state", dir / "u.fws", "--set", "Band1 State=On", "--set", "Gain=-6"}).status, 0);
@@ -79,23 +79,34 @@ TEST(StateRender, SettingsAfterTheStateWinAndTheStateAloneCanBeWritten) {
     EXPECT_FALSE(bytesOf(dir / "t.fws") == chunk);
 }
 
-TEST(StateRender, FilesThatAreNotStatesAreRefusedBeforeAnythingIsWritten) {
+TEST(PresetRender, APresetAndABanksProgramsRenderAsSaved) {
     ScratchDir dir;
     const std::string in = writeSignal(dir);
-    std::ofstream(dir / "garbage.fws") << "{ this is not a state";
-    std::ofstream(dir / "array.fws") << "[1, 2, 3]";
-    std::ofstream(dir / "zip.fws") << "ZIP \x78\x9c\x01\x02\x03";
-    for (const std::string bad : {"garbage.fws", "array.fws", "zip.fws", "missing.fws"}) {
-        const RunResult r = runRenderer({"--state", dir / bad, in, dir / "out.wav"});
-        EXPECT_EQ(r.status, 2) << bad;
-        EXPECT_NE(r.err.find(bad), std::string::npos) << r.err;
-        EXPECT_FALSE(fileExists(dir / "out.wav")) << bad;
-    }
-    const RunResult audio = runRenderer({"--state", in, in, dir / "out.wav"});
-    EXPECT_EQ(audio.status, 2);
-    EXPECT_NE(audio.err.find("not a saved state"), std::string::npos) << audio.err;
+    const std::string flat = rendered(dir, in, {}, "flat.wav");
+    const std::string saved = rendered(dir, in, shelf("4") + Strings{"--save-preset", dir / "p.fwi"}, "a.wav");
+    EXPECT_FALSE(saved == flat);
+    EXPECT_TRUE(saved == rendered(dir, in, {"--preset", dir / "p.fwi"}, "b.wav"));
 
-    const RunResult unwritable = runRenderer({"--save-state", dir / "no/such/folder/s.fws"});
-    EXPECT_EQ(unwritable.status, 1);
-    EXPECT_NE(unwritable.err.find("cannot write state"), std::string::npos) << unwritable.err;
+    // A bank whose program 3 holds a shelf, saved as a host would save a session.
+    const RunResult made = runRenderer(shelf("-5") + Strings{"--program", "3", "--save-state", dir / "bank.fwb"});
+    ASSERT_EQ(made.status, 0) << made.err;
+    const std::string lowered = rendered(dir, in, shelf("-5"), "shelf.wav");
+    EXPECT_TRUE(rendered(dir, in, {"--bank", dir / "bank.fwb", "--program", "3"}, "p3.wav") == lowered);
+    EXPECT_TRUE(rendered(dir, in, {"--bank", dir / "bank.fwb", "--program", "1"}, "p1.wav") == flat);
+    // Without --program the bank's own current program plays.
+    EXPECT_TRUE(rendered(dir, in, {"--bank", dir / "bank.fwb"}, "cur.wav") == lowered);
+}
+
+TEST(PresetRender, TheListShowsTheProgramsAndTheSortedFolder) {
+    // The preset folder of the renderer runs: inside the test program's own home.
+    const char* data = std::getenv("XDG_DATA_HOME");
+    const std::string folder = std::string(data != nullptr ? data : "") + "/Kestrawn/Fenwoldrine/Presets/";
+    std::filesystem::create_directories(folder + "Mastering");
+    for (const char* name : {"Mastering/10 Dark.fwi", "Mastering/2 Bright.fwi", "Air.fwi"})
+        ASSERT_EQ(runRenderer(shelf("2") + Strings{"--save-preset", folder + name}).status, 0);
+    std::ofstream(folder + "notes.txt") << "not a preset";
+    std::ofstream(folder + "broken.fwi") << "{ damaged";
+    const RunResult listed = runRenderer({"--list-presets"});
+    ASSERT_EQ(listed.status, 0) << listed.err;
+    EXPECT_EQ(listed.out, " \n-\nAir\nbroken\nMastering/\n  2 Bright\n  10 Dark\n");
 }
