@@ -1,7 +1,6 @@
 #include "ToolTestSupport.h"
 
 #include <fcntl.h>
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -73,8 +72,6 @@ ScratchDir::ScratchDir() {
 
 ScratchDir::~ScratchDir() {
     std::error_code ignored;
-    std::filesystem::permissions(dir, std::filesystem::perms::owner_all, std::filesystem::perm_options::add,
-                                 ignored);
     std::filesystem::remove_all(dir, ignored);
 }
 
@@ -157,9 +154,6 @@ RunResult runProgram(const std::string& program, const std::vector<std::string>&
             const rlimit r = {rlim_t(limits.maxFileBytes), rlim_t(limits.maxFileBytes)};
             setrlimit(RLIMIT_FSIZE, &r);
         }
-        if (limits.userId >= 0 && (setgroups(0, nullptr) != 0 || setgid(gid_t(limits.userId)) != 0 ||
-                                   setuid(uid_t(limits.userId)) != 0))
-            _exit(126);
         for (const auto& [name, value] : limits.environment) setenv(name.c_str(), value.c_str(), 1);
         execv(argv[0], argv.data());
         _exit(127);

@@ -60,12 +60,8 @@ struct RunResult {
 
 struct RunLimits {
     int64_t maxFileBytes = -1;  // RLIMIT_FSIZE for the child; -1 none
-    int32_t userId = -1;        // run as this user and group (needs root); -1 as we are
     std::vector<std::pair<std::string, std::string>> environment;  // variables set for the child alone
 };
-
-// The unprivileged user a root test run drops to.
-constexpr int32_t kNobody = 65534;
 
 // Runs a program with args and waits for it.
 RunResult runProgram(const std::string& program, const std::vector<std::string>& args, const RunLimits& limits = {});
