@@ -189,6 +189,11 @@ TEST(Groups, NamesFollowTheLayoutAndMidSide) {
     EXPECT_EQ(names(*surround), (std::vector<std::string>{"1", "2", "3", "4", "5", "6"}));
     const char* labels[6] = {"Mid", "Side", "Mid s", "Side s", "Center", "LFE"};
     for (int32_t s = 0; s < 6; ++s) EXPECT_STREQ(surround->channelLabel(s), labels[s]) << s;
+    EXPECT_EQ(surround->getMsMask(), 0b0011);  // the state's bits are the pair numbers reversed
+    setShown(*surround, kMsState, 1);
+    surround->refreshEngine(true);
+    EXPECT_EQ(surround->getMsMask(), 0b1000);
+    EXPECT_STREQ(surround->channelLabel(0), "Left");
     surround->setGroupName(2, "Rears");
     surround->setGroupName(6, "beyond the channels");  // ignored
     EXPECT_EQ(names(*surround)[2], "Rears");

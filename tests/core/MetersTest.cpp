@@ -204,26 +204,18 @@ TEST(Meters, VuSettlesOnTheMeanOfTheRectifiedSine) {
 TEST(Meters, CodedMetersShowMidAndSidePlainMetersLeftAndRight) {
     // The default codes the stereo pair; the coded followers see the pair as
     // the bank does, mid = L + R and side = L - R, the plain ones as the host
-    // does.
-    {
+    // does. A pair in phase has no side, one in antiphase no mid.
+    for (const double sign : {1.0, -1.0}) {
+        SCOPED_TRACE(sign);
         auto fx = meteredPlug(2, kDigital, 44100.0f);
         ASSERT_EQ(fx->getMsMask() & 1, 1);
-        const std::vector<double> x = square(2000, 0.25);
-        runWhole(*fx, {x, x});
-        EXPECT_EQ(fx->getLevelMeter(0), 0.25);
-        EXPECT_EQ(fx->getLevelMeter(1), 0.25);
-        EXPECT_EQ(fx->getCodedLevelMeter(0), 0.5);
-        EXPECT_EQ(fx->getCodedLevelMeter(1), 0.0);
-    }
-    {
-        auto fx = meteredPlug(2, kDigital, 44100.0f);
         std::vector<double> x = square(2000, 0.25), y = x;
-        for (double& v : y) v = -v;
+        for (double& v : y) v *= sign;
         runWhole(*fx, {x, y});
         EXPECT_EQ(fx->getLevelMeter(0), 0.25);
         EXPECT_EQ(fx->getLevelMeter(1), 0.25);
-        EXPECT_EQ(fx->getCodedLevelMeter(0), 0.0);
-        EXPECT_EQ(fx->getCodedLevelMeter(1), 0.5);
+        EXPECT_EQ(fx->getCodedLevelMeter(0), sign > 0 ? 0.5 : 0.0);
+        EXPECT_EQ(fx->getCodedLevelMeter(1), sign > 0 ? 0.0 : 0.5);
     }
 }
 
@@ -276,35 +268,45 @@ TEST(MeterBallistics, DigitalShowsOneSampleAtOnceAndFalls20dBIn300ms) {
     EXPECT_NEAR(fx->getLevelMeter(0), 0.1, 1e-9);
 }
 
-TEST(MeterBallistics, VuReachesAndLeavesAStepWithinOnePercentIn300ms) {
-    auto fx = meteredPlug(2, kVU, 44100.0f);
-    runWhole(*fx, constant(2, 12789, 1.0));  // 0.29 s: not there yet
-    EXPECT_LT(fx->getLevelMeter(0), 0.99);
-    runWhole(*fx, constant(2, 441, 1.0));  // 0.3 s
-    EXPECT_NEAR(fx->getLevelMeter(0), 0.99, 1e-9);
-    runWhole(*fx, constant(2, 12789, 0.0));
-    EXPECT_GT(fx->getLevelMeter(0), 0.01);
-    runWhole(*fx, constant(2, 441, 0.0));
-    EXPECT_LE(fx->getLevelMeter(0), 0.01);
-    EXPECT_NEAR(fx->getLevelMeter(0), 0.99 * 0.01, 1e-9);
-}
-
-TEST(MeterBallistics, PpmRisesTo80PercentIn5ms) {
-    auto fx = meteredPlug(2, kPPM, 48000.0f);
-    runWhole(*fx, constant(2, 239, 1.0));
-    EXPECT_LT(fx->getLevelMeter(0), 0.8);
-    runWhole(*fx, constant(2, 1, 1.0));  // 240 samples: 5 ms
-    EXPECT_NEAR(fx->getLevelMeter(0), 0.8, 1e-9);
-}
-
-TEST(MeterBallistics, BbcFallsTo6Point31PercentIn2Point8s) {
-    auto fx = meteredPlug(2, kBBC, 48000.0f);
-    // 50 attack times: full scale, short only by where a step of the attack
-    // becomes too small to move the sum (c * (1 - e) under half an ulp).
-    runWhole(*fx, constant(2, 24000, 1.0));
-    EXPECT_NEAR(fx->getLevelMeter(0), 1.0, 1e-13);
-    run(*fx, constant(2, 134400, 0.0), 4096);
-    EXPECT_NEAR(fx->getLevelMeter(0), 0.0631, 1e-9);
+TEST(MeterBallistics, StepsAreReachedAndLeftAtEachBallisticsRate) {
+    // A step of `level` for `frames`, then the reading against `target`:
+    // below it ('<'), above it ('>') or on it within `tolerance` ('=').
+    struct Phase {
+        double level;
+        int32_t frames;
+        char check;
+        double target, tolerance;
+    };
+    struct Case {
+        Ballistic type;
+        float rate;
+        std::vector<Phase> phases;
+    };
+    const Case cases[] = {
+        // VU: within 1% of a step after 0.3 s, both ways.
+        {kVU, 44100.0f, {{1.0, 12789, '<', 0.99, 0}, {1.0, 441, '=', 0.99, 1e-9},
+                         {0.0, 12789, '>', 0.01, 0}, {0.0, 441, '=', 0.99 * 0.01, 1e-9}}},
+        // PPM: 80% in 5 ms.
+        {kPPM, 48000.0f, {{1.0, 239, '<', 0.8, 0}, {1.0, 1, '=', 0.8, 1e-9}}},
+        // BBC: after 50 attack times full scale, short only by where a step
+        // of the attack no longer moves the sum; then 6.31% after 2.8 s.
+        {kBBC, 48000.0f, {{1.0, 24000, '=', 1.0, 1e-13}, {0.0, 134400, '=', 0.0631, 1e-9}}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.type);
+        auto fx = meteredPlug(2, c.type, c.rate);
+        for (const Phase& p : c.phases) {
+            runWhole(*fx, constant(2, p.frames, p.level));
+            const double reading = fx->getLevelMeter(0);
+            if (p.check == '<') {
+                EXPECT_LT(reading, p.target) << p.frames;
+            } else if (p.check == '>') {
+                EXPECT_GT(reading, p.target) << p.frames;
+            } else {
+                EXPECT_NEAR(reading, p.target, p.tolerance) << p.frames;
+            }
+        }
+    }
 }
 
 TEST(MeterBallistics, SilenceLeavesEveryBallisticOnAWholeNumberOfGrains) {
@@ -336,7 +338,7 @@ TEST(MeterBallistics, SilenceLeavesEveryBallisticOnAWholeNumberOfGrains) {
     }
 }
 
-TEST(MeterBallistics, ALevelBelowHalfAGrainReadsExactlyZero) {
+TEST(MeterBallistics, ALevelBelowHalfAGrainOrNotFiniteReadsExactlyZero) {
     // Without the guard an instant attack would show 1e-17 as it is.
     auto fx = meteredPlug(2, kDigital, 44100.0f);
     runWhole(*fx, constant(2, 64, 1e-17));
@@ -345,12 +347,19 @@ TEST(MeterBallistics, ALevelBelowHalfAGrainReadsExactlyZero) {
     // Above half a grain it shows, rounded to whole grains.
     runWhole(*fx, constant(2, 64, 1e-15));
     EXPECT_EQ(fx->getLevelMeter(0), std::round(1e-15 / kGrain) * kGrain);
+    // A sample that is not finite does not stick in a meter.
+    Signal in = constant(2, 1024, 0.0);
+    in[0][10] = std::nan("");
+    runWhole(*fx, in);
+    EXPECT_EQ(fx->getLevelMeter(0), 0.0);
+    runWhole(*fx, constant(2, 64, 0.5));
+    EXPECT_EQ(fx->getLevelMeter(0), 0.5);
 }
 
 // ---------------------------------------------------------------------------
 // The clip latch
 
-TEST(ClipLatch, FullScaleLatchesOnlyAtTheLowerThreshold) {
+TEST(ClipLatch, FullScaleLatchesOnlyAtTheLowerThresholdAndStaysUntilCleared) {
     // Stereo coded as mid and side: the mid of a full-scale pair is 2.0, but
     // the latch judges what leaves the effect.
     const std::vector<double> full = square(1000, 1.0), over = square(1000, 1.01), under = square(1000, 0.988);
@@ -358,8 +367,14 @@ TEST(ClipLatch, FullScaleLatchesOnlyAtTheLowerThreshold) {
         auto fx = makePlug(2);
         runWhole(*fx, {full, full});
         EXPECT_FALSE(fx->getClip()) << "exactly full scale is no clip at 0 dB";
-        runWhole(*fx, {over, full});
+        runWhole(*fx, {full, over});
         EXPECT_TRUE(fx->getClip());
+        for (int32_t i = 0; i < 20; ++i) runWhole(*fx, constant(2, 4410, 0.0));
+        EXPECT_TRUE(fx->getClip());
+        fx->setClip(false);
+        EXPECT_FALSE(fx->getClip());
+        runWhole(*fx, {under, under});
+        EXPECT_FALSE(fx->getClip());
     }
     {
         auto fx = makePlug(2);
@@ -372,20 +387,6 @@ TEST(ClipLatch, FullScaleLatchesOnlyAtTheLowerThreshold) {
         runWhole(*fx, {under, over});
         EXPECT_TRUE(fx->getClip());
     }
-}
-
-TEST(ClipLatch, StaysUntilCleared) {
-    auto fx = makePlug(2);
-    Signal in = constant(2, 500, 0.5);
-    in[1][250] = -1.01;
-    runWhole(*fx, in);
-    EXPECT_TRUE(fx->getClip());
-    for (int32_t i = 0; i < 20; ++i) runWhole(*fx, constant(2, 4410, 0.0));
-    EXPECT_TRUE(fx->getClip());
-    fx->setClip(false);
-    EXPECT_FALSE(fx->getClip());
-    runWhole(*fx, constant(2, 500, 0.5));
-    EXPECT_FALSE(fx->getClip());
 }
 
 // ---------------------------------------------------------------------------
