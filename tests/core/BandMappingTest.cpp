@@ -54,23 +54,6 @@ TEST(BandMapping, OnlyTheOnStateIsLiveAndPassFiltersCarryNoGain) {
     EXPECT_EQ(fx->getBank().getBandAt(3, 2), nullptr);
 }
 
-TEST(BandMapping, GroupBitsChooseTheChannels) {
-    auto fx = makePlug(2);
-    setReal(*fx, bandParam(0, kFieldState), kBandOn);
-    setReal(*fx, bandParam(0, kFieldGroups), 128);  // group 1 only: the first channel, or mid
-    EXPECT_EQ(object(*fx, 0, 0).getState(), 0);
-    EXPECT_EQ(object(*fx, 0, 1).getState(), 1);
-    setReal(*fx, bandParam(0, kFieldGroups), 64);
-    EXPECT_EQ(object(*fx, 0, 0).getState(), 1);
-    EXPECT_EQ(object(*fx, 0, 1).getState(), 0);
-
-    const int32_t groups[8] = {1, 3, 4, 8, 16, 32, 64, 128};
-    EXPECT_EQ(bandChannelMask(64, groups, 2), 3);   // a group may hold several channels
-    EXPECT_EQ(bandChannelMask(255, groups, 1), 1);  // mono reads bit 7 alone
-    EXPECT_EQ(bandChannelMask(127, groups, 1), 0);
-    EXPECT_EQ(bandChannelMask(1, groups, 6), 0);    // a group beyond the channels has no effect
-}
-
 TEST(BandMapping, AutoListenHearsOneBandThroughItsListeningType) {
     float table[kNumBands][kNumBandFields];
     for (int32_t b = 0; b < kNumBands; ++b)

@@ -104,25 +104,28 @@ TEST(ChannelRouting, EachGroupReachesItsOwnHostChannelInEveryLayout) {
     }
 }
 
-TEST(ChannelRouting, GroupBitsBeyondTheChannelsReachNothing) {
-    auto mono = boostedPlug(1, 127, 0);  // mono reads bit 7 alone
-    expectBoosted(*mono, 1, {});
-    auto stereo = boostedPlug(2, 63, 0);
-    expectBoosted(*stereo, 2, {});
-    auto lcr = boostedPlug(3, 0x1F | 128, 0);  // group 1 and groups 4..8
-    expectBoosted(*lcr, 3, {0});
-}
-
-TEST(ChannelRouting, AGroupMayHoldSeveralChannels) {
-    auto fx = boostedPlug(6, 64, 0);
-    fx->setGroupMask(1, 3);  // group 2 now holds slots 0 and 1: Left and Right
-    settleEngine(*fx);
-    expectBoosted(*fx, 6, {0, 2});
-
-    auto lfe = boostedPlug(8, 128, 0);
-    lfe->setGroupMask(0, 128);  // group 1 holds the LFE alone
-    settleEngine(*lfe);
-    expectBoosted(*lfe, 8, {7});
+TEST(ChannelRouting, GroupBitsBeyondTheChannelsReachNothingAndAGroupMayHoldSeveral) {
+    struct Case {
+        int32_t channels, groups;
+        int32_t group, slots;  // group `group` made to hold the slots in mask `slots`; -1 for none
+        std::set<int32_t> boosted;
+    };
+    const Case cases[] = {
+        {1, 127, -1, 0, {}},           // mono reads bit 7 alone
+        {2, 63, -1, 0, {}},
+        {3, 0x1F | 128, -1, 0, {0}},   // group 1 and groups 4..8
+        {6, 64, 1, 3, {0, 2}},         // group 2 holds slots 0 and 1: Left and Right
+        {8, 128, 0, 128, {7}},         // group 1 holds the LFE alone
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.channels << " channels, groups " << c.groups);
+        auto fx = boostedPlug(c.channels, c.groups, 0);
+        if (c.group >= 0) {
+            fx->setGroupMask(c.group, c.slots);
+            settleEngine(*fx);
+        }
+        expectBoosted(*fx, c.channels, c.boosted);
+    }
 }
 
 // A band on one half of a coded pair: the pair's left and right carry

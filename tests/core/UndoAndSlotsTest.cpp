@@ -207,8 +207,12 @@ TEST(ABSlots, CopyToASlotKeepsTheCurrentSlot) {
 TEST(ABSlots, AutomationOfTheSlotParameterSwitchesSlots) {
     auto fx = makePlug(2);
     drag(*fx, kGain, {1.0});
-    fx->setParameter(kABBank, 3 * 0.125f);
+    fx->setParameter(kABBank, float(curveToNorm(*fx->getRow(kABBank), 3)));
     EXPECT_EQ(fx->getABSlot(), 3);
+    EXPECT_EQ(fx->getRealValue(kABBank), 3.0f);
+    fx->setParameter(kGain, 0.25f);  // a write lands in the slot switched to
+    EXPECT_EQ(fx->programStore().slot(3).values[kGain], 0.25f);
+    EXPECT_NE(fx->programStore().slot(0).values[kGain], 0.25f);
     fx->setParameter(kABBank, 3 * 0.125f);  // the current slot: only stored
     EXPECT_EQ(fx->getABSlot(), 3);
     fx->setParameter(kABBank, 0.0f);
