@@ -20,18 +20,6 @@ TEST(HostContract, OfflineRenderingIsNoticedOnTheNextBlock) {
     EXPECT_FALSE(fx->isOffline());
 }
 
-TEST(HostContract, LatencyChangesAreAnnounced) {
-    TestHost host;
-    auto fx = makePlug(2, TestHost::callback);
-    host.calls.clear();
-    fx->setParameter(kMode, 1.0f);  // FIR, "Free" phase by default: half the IR
-    settleEngine(*fx);
-    EXPECT_EQ(fx->getAeffect()->initialDelay, 4096);
-    EXPECT_EQ(host.count(audioMasterIOChanged), 1);
-    settleEngine(*fx);  // no change, no news
-    EXPECT_EQ(host.count(audioMasterIOChanged), 1);
-}
-
 TEST(HostContract, AutomationIsBracketedByGestures) {
     TestHost host;
     auto fx = makePlug(2, TestHost::callback);
