@@ -120,6 +120,15 @@ def failed_tests(log):
     return names
 
 
+def build_step_that_failed(log):
+    with open(log, encoding="utf-8", errors="replace") as f:
+        text = f.read()
+    if re.search(r"error:|undefined reference|ld returned", text):
+        return ""
+    m = re.search(r"^FAILED: (\S+)", text, re.M)
+    return "(build step " + os.path.basename(m.group(1)) + ")" if m else ""
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--faults", default=os.path.join(ROOT, "scripts", "faults.txt"))
@@ -178,7 +187,11 @@ def main():
         try:
             log = os.path.join(logs, fault["id"])
             if run(build_cmd, ROOT, log + "-build.log") != 0:
-                outcome, catchers = "does not build", []
+                # A compiler or linker error: the fault is not valid code. Any
+                # other failing step (a generator checking what it makes)
+                # caught the fault at build time.
+                step = build_step_that_failed(log + "-build.log")
+                outcome, catchers = ("caught", [step]) if step else ("does not build", [])
             else:
                 run(test_cmd + ([] if args.all else ["--stop-on-failure"]), ROOT, log + "-test.log", timeout=1800)
                 catchers = failed_tests(log + "-test.log")
