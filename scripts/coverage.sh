@@ -7,8 +7,10 @@
 set -euo pipefail
 build="${1:?usage: scripts/coverage.sh BUILD_DIR [JOBS]}"
 jobs="${2:-$(nproc)}"
-root="$(cd "$(dirname "$0")/.." && pwd)"
 build="$(cd "$build" && pwd)"
+# The sources the build was made from (the build may belong to another checkout).
+root="$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$build/CMakeCache.txt")"
+[ -n "$root" ] || { echo "coverage: $build is not a configured build" >&2; exit 1; }
 
 find "$build" -name '*.gcda' -delete
 (cd "$build" && ctest -j "$jobs" --output-on-failure >"$build/coverage-tests.log" 2>&1) || {
