@@ -137,6 +137,10 @@ def main():
     parser.add_argument("--work", default=os.path.join(ROOT, "build", "faults"))
     parser.add_argument("--jobs", type=int, default=os.cpu_count() or 2)
     parser.add_argument("--all", action="store_true", help="run the whole suite for every fault")
+    # The smoke test in a real host window waits on the window and the audio
+    # server: under the load of this run it can time out with no fault at all,
+    # which would name it the catcher of whatever is applied.
+    parser.add_argument("--exclude", default="lv2-ui-jalv", help="ctest -E pattern of tests left out")
     parser.add_argument("--report", default="")
     args = parser.parse_args()
 
@@ -160,6 +164,8 @@ def main():
 
     build_cmd = ["cmake", "--build", build, "-j", str(args.jobs)]
     test_cmd = ["ctest", "--test-dir", build, "-j", str(args.jobs), "--timeout", "300"]
+    if args.exclude:
+        test_cmd += ["-E", args.exclude]
     print("the tree as it stands ...", flush=True)
     if run(build_cmd, ROOT, os.path.join(logs, "clean-build.log")) != 0:
         print("the tree does not build: see " + os.path.join(logs, "clean-build.log"))
