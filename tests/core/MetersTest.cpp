@@ -252,22 +252,6 @@ TEST(Meters, BeforeTheBankTheyReadTheInputAfterItTheOutput) {
 // ---------------------------------------------------------------------------
 // Ballistics, timed from a step
 
-TEST(MeterBallistics, DigitalShowsOneSampleAtOnceAndFalls20dBIn300ms) {
-    auto fx = meteredPlug(2, kDigital, 44100.0f);
-    Signal in = constant(2, 100, 0.0);
-    in[0].back() = 1.0;
-    runWhole(*fx, in);
-    EXPECT_EQ(fx->getLevelMeter(0), 1.0);
-    EXPECT_EQ(fx->getLevelMeter(1), 0.0);
-    // One sample of release at 44100 Hz keeps 0.1^(1/13230) of the reading,
-    // the coefficient being 1 - 0.1^(1/13230) (48 kHz would keep 1.4e-5 more).
-    runWhole(*fx, constant(2, 1, 0.0));
-    EXPECT_NEAR(fx->getLevelMeter(0), std::pow(0.1, 1.0 / 13230.0), 1e-15);
-    // 0.3 s after the sample, 20 dB down.
-    runWhole(*fx, constant(2, 13229, 0.0));
-    EXPECT_NEAR(fx->getLevelMeter(0), 0.1, 1e-9);
-}
-
 TEST(MeterBallistics, StepsAreReachedAndLeftAtEachBallisticsRate) {
     // A step of `level` for `frames`, then the reading against `target`:
     // below it ('<'), above it ('>') or on it within `tolerance` ('=').
@@ -283,6 +267,11 @@ TEST(MeterBallistics, StepsAreReachedAndLeftAtEachBallisticsRate) {
         std::vector<Phase> phases;
     };
     const Case cases[] = {
+        // Digital: one sample shows at once; one sample of release at 44100 Hz
+        // keeps 0.1^(1/13230) of it (48 kHz would keep 1.4e-5 more), and 0.3 s
+        // after it the reading is 20 dB down.
+        {kDigital, 44100.0f, {{1.0, 1, '=', 1.0, 0}, {0.0, 1, '=', std::pow(0.1, 1.0 / 13230.0), 1e-15},
+                              {0.0, 13229, '=', 0.1, 1e-9}}},
         // VU: within 1% of a step after 0.3 s, both ways.
         {kVU, 44100.0f, {{1.0, 12789, '<', 0.99, 0}, {1.0, 441, '=', 0.99, 1e-9},
                          {0.0, 12789, '>', 0.01, 0}, {0.0, 441, '=', 0.99 * 0.01, 1e-9}}},
@@ -392,7 +381,7 @@ TEST(ClipLatch, FullScaleLatchesOnlyAtTheLowerThresholdAndStaysUntilCleared) {
 // ---------------------------------------------------------------------------
 // The analyser taps
 
-TEST(AnalyserTap, BeforeAnyAudioEveryTapReadsZeros) {
+TEST(AnalyserTap, UntilAudioRunsEveryTapReadsZerosAndUnknownTapsAlways) {
     auto fx = makePlug(4);  // built for stereo, told four channels
     ASSERT_FALSE(Plug::audioHasRun());
     for (int32_t tap = 0; tap < 8; ++tap) EXPECT_TRUE(allZero(readTap(*fx, tap, 8192))) << tap;
@@ -402,35 +391,40 @@ TEST(AnalyserTap, BeforeAnyAudioEveryTapReadsZeros) {
     for (int32_t c = 0; c < 4; ++c) in.push_back(ramp(3000, 1.0 / 65536.0, 1000 * c));
     run(*fx, in, 512);
     for (int32_t c = 0; c < 4; ++c) EXPECT_EQ(readTap(*fx, c, 3000), in[size_t(c)]) << c;
+    for (int32_t tap : {-1, 8, 1000, std::numeric_limits<int32_t>::min()})
+        EXPECT_TRUE(allZero(readTap(*fx, tap, 100))) << tap;
+    std::vector<double> dest(4, 7.0);
+    fx->getAnalyserTap(dest.data(), 0, 0);
+    fx->getAnalyserTap(dest.data(), -3, 0);
+    EXPECT_EQ(dest, std::vector<double>(4, 7.0));
+    fx->getAnalyserTap(nullptr, 100, 0);
 }
 
-TEST(AnalyserTap, PostTapsGiveTheLatestOutputOldestFirst) {
-    auto fx = makePlug(2);
-    uncodePairs(*fx);
-    const int32_t frames = 10000;  // more than a ring: the copy wraps
-    const Signal in = {ramp(frames, 1.0 / 16384.0), ramp(frames, -1.0 / 32768.0)};
-    const Signal out = run(*fx, in, {700, 13, 1024, 3000});
-    ASSERT_EQ(out, in);
-    for (int32_t c = 0; c < 2; ++c) {
-        EXPECT_EQ(readTap(*fx, c, 3000), lastOf(out[size_t(c)], 3000)) << c;
-        EXPECT_EQ(readTap(*fx, c, 1), lastOf(out[size_t(c)], 1)) << c;
-        EXPECT_EQ(readTap(*fx, c, Plug::kRingLength), lastOf(out[size_t(c)], Plug::kRingLength)) << c;
-    }
-    // More than a ring holds: the whole ring, then zeros.
-    const std::vector<double> more = readTap(*fx, 0, 9000);
-    EXPECT_EQ(std::vector<double>(more.begin(), more.begin() + Plug::kRingLength),
-              lastOf(out[0], Plug::kRingLength));
-    EXPECT_TRUE(allZero(std::vector<double>(more.begin() + Plug::kRingLength, more.end())));
-}
-
-TEST(AnalyserTap, ACodedPairShowsAsMidAndSide) {
-    auto fx = makePlug(2);
-    const Signal in = {ramp(4000, 1.0 / 16384.0), ramp(4000, 1.0 / 65536.0)};
-    EXPECT_EQ(run(*fx, in, 512), in);
-    const std::vector<double> mid = readTap(*fx, 0, 2000), side = readTap(*fx, 1, 2000);
-    for (size_t i = 0; i < 2000; ++i) {
-        EXPECT_EQ(mid[i], in[0][2000 + i] + in[1][2000 + i]) << i;
-        EXPECT_EQ(side[i], in[0][2000 + i] - in[1][2000 + i]) << i;
+TEST(AnalyserTap, PostTapsGiveTheLatestOutputOldestFirstAsTheBankSeesIt) {
+    // Uncoded, each tap is its channel's output; a coded pair shows as mid
+    // and side.
+    for (const bool coded : {false, true}) {
+        SCOPED_TRACE(coded);
+        auto fx = makePlug(2);
+        if (!coded) uncodePairs(*fx);
+        const int32_t frames = 10000;  // more than a ring: the copy wraps
+        const Signal in = {ramp(frames, 1.0 / 16384.0), ramp(frames, -1.0 / 32768.0)};
+        const Signal out = run(*fx, in, {700, 13, 1024, 3000});
+        ASSERT_EQ(out, in);
+        Signal seen = out;
+        if (coded)
+            for (size_t s = 0; s < size_t(frames); ++s) {
+                seen[0][s] = out[0][s] + out[1][s];
+                seen[1][s] = out[0][s] - out[1][s];
+            }
+        for (int32_t c = 0; c < 2; ++c)
+            for (int32_t n : {1, 3000, Plug::kRingLength})
+                EXPECT_EQ(readTap(*fx, c, n), lastOf(seen[size_t(c)], size_t(n))) << c << " " << n;
+        // More than a ring holds: the whole ring, then zeros.
+        const std::vector<double> more = readTap(*fx, 0, 9000);
+        EXPECT_EQ(std::vector<double>(more.begin(), more.begin() + Plug::kRingLength),
+                  lastOf(seen[0], Plug::kRingLength));
+        EXPECT_TRUE(allZero(std::vector<double>(more.begin() + Plug::kRingLength, more.end())));
     }
 }
 
@@ -452,60 +446,13 @@ TEST(AnalyserTap, APreTapIsCopiedOnceReadAndGivesTheInput) {
     for (size_t i = 0; i < 5000; ++i) ASSERT_NEAR(post[i], 0.1 * in[0][i], 1e-6) << i;
 }
 
-TEST(AnalyserTap, UnknownTapsReadZerosAndEmptyReadsWriteNothing) {
-    auto fx = makePlug(2);
-    run(*fx, {square(3000, 0.5), square(3000, 0.25)}, 512);
-    ASSERT_FALSE(allZero(readTap(*fx, 0, 100)));
-    for (int32_t tap : {-1, 4, 5, 1000, std::numeric_limits<int32_t>::min()})
-        EXPECT_TRUE(allZero(readTap(*fx, tap, 100))) << tap;
-    std::vector<double> dest(4, 7.0);
-    fx->getAnalyserTap(dest.data(), 0, 0);
-    fx->getAnalyserTap(dest.data(), -3, 0);
-    EXPECT_EQ(dest, std::vector<double>(4, 7.0));
-    fx->getAnalyserTap(nullptr, 100, 0);
-}
-
-TEST(AnalyserTap, FollowsTheRingsThroughLayoutChanges) {
-    auto fx = makePlug(2);
-    uncodePairs(*fx);
-    auto levels = [](int32_t channels) {
-        Signal in;
-        for (int32_t c = 0; c < channels; ++c) in.push_back(std::vector<double>(2000, (c + 1) / 16.0));
-        return in;
-    };
-    run(*fx, levels(2), 512);
-    EXPECT_EQ(readTap(*fx, 1, 100), std::vector<double>(100, 2.0 / 16.0));
-    // New rings while the reader holds the old ones.
-    relayout(*fx, 4);
-    run(*fx, levels(4), 512);
-    EXPECT_EQ(readTap(*fx, 3, 100), std::vector<double>(100, 4.0 / 16.0));
-    EXPECT_TRUE(allZero(readTap(*fx, 8, 100)));
-    // Two generations the reader never saw, then one channel.
-    relayout(*fx, 6);
-    run(*fx, levels(6), 512);
-    relayout(*fx, 1);
-    run(*fx, levels(1), 512);
-    EXPECT_EQ(readTap(*fx, 0, 100), std::vector<double>(100, 1.0 / 16.0));
-    EXPECT_TRUE(allZero(readTap(*fx, 2, 100)));
-    // A block size change keeps the rings and their contents.
-    const Signal in = {ramp(3000, 1.0 / 16384.0)};
-    run(*fx, in, {64, 4096, 100});
-    EXPECT_EQ(readTap(*fx, 0, 3000), in[0]);
-    // An instance whose rings were replaced with no reader at all frees them
-    // when it goes (the address sanitizer build checks).
-    auto unread = makePlug(2);
-    for (int32_t channels : {3, 8, 2}) {
-        relayout(*unread, channels);
-        run(*unread, levels(channels), 512);
-    }
-}
-
-TEST(AnalyserTap, AReaderThreadMeetsNeitherTheFirstBlockNorLayoutChanges) {
+TEST(AnalyserTap, AReaderThreadFollowsTheRingsThroughTheFirstBlockAndLayoutChanges) {
     // An analyser reads every tap as fast as it can from before the host's
     // first block, while the host's threads process and change the layout.
     // The making of the rings and the audio must not overlap (the thread
-    // sanitizer build checks), and every value the reader sees must be one
-    // the effect carried, or a ring's zeros.
+    // sanitizer build checks), every value the reader sees must be one the
+    // effect carried, or a ring's zeros, and after each change every tap
+    // gives its own channel of the new layout.
     auto levels = [](int32_t channels) {
         Signal in;
         for (int32_t c = 0; c < channels; ++c) in.push_back(std::vector<double>(3000, (c + 1) / 16.0));
@@ -534,13 +481,26 @@ TEST(AnalyserTap, AReaderThreadMeetsNeitherTheFirstBlockNorLayoutChanges) {
             if (channels != fx->getChannelCount()) relayout(*fx, channels);  // the first block meets the built layout
             const int64_t before = reads.load();
             run(*fx, levels(channels), 256);
+            for (int32_t c = 0; c < channels; ++c)
+                EXPECT_EQ(readTap(*fx, c, 100), std::vector<double>(100, (c + 1) / 16.0)) << channels << "/" << c;
+            EXPECT_TRUE(allZero(readTap(*fx, 2 * channels, 100))) << channels;  // past the pre taps
             // Let the reader take this generation before the next.
             while (reads.load() < before + 2) std::this_thread::yield();
         }
         stop.store(true);
         reader.join();
         EXPECT_EQ(strange.load(), 0);
-        EXPECT_EQ(readTap(*fx, 1, 256), std::vector<double>(256, 2.0 / 16.0));
+        // A block size change keeps the rings and their contents.
+        const Signal in = {ramp(3000, 1.0 / 16384.0), ramp(3000, 1.0 / 32768.0)};
+        run(*fx, in, {64, 4096, 100});
+        EXPECT_EQ(readTap(*fx, 1, 3000), in[1]);
+    }
+    // An instance whose rings were replaced with no reader at all frees them
+    // when it goes (the address sanitizer build checks).
+    auto unread = makePlug(2);
+    for (int32_t channels : {3, 8, 2}) {
+        relayout(*unread, channels);
+        run(*unread, levels(channels), 512);
     }
 }
 

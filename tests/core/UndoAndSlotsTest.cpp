@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "TestHost.h"
+#include "CoreRun.h"
 #include "session/PlugEd.h"
 
 namespace {
@@ -26,11 +26,9 @@ void bandOn(Plug& fx, int32_t band) {
 
 // A fresh instance restored from the session `from` saves.
 std::unique_ptr<Plug> restoredFrom(Plug& from) {
-    void* data = nullptr;
-    const int32_t size = from.getChunk(&data, false);
-    std::vector<uint8_t> chunk(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
+    std::vector<uint8_t> chunk = chunkOf(from);
     auto fx = makePlug(2);
-    fx->setChunk(chunk.data(), size, false);
+    fx->setChunk(chunk.data(), int32_t(chunk.size()), false);
     return fx;
 }
 
@@ -99,10 +97,8 @@ TEST(Undo, EmptyGroupsLeaveNothingAndLoadingAProgramOrAStateEmptiesTheStacks) {
     EXPECT_FALSE(fx->canUndo());
     drag(*fx, kGain, {2.0});
     fx->undo();
-    void* data = nullptr;
-    const int32_t size = fx->getChunk(&data, false);
-    std::vector<uint8_t> chunk(static_cast<uint8_t*>(data), static_cast<uint8_t*>(data) + size);
-    fx->setChunk(chunk.data(), size, false);
+    std::vector<uint8_t> chunk = chunkOf(*fx);
+    fx->setChunk(chunk.data(), int32_t(chunk.size()), false);
     EXPECT_FALSE(fx->canUndo());
     EXPECT_FALSE(fx->canRedo());
     // Nested groups still record every step.
@@ -133,51 +129,29 @@ TEST(Undo, SlotChangesAreStepsOfTheSlotParameter) {
 // ---------------------------------------------------------------------------
 // A/B slots
 
-TEST(ABSlots, ToggleLastTwoGoesBackAndForth) {
-    auto fx = makePlug(2);
-    PlugEd& ed = *PlugEd::of(*fx);
-    ed.setToggleMode(0);
-    ed.chooseABSlot(3);
-    ed.toggleABSlot();
-    EXPECT_EQ(fx->getABSlot(), 0);
-    ed.toggleABSlot();
-    EXPECT_EQ(fx->getABSlot(), 3);
-    float shown = -1.0f;
-    EXPECT_TRUE(ed.takeUpdate(kGUIABMenu, &shown));
-    EXPECT_EQ(shown, 3.0f);
-}
-
-TEST(ABSlots, ToggleVisitedWalksTheVisitedSlotsInOrder) {
-    auto fx = makePlug(2);
-    PlugEd& ed = *PlugEd::of(*fx);
-    ed.setToggleMode(1);
-    ed.toggleABSlot();  // only A visited: stays
-    EXPECT_EQ(fx->getABSlot(), 0);
-    ed.chooseABSlot(5);
-    ed.chooseABSlot(2);
-    std::vector<int32_t> visited;
-    for (int32_t k = 0; k < 4; ++k) {
-        ed.toggleABSlot();
-        visited.push_back(fx->getABSlot());
+TEST(ABSlots, EachToggleModeWalksItsSlots) {
+    // Steps: 'c' chooses a slot, 'b' switches a band on, 't' toggles and
+    // names the slot the toggle must reach. Mode 0 goes between the last
+    // two slots, 1 walks the visited ones in order, 2 the ones with a band on.
+    struct Case { int32_t mode; const char* steps; };
+    for (const Case& c : {Case{0, "c3 t0 t3"}, Case{1, "t0 c5 c2 t5 t0 t2 t5"}, Case{2, "t0 c6 b4 c1 t6 t6"}}) {
+        SCOPED_TRACE(testing::Message() << "mode " << c.mode << ": " << c.steps);
+        auto fx = makePlug(2);
+        PlugEd& ed = *PlugEd::of(*fx);
+        ed.setToggleMode(c.mode);
+        for (const char* at = c.steps; *at; at += *at == ' ' ? 1 : 2) {
+            const int32_t n = at[1] - '0';
+            if (at[0] == 'c') ed.chooseABSlot(n);
+            if (at[0] == 'b') bandOn(*fx, n);
+            if (at[0] == 't') {
+                ed.toggleABSlot();
+                EXPECT_EQ(fx->getABSlot(), n) << "at " << at;
+            }
+        }
+        float shown = -1.0f;
+        EXPECT_TRUE(ed.takeUpdate(kGUIABMenu, &shown));
+        EXPECT_EQ(shown, float(fx->getABSlot()));
     }
-    EXPECT_EQ(visited, (std::vector<int32_t>{5, 0, 2, 5}));
-}
-
-TEST(ABSlots, ToggleNonemptyFindsTheNextSlotWithABandOn) {
-    auto fx = makePlug(2);
-    PlugEd& ed = *PlugEd::of(*fx);
-    ed.setToggleMode(2);
-    ed.toggleABSlot();  // all empty: every slot visited, back on A
-    EXPECT_EQ(fx->getABSlot(), 0);
-
-    ed.chooseABSlot(6);
-    bandOn(*fx, 4);
-    ed.chooseABSlot(1);
-    ed.toggleABSlot();
-    EXPECT_EQ(fx->getABSlot(), 6);
-    EXPECT_NE(fx->getRealValue(bandParam(4, kFieldState)), 0.0f);
-    ed.toggleABSlot();  // nothing else on anywhere: round to 6 again
-    EXPECT_EQ(fx->getABSlot(), 6);
 }
 
 TEST(ABSlots, CopyToASlotKeepsTheCurrentSlot) {
