@@ -83,30 +83,26 @@ TEST(Instances, LongNamesAreCutBeforeAWholeCharacter) {
     EXPECT_STREQ(fx->getInstanceName(), "short");
 }
 
-TEST(Instances, DspSettingsReachEveryOtherInstanceAsUndoableEdits) {
+TEST(Instances, DspAndRenderSettingsReachEveryOtherInstance) {
     auto source = makePlug(2), first = makePlug(2), second = makePlug(2);
     source->setParameter(kMode, 1.0f);
     source->setParameter(kIRLength, float(source->displayToNorm(kIRLength, 5)));
     source->setParameter(kIRPhase, float(source->displayToNorm(kIRPhase, 1)));
     source->setParameter(kGain, 0.9f);  // not a DSP setting
+    source->setRenderSetting(0, 1.0f);
+    source->setRenderSetting(8, 1.0f);
     source->propagateDSP();
+    source->propagateRenderDSP();
     for (Plug* other : {first.get(), second.get()}) {
         for (const int32_t i : {kMode, kIRLength, kIRWindow, kIRWindowParam, kIRPhase, kIRPad, kDPlusLen, kDPlusPhase})
             EXPECT_EQ(other->getParameter(i), source->getParameter(i)) << i;
         EXPECT_EQ(other->getParameter(kGain), other->getDefaultNorm(kGain));
-        EXPECT_TRUE(other->canUndo());
+        EXPECT_TRUE(other->canUndo());  // as an edit of its own
+        EXPECT_EQ(other->getRenderSetting(0), 1.0f);
+        EXPECT_EQ(other->getRenderSetting(8), 1.0f);
+        EXPECT_TRUE(PlugEd::of(*other)->isSettingsPageStale());
     }
     EXPECT_FALSE(source->canUndo());
-}
-
-TEST(Instances, RenderSettingsAreCopiedAndTheOthersPagesMarked) {
-    auto source = makePlug(2), other = makePlug(2);
-    source->setRenderSetting(0, 1.0f);
-    source->setRenderSetting(8, 1.0f);
-    source->propagateRenderDSP();
-    EXPECT_EQ(other->getRenderSetting(0), 1.0f);
-    EXPECT_EQ(other->getRenderSetting(8), 1.0f);
-    EXPECT_TRUE(PlugEd::of(*other)->isSettingsPageStale());
     EXPECT_FALSE(PlugEd::of(*source)->isSettingsPageStale());
 }
 
