@@ -55,22 +55,14 @@ public:
 
 private:
     void loop() {
-        std::mt19937 gen(3);
-        std::uniform_real_distribution<float> noise(-0.1f, 0.1f);
-        std::vector<std::vector<float>> io(8, std::vector<float>(kBlock));
-        std::vector<float*> ptr(8);
-        while (!stop) {
+        for (uint32_t seed = 3; !stop; ++seed) {
             if (pauseWanted) {
                 paused = true;
                 while (pauseWanted && !stop) std::this_thread::yield();
                 paused = false;
                 continue;
             }
-            for (int32_t c = 0; c < 8; ++c) {
-                for (float& x : io[size_t(c)]) x = noise(gen);
-                ptr[size_t(c)] = io[size_t(c)].data();
-            }
-            fx.processReplacing(ptr.data(), ptr.data(), kBlock);
+            run(fx, noise(8, kBlock, seed, 0.1f), kBlock);
         }
     }
     Plug& fx;

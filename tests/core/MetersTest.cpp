@@ -125,21 +125,6 @@ bool allZero(const std::vector<double>& x) {
     return true;
 }
 
-// The "Clip threshold" global setting for the life of a test; 0 ("0dB")
-// again afterwards, so no other test inherits it.
-class ClipThresholdSetting {
-public:
-    ClipThresholdSetting(Plug& fx, int32_t value) : fx(fx) { apply(value); }
-    ~ClipThresholdSetting() { apply(0); }
-
-private:
-    void apply(int32_t value) {
-        GlobalSettings::instance().setValue("Clip threshold", value);
-        fx.reloadGlobalSettings();
-    }
-    Plug& fx;
-};
-
 // ---------------------------------------------------------------------------
 // Readings of a steady signal
 
@@ -367,7 +352,8 @@ TEST(ClipLatch, FullScaleLatchesOnlyAtTheLowerThresholdAndStaysUntilCleared) {
     }
     {
         auto fx = makePlug(2);
-        ClipThresholdSetting minus01dB(*fx, 1);
+        GlobalSettings::instance().setValue("Clip threshold", 1);  // -0.1 dB
+        fx->reloadGlobalSettings();
         runWhole(*fx, {under, under});
         EXPECT_FALSE(fx->getClip());
         runWhole(*fx, {full, full});
@@ -375,6 +361,7 @@ TEST(ClipLatch, FullScaleLatchesOnlyAtTheLowerThresholdAndStaysUntilCleared) {
         fx->setClip(false);
         runWhole(*fx, {under, over});
         EXPECT_TRUE(fx->getClip());
+        GlobalSettings::instance().setValue("Clip threshold", 0);  // no later test inherits it
     }
 }
 
