@@ -128,57 +128,51 @@ bool allZero(const std::vector<double>& x) {
 // ---------------------------------------------------------------------------
 // Readings of a steady signal
 
-TEST(Meters, DigitalReadsTheCrestOfASineOnEveryFollower) {
-    // A period of 40 samples puts samples on the crests, 20 samples apart.
-    // Between crests the "Digital" release (20 dB in 0.3 s) lets a reading
-    // sag by at most 0.1^(20 / 14400), 0.3%, whenever it is read. One, three
-    // and eight channels, each at its own level: no follower hears another.
-    for (int32_t channels : {1, 3, 8}) {
-        SCOPED_TRACE(channels);
-        auto fx = meteredPlug(channels, kDigital, 48000.0f);
+TEST(Meters, ASteadySineReadsItsCrestOrItsMeanOnEveryFollower) {
+    // "Digital": a period of 40 samples puts samples on the crests, 20
+    // apart; between them the release (20 dB in 0.3 s) lets a reading sag by
+    // at most 0.1^(20 / 14400), 0.3%, whenever it is read.
+    // "VU": equal attack and release make the follower a one-pole lowpass of
+    // |x|, time constant 0.3 s / ln(100) = 65 ms, so it settles on the mean
+    // of |sin|, 2/pi of the peak. The rectified sine's ripple left is its
+    // 2 kHz component, 4/(3 pi) of the peak, divided by 2 pi * 2 kHz * 65 ms
+    // = 820: +-0.08%. 0.25% leaves room for that alone; a peak reading would
+    // be 57% off. Each channel has its own level: no follower hears another.
+    struct Case {
+        Ballistic type;
+        float rate;
+        int32_t channels;
+        double cyclesPerSample;
+        int32_t settle, step, reads;
+        double level, below, above;  // the reading, as a part of the peak, and its room
+    };
+    const Case cases[] = {
+        {kDigital, 48000.0f, 1, 1.0 / 40.0, 74, 37, 52, 1.0, 0.005, 1e-12},
+        {kDigital, 48000.0f, 3, 1.0 / 40.0, 74, 37, 52, 1.0, 0.005, 1e-12},
+        {kDigital, 48000.0f, 8, 1.0 / 40.0, 74, 37, 52, 1.0, 0.005, 1e-12},
+        {kVU, 44100.0f, 2, 1000.0 / 44100.0, 44100 * 3 / 2, 1097, 20, 2.0 / std::numbers::pi, 0.0025, 0.0025},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << "ballistic " << c.type << ", " << c.channels << " channels");
+        auto fx = meteredPlug(c.channels, c.type, c.rate);
         uncodePairs(*fx);
-        Signal in(static_cast<size_t>(channels));
-        for (int32_t c = 0; c < channels; ++c) in[size_t(c)] = sine(2000, 0.1 * (c + 1), 1.0 / 40.0, 3 * c);
-        constexpr int32_t kStep = 37;
-        for (int32_t at = 0; at + kStep <= 2000; at += kStep) {
-            runWhole(*fx, slice(in, at, kStep));
-            if (at + kStep < 80) continue;  // two cycles first
-            for (int32_t c = 0; c < channels; ++c) {
-                const double peak = 0.1 * (c + 1);
-                ASSERT_LE(fx->getLevelMeter(c), peak * (1.0 + 1e-12)) << c << " at " << at;
-                ASSERT_GE(fx->getLevelMeter(c), peak * 0.995) << c << " at " << at;
-                ASSERT_LE(fx->getCodedLevelMeter(c), peak * (1.0 + 1e-12)) << c << " at " << at;
-                ASSERT_GE(fx->getCodedLevelMeter(c), peak * 0.995) << c << " at " << at;
+        const int32_t frames = c.settle + c.step * c.reads;
+        Signal in;
+        for (int32_t ch = 0; ch < c.channels; ++ch) in.push_back(sine(frames, 0.1 * (ch + 1), c.cyclesPerSample, 3 * ch));
+        runWhole(*fx, slice(in, 0, c.settle));
+        for (int32_t at = c.settle; at < frames; at += c.step) {
+            runWhole(*fx, slice(in, at, c.step));
+            for (int32_t ch = 0; ch < c.channels; ++ch) {
+                const double want = 0.1 * (ch + 1) * c.level;
+                for (const double reading : {fx->getLevelMeter(ch), fx->getCodedLevelMeter(ch)}) {
+                    ASSERT_LE(reading, want * (1.0 + c.above)) << ch << " at " << at;
+                    ASSERT_GE(reading, want * (1.0 - c.below)) << ch << " at " << at;
+                }
             }
         }
-        for (int32_t c = channels; c < Plug::kMaxChannels; ++c) {
-            EXPECT_EQ(fx->getLevelMeter(c), 0.0) << c;
-            EXPECT_EQ(fx->getCodedLevelMeter(c), 0.0) << c;
-        }
-    }
-}
-
-TEST(Meters, VuSettlesOnTheMeanOfTheRectifiedSine) {
-    // With equal attack and release the "VU" follower is a one-pole lowpass
-    // of |x|, time constant 0.3 s / ln(100) = 65 ms, so it settles on the
-    // mean of |sin|, 2/pi of the peak. What is left of the rectified sine's
-    // ripple is its 2 kHz component, 4/(3 pi) of the peak, divided by
-    // 2 pi * 2 kHz * 65 ms = 820: +-0.08% of the reading. 0.25% leaves room
-    // for that and nothing else; a peak reading would be 57% off.
-    auto fx = meteredPlug(2, kVU, 44100.0f);
-    uncodePairs(*fx);
-    const int32_t frames = 44100 * 2;
-    const Signal in = {sine(frames, 0.5, 1000.0 / 44100.0), sine(frames, 0.25, 1000.0 / 44100.0, 7)};
-    int32_t at = 44100 * 3 / 2;  // 23 time constants to settle
-    runWhole(*fx, slice(in, 0, at));
-    // Read at twenty points over the next half second, at all phases.
-    for (const int32_t step : std::vector<int32_t>(20, 1097)) {
-        runWhole(*fx, slice(in, at, step));
-        at += step;
-        for (int32_t c = 0; c < 2; ++c) {
-            const double mean = (c == 0 ? 0.5 : 0.25) * 2.0 / std::numbers::pi;
-            EXPECT_NEAR(fx->getLevelMeter(c), mean, mean * 0.0025) << c << " at " << at;
-            EXPECT_NEAR(fx->getCodedLevelMeter(c), mean, mean * 0.0025) << c << " at " << at;
+        for (int32_t ch = c.channels; ch < Plug::kMaxChannels; ++ch) {
+            EXPECT_EQ(fx->getLevelMeter(ch), 0.0) << ch;
+            EXPECT_EQ(fx->getCodedLevelMeter(ch), 0.0) << ch;
         }
     }
 }

@@ -117,13 +117,9 @@ TEST(PlugParameters, WritesKeepNormAndRealValueInStepAndAreClamped) {
     EXPECT_EQ(fx->programStore().program(1).values[kBand2Q], fx->getDefaultNorm(kBand2Q));
 }
 
-TEST(PlugParameters, StepsAndSnapping) {
+TEST(PlugParameters, SteppedRowsSnapAndContinuousOnesAreLeftAlone) {
     auto fx = makePlug(2);
-    EXPECT_EQ(fx->getParameterStepCount(kIRLength), 9);
-    EXPECT_EQ(fx->getParameterStepSize(kBand1Slope), 6);
-    EXPECT_TRUE(fx->isBoolParameter(kChannel2Phase));
-    EXPECT_FALSE(fx->isBoolParameter(kMode));
-    // From a fraction of the range: floor(0 + 8*0.55) = 4, shown as its norm.
+    // IR length has nine steps, 0 to 8. From a fraction of the range: floor(0 + 8*0.55) = 4, shown as its norm.
     EXPECT_FLOAT_EQ(fx->snapParameter(kIRLength, 0.55f, false), 4.0f / 9.0f);
     // From a norm: the real value 4 as a fraction of the range.
     EXPECT_FLOAT_EQ(fx->snapParameter(kIRLength, 4.0f / 9.0f + 0.01f, true), 4.0f / 8.0f);
