@@ -11,7 +11,11 @@ for tool in jalv.gtk3 jackd xwd xwdtopnm pnmtopng; do
   command -v "$tool" >/dev/null || { echo "missing $tool (make deps installs it)"; exit 1; }
 done
 work=$(mktemp -d)
+jalv= jack=
 trap 'kill $jalv $jack 2>/dev/null; wait 2>/dev/null; rm -rf "$work"' EXIT
+# Stopped from outside (a timeout, a run cut short), the servers still go:
+# a JACK server left behind keeps its place in the machine's registry.
+trap 'exit 1' INT TERM HUP
 export HOME=$work XDG_CONFIG_HOME=$work/config XDG_DATA_HOME=$work/data
 export LV2_PATH=$bundle_parent
 server=fw-smoke-$$
