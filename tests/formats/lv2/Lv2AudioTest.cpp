@@ -5,15 +5,10 @@
 
 #include <gtest/gtest.h>
 #include <lv2/atom/atom.h>
-#include <lv2/log/log.h>
-#include <lv2/options/options.h>
-#include <lv2/urid/urid.h>
-#include <lv2/worker/worker.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -34,32 +29,6 @@ double peakOf(const std::vector<float>& x) {
 }
 
 }  // namespace
-
-TEST(Lv2Bundle, EveryLayoutVerifiesAndInstantiatesWithTheFeaturesAHostOffers) {
-    const std::set<std::string> offered = {LV2_URID__map, LV2_URID__unmap, LV2_OPTIONS__options, LV2_LOG__log,
-                                           LV2_WORKER__schedule,
-                                           "http://lv2plug.in/ns/ext/buf-size#boundedBlockLength"};
-    for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
-        SCOPED_TRACE(channelLayoutName(channels));
-        const LilvPlugin* plugin = ourPlugin(channels);
-        ASSERT_NE(plugin, nullptr) << lv2ports::pluginUri(channels) << " is not in " << FW_LV2_BUNDLE_PARENT;
-        EXPECT_TRUE(lilv_plugin_verify(plugin));
-        LilvNodes* required = lilv_plugin_get_required_features(plugin);
-        LILV_FOREACH (nodes, it, required) {
-            const std::string feature = lilv_node_as_uri(lilv_nodes_get(required, it));
-            EXPECT_TRUE(offered.count(feature)) << "requires " << feature;
-        }
-        lilv_nodes_free(required);
-        for (const auto work : {lv2host::WorkMode::kThreaded, lv2host::WorkMode::kSynchronous}) {
-            auto fx = makeInstance(channels, {.work = work});
-            EXPECT_EQ(fx->audioInputs().size(), size_t(channels));
-            EXPECT_EQ(fx->audioOutputs().size(), size_t(channels));
-            fx->deactivate();
-            fx->activate();
-            EXPECT_TRUE(fx->log().errors().empty()) << fx->log().errors().front();
-        }
-    }
-}
 
 // ---------------------------------------------------------------------------
 // Controls moved while audio runs in real time
@@ -151,14 +120,11 @@ TEST(Lv2State, ARestoredInstanceSoundsAsTheSavedOne) {
     const ScratchDir dir;
     const std::string scratch = dir / "scratch", save = dir / "saved";
 
-    // Several bands of two types, the global gain and a channel level.
+    // Several bands, the global gain and a channel level.
     auto saved = makeInstance(2, {.activate = false});
     setParam(*saved, kScale, 12.0f);
     setParam(*saved, kGain, -3.0f);
     for (int32_t b = 0; b < 5; ++b) setPeakBand(*saved, b, 60.0 * std::pow(3.0, b), b % 2 ? -6.0 : 4.0, 0.5 + b * 0.4);
-    setParam(*saved, bandParam(5, kFieldState), float(kBandOn));
-    setParam(*saved, bandParam(5, kFieldType), float(kTypeHPF));
-    setParam(*saved, bandParam(5, kFieldFrequency), 35.0f);
     setParam(*saved, channelParam(1, kFieldLevel), 0.7f);
     saved->activate();
     settle(*saved, 4096, 0);
@@ -191,8 +157,8 @@ TEST(Lv2State, ARestoredInstanceSoundsAsTheSavedOne) {
     const Channels in = noise(2, int64_t(kTestRate), 0.25f, 5);
     const Channels expected = process(*saved, in, 512);
     EXPECT_GT(peakOf(expected[0]), 0.0);
-    expectIdentical(process(*fresh, in, 512), expected);
-    expectIdentical(process(*running, in, 512), expected);
+    EXPECT_TRUE(process(*fresh, in, 512) == expected);
+    EXPECT_TRUE(process(*running, in, 512) == expected);
 }
 
 // ---------------------------------------------------------------------------

@@ -82,18 +82,6 @@ void settle(lv2host::Instance& fx, int64_t frames, int32_t wallMs, int32_t block
     }
 }
 
-void expectIdentical(const Channels& a, const Channels& b) {
-    ASSERT_EQ(a.size(), b.size());
-    for (size_t c = 0; c < a.size(); ++c) {
-        ASSERT_EQ(a[c].size(), b[c].size());
-        size_t differing = 0, first = 0;
-        for (size_t s = 0; s < a[c].size(); ++s)
-            if (a[c][s] != b[c][s] && differing++ == 0) first = s;
-        EXPECT_EQ(differing, 0u) << "channel " << c << ": first at frame " << first << ", " << a[c][first]
-                                 << " against " << b[c][first];
-    }
-}
-
 Channels noise(int32_t channels, int64_t frames, float peak, uint32_t seed) {
     std::mt19937 gen(seed);
     std::uniform_real_distribution<float> uniform(-peak, peak);

@@ -60,9 +60,6 @@ Channels process(lv2host::Instance& fx, const Channels& input, int32_t block);
 // carry changes over, and for coefficient ramps to end on silence.
 void settle(lv2host::Instance& fx, int64_t frames, int32_t wallMs, int32_t block = 512);
 
-// Expects a and b equal sample for sample, naming the first difference.
-void expectIdentical(const Channels& a, const Channels& b);
-
 Channels noise(int32_t channels, int64_t frames, float peak, uint32_t seed);
 // The same sine on every channel.
 Channels sine(int32_t channels, int64_t frames, double hz, float peak);
