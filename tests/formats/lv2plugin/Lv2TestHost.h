@@ -127,20 +127,14 @@ public:
         lv2_atom_forge_set_buffer(&forge, object, sizeof object);
         LV2_Atom_Forge_Frame frameOfObject;
         lv2_atom_forge_object(&forge, &frameOfObject, 0, urids.map(LV2_TIME__Position));
-        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__beatsPerMinute));
-        lv2_atom_forge_float(&forge, bpm);
-        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__bar));
-        lv2_atom_forge_long(&forge, bar);
-        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__barBeat));
-        lv2_atom_forge_float(&forge, barBeat);
-        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__beatsPerBar));
-        lv2_atom_forge_float(&forge, beatsPerBar);
-        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__beatUnit));
-        lv2_atom_forge_int(&forge, beatUnit);
-        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__speed));
-        lv2_atom_forge_float(&forge, speed);
-        lv2_atom_forge_key(&forge, urids.map(LV2_TIME__frame));
-        lv2_atom_forge_long(&forge, frame);
+        auto key = [&](const char* uri) { lv2_atom_forge_key(&forge, urids.map(uri)); };
+        key(LV2_TIME__beatsPerMinute), lv2_atom_forge_float(&forge, bpm);
+        key(LV2_TIME__bar), lv2_atom_forge_long(&forge, bar);
+        key(LV2_TIME__barBeat), lv2_atom_forge_float(&forge, barBeat);
+        key(LV2_TIME__beatsPerBar), lv2_atom_forge_float(&forge, beatsPerBar);
+        key(LV2_TIME__beatUnit), lv2_atom_forge_int(&forge, beatUnit);
+        key(LV2_TIME__speed), lv2_atom_forge_float(&forge, speed);
+        key(LV2_TIME__frame), lv2_atom_forge_long(&forge, frame);
         lv2_atom_forge_pop(&forge, &frameOfObject);
         const auto* atom = reinterpret_cast<const LV2_Atom*>(object);
         struct {
