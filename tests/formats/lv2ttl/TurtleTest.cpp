@@ -171,7 +171,6 @@ TEST_F(Lv2Turtle, ParameterPortsCarryTheTableAndItsKindsOfValue) {
             const ParamRow& row = *fx->getRow(i);
             const LilvPort* port = lilv_plugin_get_port_by_index(p, uint32_t(ports.param(i)));
             ASSERT_NE(port, nullptr);
-            EXPECT_EQ(text(lilv_port_get_symbol(p, port)), lv2ports::parameterSymbol(i));
             LilvNode *def = nullptr, *min = nullptr, *max = nullptr;
             lilv_port_get_range(p, port, &def, &min, &max);
             ASSERT_TRUE(def && min && max) << row.name;
