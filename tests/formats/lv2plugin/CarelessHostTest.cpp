@@ -319,41 +319,43 @@ TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
     EXPECT_EQ(host.effect().getParameter(bandParam(0, kFieldGain)), staticParamTable()[bandParam(0, kFieldGain)].norm);
 }
 
-TEST(Lv2CarelessHost, NonFiniteInputNeverLeavesAndTheOutputRecoversOnEveryLayout) {
+// Samples that are not numbers go in as silence: the output is that of the
+// same signal with zeros there. The largest floats are numbers, but the curve
+// lifts them past what a float holds: the output stays finite and the signal
+// is back once the curve's longest decay has rung down.
+TEST(Lv2CarelessHost, NonFiniteInputGoesInAsSilenceAndHugeInputRingsDown) {
     constexpr uint32_t kBlock = 256;
-    // The largest floats are finite, but the curve lifts them past what a float holds.
-    const struct {
-        float samples[4];
-        bool settlesSoon;
-    } bursts[] = {{{kNaN, kNaN, kNaN, kNaN}, true},
-                  {{kInf, -kInf, kInf, -kInf}, true},
-                  {{kNaN, kInf, 0.1f, -kInf}, true},
-                  {{3.0e38f, -3.0e38f, 3.0e38f, 0.0f}, false}};
+    const float burst[] = {kNaN, kInf, -kInf, kNaN};
     for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
         for (const auto* mode : {&kModes[0], &kModes[2]}) {
             SCOPED_TRACE(testing::Message() << channels << " channels, " << mode->name);
-            Lv2TestHost host({channels, 48000.0});
-            start(host, mode->ports);
-            runSignal(host, kBlock, 2);
-            for (const auto& burst : bursts) {
-                // The burst in one block, on every channel, a few samples apart.
-                fillSignal(host, kBlock);
-                for (size_t c = 0; c < host.in.size(); ++c)
-                    for (size_t k = 0; k < 4; ++k) host.in[c][10 + 50 * k + c] = burst.samples[k];
-                host.run(kBlock);
-                EXPECT_TRUE(finite(host)) << "during the burst";
-                // Within a few blocks (the FIR's length) the signal is back;
-                // the largest floats ring down through the curve's longest decay.
-                runSignal(host, kBlock, 8);
-                float peak = 0.0f;
-                EXPECT_TRUE(finite(host, &peak));
-                for (int32_t b = 0; !burst.settlesSoon && b < 256 && !(peak < 2.0f); ++b) {
-                    runSignal(host, kBlock);
-                    EXPECT_TRUE(finite(host, &peak));
-                }
-                EXPECT_GT(peak, 0.05f);
-                EXPECT_LT(peak, 2.0f);
+            Lv2TestHost dirty({channels, 48000.0}), clean({channels, 48000.0});
+            start(dirty, mode->ports);
+            start(clean, mode->ports);
+            for (int32_t b = 0; b < 4; ++b) {
+                fillSignal(dirty, kBlock);
+                fillSignal(clean, kBlock);
+                for (size_t c = 0; b == 1 && c < dirty.in.size(); ++c)
+                    for (size_t k = 0; k < 4; ++k) {
+                        dirty.in[c][10 + 50 * k + c] = burst[k];
+                        clean.in[c][10 + 50 * k + c] = 0.0f;
+                    }
+                dirty.run(kBlock);
+                clean.run(kBlock);
+                ASSERT_EQ(dirty.out, clean.out) << "block " << b;
             }
+            fillSignal(dirty, kBlock);
+            for (size_t c = 0; c < dirty.in.size(); ++c)
+                for (size_t k = 0; k < 3; ++k) dirty.in[c][10 + 50 * k + c] = k % 2 ? -3.0e38f : 3.0e38f;
+            dirty.run(kBlock);
+            float peak = 0.0f;
+            EXPECT_TRUE(finite(dirty));
+            for (int32_t b = 0; b < 256 && (b < 8 || !(peak < 2.0f)); ++b) {
+                runSignal(dirty, kBlock);
+                EXPECT_TRUE(finite(dirty, &peak));
+            }
+            EXPECT_GT(peak, 0.05f);
+            EXPECT_LT(peak, 2.0f);
         }
     }
 }
