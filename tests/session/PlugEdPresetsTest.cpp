@@ -231,4 +231,7 @@ TEST(PresetFilesTest, ANewInstanceStartsFromTheDefaultBankOrTheFactoryBank) {
     auto fresh = makePlug(2);
     EXPECT_STREQ(fresh->programStore().program(4).name, "My default");
     EXPECT_EQ(fresh->getProgram(), 4);
+    // The run's later instances start from the shipped programs again.
+    fs::remove(defaults);
+    fs::remove(factory);
 }
