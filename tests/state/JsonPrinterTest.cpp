@@ -30,34 +30,24 @@ std::string cjsonText(const cJSON* item, bool formatted) {
     return text;
 }
 
-void expectSameLayoutAsCJson(const std::string& source) {
-    auto tree = parse(source);
-    ASSERT_NE(tree, nullptr);
-    EXPECT_EQ(printJson(tree.get(), true), cjsonText(tree.get(), true)) << source;
-    EXPECT_EQ(printJson(tree.get(), false), cjsonText(tree.get(), false)) << source;
-}
-
 }  // namespace
 
-TEST(JsonPrinter, LayoutMatchesCJsonForContainersAndLiterals) {
-    expectSameLayoutAsCJson(R"({"a":[],"b":{},"c":[1,{"d":[2,-3],"e":{}},[],[[4]]],"g":null,"h":true,"i":false})");
-    expectSameLayoutAsCJson(R"([{"x":{"y":{"z":[{}]}}},[],{}])");
-    expectSameLayoutAsCJson("{}");
-    expectSameLayoutAsCJson("[]");
-    expectSameLayoutAsCJson("\"lonely\"");
-    expectSameLayoutAsCJson("[true,false,null]");
-    EXPECT_EQ(printJson(nullptr, true), "");
-
+TEST(JsonPrinter, LayoutAndEscapingMatchCJson) {
     std::string deep;
     for (int i = 0; i < 1000; ++i) deep += (i % 2 == 0) ? "{\"k\":" : "[";
     deep += "7";
     for (int i = 999; i >= 0; --i) deep += (i % 2 == 0) ? "}" : "]";
-    expectSameLayoutAsCJson(deep);
-}
-
-TEST(JsonPrinter, StringEscapingMatchesCJson) {
-    expectSameLayoutAsCJson(R"({"quote\"key\\":"say \"hi\" \\ back/slash","ctl":"\b\f\n\r\t\u0001\u001f\u0000x"})");
-    expectSameLayoutAsCJson(R"(["caf\u00e9 \u00fc\u00df \u4e2d\u6587 \ud83c\udfb5", "del\u007f"])");
+    for (const std::string& source : {
+             std::string(R"({"a":[],"b":{},"c":[1,{"d":[2,-3],"e":{}},[],[[4]]],"g":null,"h":true,"i":false})"),
+             std::string(R"([{"x":{"y":{"z":[{}]}}},[],{}])"), std::string("{}"), std::string("\"lonely\""),
+             std::string(R"({"quote\"key\\":"say \"hi\" \\ back/slash","ctl":"\b\f\n\r\t\u0001\u001f\u0000x"})"),
+             std::string(R"(["caf\u00e9 \u00fc\u00df \u4e2d\u6587 \ud83c\udfb5", "del\u007f"])"), deep}) {
+        auto tree = parse(source);
+        ASSERT_NE(tree, nullptr);
+        EXPECT_EQ(printJson(tree.get(), true), cjsonText(tree.get(), true)) << source;
+        EXPECT_EQ(printJson(tree.get(), false), cjsonText(tree.get(), false)) << source;
+    }
+    EXPECT_EQ(printJson(nullptr, true), "");
 
     Tree tree(cJSON_CreateObject());
     cJSON_AddStringToObject(tree.get(), "gain\tdB\n", "\x01\x1f\x7f \xc3\xa9");
