@@ -227,22 +227,38 @@ std::vector<PairedKernel> kernelsHere() {
 
 // Two channels in vector lanes with sections in flight must give exactly
 // the bits of the plain loop, with every kernel: whole groups and
-// remainders, blocks shorter than the stagger, and across block boundaries.
+// remainders, blocks shorter than the stagger, across block boundaries, and
+// with ramps that start on either channel in any block and end within one.
 TEST(DF1Cascade, PairedSectionsGiveTheBitsOfOneSectionAfterAnother) {
+    const DigitalSection targets[3] = {kResonance, kLowPassish, {0.9, -0.4, 0.3, -0.2, 0.1}};
     for (const PairedKernel kernel : kernelsHere()) {
         for (int32_t bands : {1, 2, 3, 5, 9, 17, 32}) {
             for (int32_t perBand : {1, 2, 4}) {
-                TwoChannelChain plain(bands, perBand), paired(bands, perBand);
-                uint32_t seed = 7;
-                for (int32_t n : {1, 2, 3, 64, 5, 700, 4096}) {
-                    std::vector<double> a = noise(size_t(n), ++seed), b = noise(size_t(n), ++seed);
-                    std::vector<double> pa = a, pb = b;
-                    plain.runOneAfterTheOther(a.data(), b.data(), n);
-                    paired.runPaired(pa.data(), pb.data(), n, kernel);
-                    ASSERT_EQ(0, std::memcmp(a.data(), pa.data(), sizeof(double) * size_t(n)))
-                        << "kernel " << int(kernel) << ", " << bands << " bands of " << perBand << ", block " << n;
-                    ASSERT_EQ(0, std::memcmp(b.data(), pb.data(), sizeof(double) * size_t(n)))
-                        << "kernel " << int(kernel) << ", " << bands << " bands of " << perBand << ", block " << n;
+                for (bool ramps : {false, true}) {
+                    TwoChannelChain plain(bands, perBand), paired(bands, perBand);
+                    uint32_t seed = 7;
+                    int32_t block = 0;
+                    for (int32_t n : {1, 2, 3, 64, 5, 700, 4096, 333, 129, 2000, 17}) {
+                        // Now and then a band of one channel or the other heads elsewhere.
+                        for (int32_t b = 0; ramps && b < bands; ++b) {
+                            if ((b + block) % 3 != 0) continue;
+                            DigitalSection to[kMaxSections];
+                            for (int32_t k = 0; k < perBand; ++k) to[k] = targets[(b + block + k) % 3];
+                            const auto side = (b + block) % 2 ? &TwoChannelChain::left : &TwoChannelChain::right;
+                            (plain.*side)[size_t(b)]->setCoefficients(to, perBand);
+                            (paired.*side)[size_t(b)]->setCoefficients(to, perBand);
+                        }
+                        ++block;
+                        std::vector<double> a = noise(size_t(n), ++seed), b = noise(size_t(n), ++seed);
+                        std::vector<double> pa = a, pb = b;
+                        plain.runOneAfterTheOther(a.data(), b.data(), n);
+                        paired.runPaired(pa.data(), pb.data(), n, kernel);
+                        const auto trace = ::testing::Message() << "kernel " << int(kernel) << ", " << bands
+                                                                << " bands of " << perBand << (ramps ? " ramping" : "")
+                                                                << ", block " << block;
+                        ASSERT_EQ(0, std::memcmp(a.data(), pa.data(), sizeof(double) * size_t(n))) << trace;
+                        ASSERT_EQ(0, std::memcmp(b.data(), pb.data(), sizeof(double) * size_t(n))) << trace;
+                    }
                 }
             }
         }
@@ -267,38 +283,6 @@ TEST(DF1Cascade, PairingIsRefusedUnlessBothBandsHaveTheSameSectionsAndAreNotFlat
     EXPECT_TRUE(l.pairSections(r, run, &got, 16));
     l.setUnity(1);
     EXPECT_FALSE(l.pairSections(r, run, &got, 16));
-}
-
-// Ramps that start on either channel in any block and end within a block
-// give, paired, the bits of each band's own loop, with every kernel.
-TEST(DF1Cascade, PairedRampsGiveTheBitsOfTheSingleBandLoop) {
-    const DigitalSection targets[3] = {kResonance, kLowPassish, {0.9, -0.4, 0.3, -0.2, 0.1}};
-    for (const PairedKernel kernel : kernelsHere()) {
-        for (int32_t bands : {1, 6, 17}) {
-            TwoChannelChain plain(bands, 2), paired(bands, 2);
-            uint32_t seed = 3;
-            int32_t block = 0;
-            for (int32_t n : {333, 64, 1, 700, 1024, 129, 2000, 17}) {
-                // Now and then a band of one channel or the other heads elsewhere.
-                for (int32_t b = 0; b < bands; ++b) {
-                    if ((b + block) % 3 != 0) continue;
-                    DigitalSection to[2] = {targets[(b + block) % 3], targets[(b + block + 1) % 3]};
-                    const auto side = (b + block) % 2 ? &TwoChannelChain::left : &TwoChannelChain::right;
-                    (plain.*side)[size_t(b)]->setCoefficients(to, 2);
-                    (paired.*side)[size_t(b)]->setCoefficients(to, 2);
-                }
-                ++block;
-                std::vector<double> a = noise(size_t(n), ++seed), b = noise(size_t(n), ++seed);
-                std::vector<double> pa = a, pb = b;
-                plain.runOneAfterTheOther(a.data(), b.data(), n);
-                paired.runPaired(pa.data(), pb.data(), n, kernel);
-                ASSERT_EQ(0, std::memcmp(a.data(), pa.data(), sizeof(double) * size_t(n)))
-                    << "kernel " << int(kernel) << ", " << bands << " bands, block " << block;
-                ASSERT_EQ(0, std::memcmp(b.data(), pb.data(), sizeof(double) * size_t(n)))
-                    << "kernel " << int(kernel) << ", " << bands << " bands, block " << block;
-            }
-        }
-    }
 }
 
 // A NaN on one channel clears that channel's history after the block and
