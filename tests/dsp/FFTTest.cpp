@@ -184,18 +184,6 @@ TEST(FFT, RealTransformPackingAndSign) {
 }
 
 // Sums and multiples go through unchanged: F(2x - 3y) = 2F(x) - 3F(y).
-TEST(FFT, Linear) {
-    FftTables tables(1 << 14);
-    const Data x = noise(1 << 14, 1), y = noise(1 << 14, 2);
-    Data fx = x, fy = y, fz(x.size());
-    for (size_t i = 0; i < x.size(); ++i) fz[i] = 2 * x[i] - 3 * y[i];
-    for (Data* d : {&fx, &fy, &fz}) fftForward(d->data(), 1 << 14, tables);
-    for (size_t i = 0; i < x.size(); ++i) ASSERT_NEAR(fz[i], 2 * fx[i] - 3 * fy[i], 1e-11) << i;
-}
-
-// Sizes the tables are not ready for, or that are no transform size, leave
-// the data alone; growing tables in steps gives the same transforms as
-// preparing once, and asking for less never shrinks them.
 TEST(FFT, TableLimitsAndGrowth) {
     const Data x = noise(1 << 13, 5);
     FftTables none;

@@ -63,15 +63,6 @@ protected:
     void SetUp() override { fit.setTarget(target.data()); }
 };
 
-TEST_F(MagnitudeFitTest, GridIsLogSpacedFrom20HzToNyquistOf44100) {
-    const double ratio = std::pow(22050.0 / 20.0, 1.0 / 127.0);
-    EXPECT_NEAR(fit.gridRadians(0), 2.0 * kPi * 20.0 / 44100.0, 1e-15);
-    EXPECT_NEAR(fit.gridRadians(MagnitudeFit::kGridPoints - 1), kPi, 1e-12);
-    for (int i = 1; i < MagnitudeFit::kGridPoints; ++i) {
-        EXPECT_NEAR(fit.gridRadians(i) / fit.gridRadians(i - 1), ratio, 1e-12) << i;
-    }
-}
-
 TEST_F(MagnitudeFitTest, RecoversAReachableTargetFromANearbyStart) {
     for (int kind = 0; kind <= 4; ++kind) {
         DigitalSection s = perturbed(0.02);
