@@ -84,9 +84,7 @@ TEST_F(ValueStoreTest, ReadPrefersTheUserValueAndSkipsEmptyOnes) {
     fs::remove(machineFile("v"));
     EXPECT_EQ(readStoreValue("v", 8192), std::nullopt);
     EXPECT_EQ(readStoreValue("missing", 8192), std::nullopt);
-}
-
-TEST_F(ValueStoreTest, ReadTakesAtMostMaxBytes) {
+    // At most the bytes asked for.
     writeFile(userFile("big"), std::string(10000, 'x'));
     EXPECT_EQ(readStoreValue("big", 8192), std::string(8192, 'x'));
     EXPECT_EQ(readStoreValue("big", 1), "x");
