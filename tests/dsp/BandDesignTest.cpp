@@ -115,10 +115,6 @@ TEST(BandObject, ShiftKnobHasALabelExactlyWhenTheBandHasAShiftKnob) {
             EXPECT_TRUE(controlMaskOf(type, sub) & kControlFrequency);
         }
     }
-    // Only pass filters have a slope knob.
-    EXPECT_TRUE(controlMaskOf(kEngineLowPass, kPassBessel) & kControlSlope);
-    EXPECT_FALSE(controlMaskOf(kEngineLowPass, kPassBessel) & kControlQ);
-    EXPECT_FALSE(controlMaskOf(kEnginePeak, kPeakKestrawn) & kControlSlope);
 }
 
 // Every type, subtype and slope over a grid of the controls: each design is
