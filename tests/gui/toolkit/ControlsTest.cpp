@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "gui/toolkit/Buttons.h"
@@ -79,51 +81,44 @@ protected:
 
 // ---- Knobs ----
 
-TEST_F(Controls, KnobDragsByHalfItsRangePerHundredPixelsAndFineByATenthOfThat) {
-    auto* coarse = add(new CKnob(CRect(10, 150, 50, 190), &recorder, 1));
-    coarse->setValue(0.2f);
-    drag({30, 170}, {30, 70});
-    EXPECT_NEAR(coarse->getValue(), 0.7f, 1e-4f);
-
-    auto* fine = add(new CKnob(CRect(60, 150, 100, 190), nullptr, 2));
-    fine->setValue(0.2f);
-    const int32_t fineBits = kLButton | modifierRoles().fine;
-    drag({80, 170}, {80, 70}, fineBits);
-    EXPECT_NEAR(fine->getValue(), 0.25f, 1e-4f);
-
-    // Dragging down lowers the value; a wider range scales the step.
-    auto* wide = add(new CKnob(CRect(110, 150, 150, 190), nullptr, 3));
-    wide->setMin(-12);
-    wide->setMax(12);
-    wide->setValue(0);
-    drag({130, 170}, {130, 220});
-    EXPECT_NEAR(wide->getValue(), -6.0f, 1e-3f);
-}
-
-TEST_F(Controls, KnobFineModifierMidDragSlowsOnlyTheRestOfTheDrag) {
-    auto* knob = add(new CKnob(CRect(10, 150, 50, 190), nullptr, 1));
-    knob->setValue(0);
-    press(30, 170);
-    move(30, 120);                                     // +0.25
-    move(30, 70, kLButton | modifierRoles().fine);     // +0.025
-    EXPECT_NEAR(knob->getValue(), 0.275f, 1e-4f);
-    release(30, 70);
-}
-
-TEST_F(Controls, KnobClampsAtItsEndsAndBracketsTheDragOnce) {
-    auto* knob = add(new CKnob(CRect(10, 150, 50, 190), &recorder, 1));
-    knob->setValue(0.9f);
-    press(30, 170);
-    move(30, 140);   // 0.9 + 30 / 200, held at the top
-    EXPECT_FLOAT_EQ(knob->getValue(), 1.0f);
-    move(30, -200);  // still at the top: nothing to report
-    move(30, 400);   // 600 px down: held at the bottom
-    EXPECT_FLOAT_EQ(knob->getValue(), 0.0f);
-    release(30, 400);
-
-    EXPECT_TRUE(recorder.oneBracketAroundValues());
-    EXPECT_EQ(recorder.values(), (std::vector<float>{1, 0}));
-    EXPECT_FALSE(knob->isEditing());
+// Each row drags a fresh knob from y = 170 through `moves` (y and the
+// buttons held) and lets go: half the range per 100 px, a tenth of that
+// while the fine modifier is held, clamped at the ends with each end
+// reported once, and only the left button edits.
+TEST_F(Controls, KnobDragsFollowThePointerWithinTheRange) {
+    const int32_t fine = kLButton | modifierRoles().fine;
+    const struct {
+        const char* name;
+        float min, max, start;
+        int32_t pressed;
+        std::vector<std::pair<CCoord, int32_t>> moves;
+        std::vector<float> heard;  // the last is where the knob ends
+    } rows[] = {
+        {"coarse", 0, 1, 0.2f, kLButton, {{70, kLButton}}, {0.7f}},
+        {"fine", 0, 1, 0.2f, fine, {{70, fine}}, {0.25f}},
+        {"down, wide range", -12, 12, 0, kLButton, {{220, kLButton}}, {-6}},
+        {"fine from mid-drag on", 0, 1, 0, kLButton, {{120, kLButton}, {70, fine}}, {0.25f, 0.275f}},
+        {"clamped", 0, 1, 0.9f, kLButton, {{140, kLButton}, {-200, kLButton}, {400, kLButton}}, {1, 0}},
+        {"right button", 0, 1, 0.5f, kRButton, {{0, kRButton}}, {}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        recorder.events.clear();
+        auto* knob = add(new CKnob(CRect(10, 150, 50, 190), &recorder, 1));
+        knob->setMin(row.min);
+        knob->setMax(row.max);
+        knob->setValue(row.start);
+        EXPECT_EQ(press(30, 170, row.pressed), row.pressed == kRButton ? kMouseEventNotHandled : kMouseEventHandled);
+        for (const auto& [y, buttons] : row.moves) move(30, y, buttons);
+        release(30, row.moves.back().first);
+        const std::vector<float> heard = recorder.values();
+        ASSERT_EQ(heard.size(), row.heard.size());
+        for (size_t i = 0; i < heard.size(); ++i) EXPECT_NEAR(heard[i], row.heard[i], 1e-3f) << i;
+        EXPECT_NEAR(knob->getValue(), row.heard.empty() ? row.start : row.heard.back(), 1e-3f);
+        EXPECT_EQ(recorder.oneBracketAroundValues(), !row.heard.empty());
+        EXPECT_FALSE(knob->isEditing());
+        frame->removeView(knob);
+    }
 }
 
 TEST_F(Controls, DoubleClickResetsKnobsAndSlidersToTheirDefault) {
@@ -169,16 +164,6 @@ TEST_F(Controls, WheelStepsByTheIncrementAndFineByATenth) {
     auto* button = add(new COnOffButton(CRect(200, 10, 240, 30), nullptr, 3));
     EXPECT_FALSE(frame->onWheel(CPoint(220, 20), 1.0f, 0));
     EXPECT_FLOAT_EQ(button->getValue(), 0.0f);
-}
-
-TEST_F(Controls, OnlyTheLeftButtonEdits) {
-    auto* knob = add(new CKnob(CRect(10, 10, 50, 50), &recorder, 1));
-    knob->setValue(0.5f);
-    EXPECT_EQ(press(30, 30, kRButton), kMouseEventNotHandled);
-    move(30, 0, kRButton);
-    release(30, 0);
-    EXPECT_FLOAT_EQ(knob->getValue(), 0.5f);
-    EXPECT_TRUE(recorder.events.empty());
 }
 
 // ---- Sliders ----
@@ -244,46 +229,37 @@ TEST_F(Controls, SliderTravelLimitsPlaceTheHandle) {
 
 // ---- Buttons ----
 
-TEST_F(Controls, OnOffButtonTogglesAtEachPressInsideOneBracket) {
-    auto* button = add(new COnOffButton(CRect(10, 10, 50, 30), &recorder, 1));
-    press(20, 20);
-    release(20, 20);
-    EXPECT_FLOAT_EQ(button->getValue(), 1.0f);
-    EXPECT_TRUE(recorder.oneBracketAroundValues());
-    recorder.events.clear();
-    press(20, 20);
-    release(20, 20);
-    EXPECT_FLOAT_EQ(button->getValue(), 0.0f);
-    EXPECT_EQ(recorder.values(), std::vector<float>{0.0f});
-}
-
-TEST_F(Controls, KickButtonIsOnOnlyWhilePressedInside) {
-    auto* kick = add(new CKickButton(CRect(10, 10, 50, 30), &recorder, 1));
-    press(20, 20);
-    EXPECT_FLOAT_EQ(kick->getValue(), 1.0f);
-    release(20, 20);
-    EXPECT_TRUE(recorder.oneBracketAroundValues());
-    EXPECT_EQ(recorder.values(), (std::vector<float>{1, 0}));
-
-    recorder.events.clear();
-    press(20, 20);
-    move(80, 20);  // out: off
-    move(30, 20);  // back in: on
-    move(80, 20);
-    release(80, 20);  // released outside: already off
-    EXPECT_EQ(recorder.values(), (std::vector<float>{1, 0, 1, 0}));
-}
-
-TEST_F(Controls, MovieButtonTogglesOnlyWhenReleasedInside) {
-    auto* button = add(new CMovieButton(CRect(10, 10, 50, 30), &recorder, 1));
-    press(20, 20);
-    EXPECT_TRUE(recorder.values().empty());
-    release(25, 25);
-    EXPECT_FLOAT_EQ(button->getValue(), 1.0f);
-    press(20, 20);
-    release(90, 90);
-    EXPECT_FLOAT_EQ(button->getValue(), 1.0f);
-    EXPECT_EQ(recorder.values(), std::vector<float>{1.0f});
+// Presses ('d'), moves ('m') and releases ('u') at x along y = 20 over a
+// button at 10..50: an on/off button toggles at each press, a kick button
+// is on only while pressed inside, a movie button toggles only when let go
+// inside.
+TEST_F(Controls, ButtonsAnswerPressesMovesAndReleases) {
+    const struct {
+        const char* name;
+        std::function<CControl*(CControlListener*)> make;
+        std::vector<std::pair<char, CCoord>> gesture;
+        std::vector<float> heard;
+    } rows[] = {
+        {"on/off", [](CControlListener* l) { return new COnOffButton(CRect(10, 10, 50, 30), l, 1); },
+         {{'d', 20}, {'u', 20}, {'d', 20}, {'u', 20}}, {1, 0}},
+        {"kick", [](CControlListener* l) { return new CKickButton(CRect(10, 10, 50, 30), l, 1); },
+         {{'d', 20}, {'u', 20}, {'d', 20}, {'m', 80}, {'m', 30}, {'m', 80}, {'u', 80}}, {1, 0, 1, 0, 1, 0}},
+        {"movie", [](CControlListener* l) { return new CMovieButton(CRect(10, 10, 50, 30), l, 1); },
+         {{'d', 20}, {'u', 25}, {'d', 20}, {'u', 90}}, {1}},
+    };
+    for (const auto& row : rows) {
+        recorder.events.clear();
+        CControl* button = add(row.make(&recorder));
+        for (const auto& [kind, x] : row.gesture) {
+            if (kind == 'd') press(x, 20);
+            if (kind == 'm') move(x, 20);
+            if (kind == 'u') release(x, 20);
+        }
+        EXPECT_EQ(recorder.values(), row.heard) << row.name;
+        EXPECT_EQ(button->getValue(), row.heard.back()) << row.name;
+        EXPECT_FALSE(button->isEditing()) << row.name;
+        frame->removeView(button);
+    }
 }
 
 // ---- Switches ----

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <vector>
@@ -44,35 +45,45 @@ struct Canvas {
 
 }  // namespace
 
-TEST(SoftwareDrawing, IntegerRectangleFillsExactlyItsPixelsInBothModes) {
-    for (CDrawMode mode : {kAliasing, kAntiAliasing}) {
+// Each shape is drawn on the background and changes nothing outside its
+// rectangle; `spots` are pixels with the colour they must have. The frame
+// is translucent white, so overlapping sides would show: a = 128/255 over
+// (10, 20, 30) gives round(255a + d(1-a)) = 133, 138, 143.
+TEST(SoftwareDrawing, ShapesStayInsideTheirRectangles) {
+    const CColor orange{200, 100, 50, 255}, frame{133, 138, 143, 255};
+    struct Spot { int x, y; CColor colour; };
+    std::vector<Spot> filled, frameSpots;
+    for (int y = 4; y < 11; ++y)
+        for (int x = 3; x < 9; ++x) filled.push_back({x, y, orange});
+    for (int x = 5; x < 15; ++x) frameSpots.insert(frameSpots.end(), {{x, 5, frame}, {x, 12, frame}});
+    for (int y = 7; y < 11; ++y) frameSpots.insert(frameSpots.end(), {{6, y, frame}, {13, y, frame}, {8, y, kBackground}});
+    const struct {
+        const char* name;
+        std::function<void(CDrawContext&)> draw;
+        CRect bounds;
+        std::vector<Spot> spots;
+    } rows[] = {
+        {"aliased fill", [&](CDrawContext& c) { c.setDrawMode(kAliasing), c.setFillColor(orange), c.fillRect(CRect(3, 4, 9, 11)); },
+         {3, 4, 9, 11}, filled},
+        {"antialiased fill", [&](CDrawContext& c) { c.setDrawMode(kAntiAliasing), c.setFillColor(orange), c.fillRect(CRect(3, 4, 9, 11)); },
+         {3, 4, 9, 11}, filled},
+        {"frame 2 wide", [](CDrawContext& c) {
+             c.setLineWidth(2), c.setFrameColor(CColor{255, 255, 255, 128}), c.drawRect(CRect(5, 5, 15, 13));
+         }, {5, 5, 15, 13}, frameSpots},
+        {"filled ellipse", [](CDrawContext& c) { c.setFillColor(kWhiteCColor), c.drawEllipse(CRect(5, 8, 25, 20), kDrawFilled); },
+         {5, 8, 25, 20}, {{15, 14, kWhiteCColor}, {5, 8, kBackground}}},
+        {"ellipse ring 3 wide", [](CDrawContext& c) {
+             c.setFrameColor(kWhiteCColor), c.setLineWidth(3), c.drawEllipse(CRect(5, 5, 35, 35));
+         }, {5, 5, 35, 35}, {{20, 20, kBackground}, {6, 20, kWhiteCColor}, {20, 33, kWhiteCColor}}},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
         Canvas c;
-        c.context->setDrawMode(mode);
-        c.context->setFillColor(CColor{200, 100, 50, 255});
-        c.context->fillRect(CRect(3, 4, 9, 11));
-        for (int y = 4; y < 11; ++y)
-            for (int x = 3; x < 9; ++x) ASSERT_EQ(c.dib->getPixel(x, y), (CColor{200, 100, 50, 255})) << x << "," << y;
-        EXPECT_EQ(c.changedOutside(3, 4, 9, 11), 0) << "mode " << mode;
+        row.draw(*c.context);
+        for (const Spot& spot : row.spots) ASSERT_EQ(c.dib->getPixel(spot.x, spot.y), spot.colour) << spot.x << "," << spot.y;
+        const CRect& r = row.bounds;
+        EXPECT_EQ(c.changedOutside(int(r.left), int(r.top), int(r.right), int(r.bottom)), 0);
     }
-}
-
-TEST(SoftwareDrawing, FrameIsInsideTheRectangleAndEven) {
-    Canvas c;
-    c.context->setLineWidth(2);
-    c.context->setFrameColor(CColor{255, 255, 255, 128});  // translucent: overlaps would show
-    c.context->drawRect(CRect(5, 5, 15, 13));
-    // a = 128/255 over (10, 20, 30): round(255a + d(1-a)) = 133, 138, 143.
-    const CColor frame{133, 138, 143, 255};
-    for (int x = 5; x < 15; ++x) {
-        EXPECT_EQ(c.dib->getPixel(x, 5), frame);
-        EXPECT_EQ(c.dib->getPixel(x, 12), frame);
-    }
-    for (int y = 7; y < 11; ++y) {
-        EXPECT_EQ(c.dib->getPixel(6, y), frame);
-        EXPECT_EQ(c.dib->getPixel(13, y), frame);
-        EXPECT_EQ(c.dib->getPixel(8, y), kBackground);
-    }
-    EXPECT_EQ(c.changedOutside(5, 5, 15, 13), 0);
 }
 
 TEST(SoftwareDrawing, LinesBetweenWholePointsCoverPixelsInclusively) {
@@ -136,24 +147,6 @@ TEST(SoftwareDrawing, PolygonsFillByCoverageAndTheNonZeroRule) {
     const CPoint star[5] = {CPoint(20, 2), CPoint(31, 36), CPoint(2, 15), CPoint(38, 15), CPoint(9, 36)};
     s.context->drawPolygon(star, 5, kDrawFilled);
     EXPECT_EQ(s.dib->getPixel(20, 20), kWhiteCColor);
-}
-
-TEST(SoftwareDrawing, EllipsesStayInsideTheirRectangle) {
-    Canvas c;
-    c.context->setFillColor(kWhiteCColor);
-    c.context->drawEllipse(CRect(5, 8, 25, 20), kDrawFilled);
-    EXPECT_EQ(c.dib->getPixel(15, 14), kWhiteCColor);
-    EXPECT_EQ(c.dib->getPixel(5, 8), kBackground);  // corner
-    EXPECT_EQ(c.changedOutside(5, 8, 25, 20), 0);
-
-    Canvas r;
-    r.context->setFrameColor(kWhiteCColor);
-    r.context->setLineWidth(3);
-    r.context->drawEllipse(CRect(5, 5, 35, 35));
-    EXPECT_EQ(r.dib->getPixel(20, 20), kBackground);
-    EXPECT_EQ(r.dib->getPixel(6, 20), kWhiteCColor);
-    EXPECT_EQ(r.dib->getPixel(20, 33), kWhiteCColor);
-    EXPECT_EQ(r.changedOutside(5, 5, 35, 35), 0);
 }
 
 TEST(SoftwareDrawing, ClipAndOffsetWorkTogether) {

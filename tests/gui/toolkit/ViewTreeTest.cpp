@@ -299,21 +299,6 @@ TEST_F(ViewTree, ModifiedClicksAreOfferedToTheListenerFirst) {
     frame->forget();
 }
 
-TEST_F(ViewTree, DirtinessFollowsTheOldValueRules) {
-    auto* control = new CControl(CRect(0, 0, 10, 10));
-    EXPECT_TRUE(control->isDirty());  // value 0, old value 1
-    control->setDirty(false);
-    EXPECT_FALSE(control->isDirty());
-    EXPECT_EQ(control->getOldValue(), 0.0f);
-    control->setDirty(true);
-    EXPECT_EQ(control->getOldValue(), -1.0f);
-    control->setValue(-1.0f);
-    control->setDirty(true);
-    EXPECT_EQ(control->getOldValue(), 0.0f);
-    EXPECT_TRUE(control->isDirty());
-    control->forget();
-}
-
 TEST_F(ViewTree, DoubleClickWithinTheTimeResetsToTheDefault) {
     Listener listener;
     auto* control = new CControl(CRect(0, 0, 10, 10), &listener);
