@@ -13,27 +13,20 @@ namespace {
 
 using Paths = std::vector<std::string>;
 
-TEST(X11UriList, LocalFileUrisBecomeDecodedAbsolutePaths) {
-    EXPECT_EQ(filePathsFromUriList("file:///home/a/Take%201.wav\r\nfile://localhost/b.aif\r\n"),
-              (Paths{"/home/a/Take 1.wav", "/b.aif"}));
-    // Plain line feeds, no line end after the last entry, UTF-8 escapes.
-    EXPECT_EQ(filePathsFromUriList("file:///x\nFILE:///caf%C3%A9%2fm%C3%BCsik"), (Paths{"/x", "/caf\u00e9/m\u00fcsik"}));
-    // An escape that is not one keeps its bytes.
-    EXPECT_EQ(filePathsFromUriList("file:///100%25%zz%4\r\n"), (Paths{"/100%%zz%4"}));
-    EXPECT_EQ(filePathsFromUriList("file:/short/form"), (Paths{"/short/form"}));
-}
-
-TEST(X11UriList, CommentsOtherSchemesAndOtherHostsAreLeftOut) {
-    EXPECT_EQ(filePathsFromUriList(""), Paths{});
-    EXPECT_EQ(filePathsFromUriList("\r\n\r\n"), Paths{});
-    EXPECT_EQ(filePathsFromUriList("# file:///comment\r\n"
-                                   "http://example.org/a.wav\r\n"
-                                   "file://studio/remote.wav\r\n"
-                                   "file://localhost\r\n"
-                                   "file:relative.wav\r\n"
-                                   "file:///nul%00byte\r\n"
-                                   "file:///kept.wav\r\n"),
-              (Paths{"/kept.wav"}));
+TEST(X11UriList, LocalFileUrisBecomeDecodedAbsolutePathsAndTheRestIsLeftOut) {
+    const struct { const char* list; Paths paths; } rows[] = {
+        {"file:///home/a/Take%201.wav\r\nfile://localhost/b.aif\r\n", {"/home/a/Take 1.wav", "/b.aif"}},
+        // Plain line feeds, no line end after the last entry, UTF-8 escapes.
+        {"file:///x\nFILE:///caf%C3%A9%2fm%C3%BCsik", {"/x", "/caf\u00e9/m\u00fcsik"}},
+        {"file:///100%25%zz%4\r\n", {"/100%%zz%4"}},  // an escape that is not one keeps its bytes
+        {"file:/short/form", {"/short/form"}},
+        {"", {}},
+        {"\r\n\r\n", {}},
+        {"# file:///comment\r\nhttp://example.org/a.wav\r\nfile://studio/remote.wav\r\nfile://localhost\r\n"
+         "file:relative.wav\r\nfile:///nul%00byte\r\nfile:///kept.wav\r\n",
+         {"/kept.wav"}},
+    };
+    for (const auto& row : rows) EXPECT_EQ(filePathsFromUriList(row.list), row.paths) << row.list;
 }
 
 // The test's connection acts as the drag source: a window of its own owns
