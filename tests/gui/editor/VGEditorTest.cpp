@@ -20,8 +20,6 @@
 #include "gui/editor/MeterSection.h"
 #include "gui/editor/StripControls.h"
 #include "gui/editor/VGEditor.h"
-#include "gui/toolkit/CDIB.h"
-#include "gui/toolkit/HeadlessRender.h"
 #include "gui/toolkit/Sliders.h"
 #include "session/PlugEd.h"
 #include "state/Alerts.h"
@@ -364,18 +362,6 @@ TEST(VGEditor, RefreshesFollowTheRefreshRate) {
     }
 }
 
-TEST(VGEditor, TraysSlideAtTheirPace) {
-    Window w;
-    w.edit(kGUIPresetPage, 1);
-    int steps = 0;
-    while (w.editor.getRegions().presetBox.top != 25 && steps < 20) {
-        w.now += 100;
-        w.editor.idle();
-        ++steps;
-    }
-    EXPECT_EQ(steps, 6);  // from -29 to 25 by 10 a refresh
-}
-
 TEST(VGEditor, AlertsShowOneAtATimeOverTheWindow) {
     Window w;
     Alerts::instance().push("First", "one");
@@ -396,22 +382,6 @@ TEST(VGEditor, AlertsShowOneAtATimeOverTheWindow) {
     w.editor.idle();
     EXPECT_EQ(w.editor.getAlert(), nullptr);
     EXPECT_EQ(w.editor.getFrame()->getModalView(), nullptr);
-}
-
-TEST(VGEditor, SnapshotDrawsTheWindowAtItsSize) {
-    Window w;
-    CDIB* picture = renderView(w.editor.getFrame());
-    EXPECT_EQ(picture->width(), 750);
-    EXPECT_EQ(picture->height(), 741);
-    // The logo's accent mark at the top left, the ground below the header.
-    const CColor logo = picture->getPixel(16, 12);
-    EXPECT_GT(logo.red, 200);
-    EXPECT_GT(logo.green, 120);
-    picture->forget();
-
-    w.editor.setSizeOverride(900, 500);
-    EXPECT_EQ(w.editor.getFrame()->getWidth(), 900);
-    EXPECT_EQ(w.editor.getFrame()->getHeight(), 500);
 }
 
 }  // namespace
