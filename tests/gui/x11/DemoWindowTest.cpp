@@ -1,16 +1,16 @@
 // The demo program in a window inside a parent window, driven by synthetic
-// pointer events through XTest: the whole path from the server through the
-// frame to its views. A knob turns, a menu opens in its own window and
-// returns the chosen entry, the window is captured to a PNG, and closing
-// the parent ends the program cleanly. What the text entry and the file
-// dialog do with keys is left to the headless and popup tests. Runs under
-// a virtual display.
+// pointer and key events through XTest: a knob turns, a menu opens and
+// returns the chosen entry, a name is typed into the save dialog, the window
+// is captured to PNGs, and closing the parent ends the program cleanly.
+// Typing into a field in place is left to the headless and popup tests.
+// Runs under a virtual display.
 
 // GoogleTest first: Xlib defines macros (None, Bool) that clash with it.
 #include <gtest/gtest.h>
 
 #include <X11/Xlib.h>
 #include <X11/Xutil.h>
+#include <X11/keysym.h>
 #include <X11/extensions/XTest.h>
 #include <poll.h>
 #include <signal.h>
@@ -20,6 +20,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <map>
 #include <sstream>
@@ -251,13 +252,33 @@ TEST(DemoWindow, RunsInsideAParentWindowUnderSyntheticInput) {
     const Box shape = layout["shape"];
     pointer.click(shape.cx(), shape.cy());
     ASSERT_TRUE(waitUntil([&] { return popupShown(display); })) << "no popup window appeared";
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));  // until the popup holds the pointer
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    unsigned long ignored = 0;
+    EXPECT_TRUE(capture(display, DefaultRootWindow(display), dir + "/toolkit-demo-menu.png", 0, 0, ignored));
     constexpr int kItemHeight = 20;  // the menu's row height; rows start one border pixel below the control
     pointer.moveTo(shape.left + 30, shape.bottom + 1 + 2 * kItemHeight + kItemHeight / 2);
     pointer.button(true);
     pointer.button(false);
     EXPECT_EQ(demo.waitFor("menu "), "menu High Shelf");
     EXPECT_TRUE(waitUntil([&] { return !popupShown(display); })) << "the popup stayed open";
+
+    // The save dialog: it opens over the panel at the button's release with
+    // the starting name selected; typing replaces it and Return confirms.
+    // "~/Desktop" is not in the test's home, so the dialog starts in the home.
+    const Box save = layout["save"];
+    pointer.click(save.cx(), save.cy());
+    ASSERT_TRUE(waitUntil([&] { return popupShown(display); })) << "the file dialog did not open";
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    EXPECT_TRUE(capture(display, DefaultRootWindow(display), dir + "/toolkit-demo-dialog.png", 0, 0, ignored));
+    for (KeySym key : {XK_t, XK_a, XK_k, XK_e, XK_Return}) {
+        const KeyCode code = XKeysymToKeycode(display, key);
+        XTestFakeKeyEvent(display, code, True, CurrentTime);
+        XTestFakeKeyEvent(display, code, False, CurrentTime);
+        XSync(display, False);
+        std::this_thread::sleep_for(std::chrono::milliseconds(15));
+    }
+    EXPECT_EQ(demo.waitFor("file "), "file " + std::string(std::getenv("HOME")) + "/take.fwb");
+    EXPECT_TRUE(waitUntil([&] { return !popupShown(display); })) << "the file dialog stayed open";
 
     // A capture of the parent shows the panel's background at its corner.
     unsigned long corner = 0;
