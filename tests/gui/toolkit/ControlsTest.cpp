@@ -95,45 +95,96 @@ protected:
     Recorder recorder;
 };
 
-// ---- Knobs ----
-
-// Each row drags a fresh knob from y = 170 through `moves` (y and the
-// buttons held) and lets go: half the range per 100 px, a tenth of that
-// while the fine modifier is held, clamped at the ends with each end
-// reported once, and only the left button edits.
-TEST_F(Controls, KnobDragsFollowThePointerWithinTheRange) {
-    const int32_t fine = kLButton | modifierRoles().fine;
+// Each row plays presses ('d'), moves ('m') and releases ('u') with the
+// buttons held on a fresh control and checks its value after every step;
+// every left press is one edit bracket around the values reported.
+//  - knobs: half the range per 100 px, a tenth of that while the fine
+//    modifier is held (from the move it is held on), clamped at the ends
+//    with each end reported once, and only the left button edits;
+//  - sliders: the handle follows the pointer from where it was grabbed, a
+//    press beside it centres it there, fine moves ten times slower from the
+//    press and letting go of the modifier makes no jump;
+//  - an on/off button toggles at each press, a kick button is on only while
+//    pressed inside, a movie button toggles only when let go inside, a
+//    switch takes the position under the pointer, a rocker holds the end
+//    pressed and returns to the middle.
+TEST_F(Controls, ControlsFollowPressesMovesAndReleases) {
+    const int32_t L = kLButton, F = kLButton | modifierRoles().fine, R = kRButton;
+    struct Step {
+        char kind;
+        CCoord x, y;
+        int32_t buttons;
+        float after;
+    };
+    auto knob = [](float min, float max, float start) {
+        return [=](CControlListener* l) -> CControl* {
+            auto* c = new CKnob(CRect(10, 150, 50, 190), l, 1);
+            c->setMin(min), c->setMax(max), c->setValue(start);
+            return c;
+        };
+    };
+    auto at = [](CControl* c, float value) { return c->setValue(value), c; };
     const struct {
         const char* name;
-        float min, max, start;
-        int32_t pressed;
-        std::vector<std::pair<CCoord, int32_t>> moves;
-        std::vector<float> heard;  // the last is where the knob ends
+        std::function<CControl*(CControlListener*)> make;
+        std::vector<Step> gesture;
+        std::optional<std::vector<float>> heard;
     } rows[] = {
-        {"coarse", 0, 1, 0.2f, kLButton, {{70, kLButton}}, {0.7f}},
-        {"fine", 0, 1, 0.2f, fine, {{70, fine}}, {0.25f}},
-        {"down, wide range", -12, 12, 0, kLButton, {{220, kLButton}}, {-6}},
-        {"fine from mid-drag on", 0, 1, 0, kLButton, {{120, kLButton}, {70, fine}}, {0.25f, 0.275f}},
-        {"clamped", 0, 1, 0.9f, kLButton, {{140, kLButton}, {-200, kLButton}, {400, kLButton}}, {1, 0}},
-        {"right button", 0, 1, 0.5f, kRButton, {{0, kRButton}}, {}},
+        {"knob", knob(0, 1, 0.2f), {{'d', 30, 170, L, 0.2f}, {'m', 30, 70, L, 0.7f}, {'u', 30, 70, 0, 0.7f}}, {{0.7f}}},
+        {"knob, fine", knob(0, 1, 0.2f), {{'d', 30, 170, F, 0.2f}, {'m', 30, 70, F, 0.25f}, {'u', 30, 70, 0, 0.25f}}, {{0.25f}}},
+        {"knob, down a wide range", knob(-12, 12, 0), {{'d', 30, 170, L, 0}, {'m', 30, 220, L, -6}, {'u', 30, 220, 0, -6}}, {{-6}}},
+        {"knob, fine from mid-drag", knob(0, 1, 0),
+         {{'d', 30, 170, L, 0}, {'m', 30, 120, L, 0.25f}, {'m', 30, 70, F, 0.275f}, {'u', 30, 70, 0, 0.275f}}, {{0.25f, 0.275f}}},
+        {"knob, clamped", knob(0, 1, 0.9f),
+         {{'d', 30, 170, L, 0.9f}, {'m', 30, 140, L, 1}, {'m', 30, -200, L, 1}, {'m', 30, 400, L, 0}, {'u', 30, 400, 0, 0}}, {{1, 0}}},
+        {"knob, right button", knob(0, 1, 0.5f), {{'d', 30, 170, R, 0.5f}, {'m', 30, 0, R, 0.5f}, {'u', 30, 0, 0, 0.5f}}, {{}}},
+        // 20 px wide: a 12 px handle travelling 108 px, minimum at the bottom.
+        {"slider grabbed 2 px below its top", [&](CControlListener* l) { return at(new CVerticalSlider(CRect(100, 20, 120, 140), l, 1), 0); },
+         {{'d', 110, 130, L, 0}, {'m', 110, 76, L, 0.5f}, {'m', 110, -50, L, 1}, {'u', 110, -50, 0, 1}}, {}},
+        {"slider pressed beside its handle", [&](CControlListener* l) { return at(new CVerticalSlider(CRect(100, 20, 120, 140), l, 1), 0); },
+         {{'d', 110, 80, L, 0.5f}, {'u', 110, 80, 0, 0.5f}}, {}},
+        {"slider with its minimum on the right", [&](CControlListener* l) {
+             return at(new CHorizontalSlider(CRect(10, 200, 130, 220), l, 2, nullptr, nullptr, kRight), 0);
+         }, {{'d', 70, 210, L, 0.5f}, {'u', 70, 210, 0, 0.5f}}, {}},
+        {"slider, fine", [&](CControlListener* l) { return at(new CHorizontalSlider(CRect(10, 10, 130, 30), l, 1), 0.5f); },
+         {{'d', 20, 20, F, 0.5f}, {'m', 128, 20, F, 0.6f}, {'m', 128, 20, L, 0.6f}, {'m', 138.8f, 20, L, 0.7f}, {'u', 138.8f, 20, 0, 0.7f}},
+         {}},
+        {"on/off", [](CControlListener* l) { return new COnOffButton(CRect(10, 10, 50, 30), l, 1); },
+         {{'d', 20, 20, L, 1}, {'u', 20, 20, 0, 1}, {'d', 20, 20, L, 0}, {'u', 20, 20, 0, 0}}, {{1, 0}}},
+        {"kick", [](CControlListener* l) { return new CKickButton(CRect(10, 10, 50, 30), l, 1); },
+         {{'d', 20, 20, L, 1}, {'u', 20, 20, 0, 0}, {'d', 20, 20, L, 1}, {'m', 80, 20, L, 0}, {'m', 30, 20, L, 1},
+          {'m', 80, 20, L, 0}, {'u', 80, 20, 0, 0}},
+         {{1, 0, 1, 0, 1, 0}}},
+        {"movie", [](CControlListener* l) { return new CMovieButton(CRect(10, 10, 50, 30), l, 1); },
+         {{'d', 20, 20, L, 0}, {'u', 25, 25, 0, 1}, {'d', 20, 20, L, 1}, {'u', 90, 90, 0, 1}}, {{1}}},
+        {"vertical switch", [](CControlListener* l) { return new CVerticalSwitch(CRect(10, 10, 30, 110), l, 1, 5); },
+         {{'d', 20, 15, L, 0}, {'m', 20, 60, L, 0.5f}, {'m', 20, 400, L, 1}, {'u', 20, 400, 0, 1}}, {}},
+        {"horizontal switch", [](CControlListener* l) {
+             auto* c = new CHorizontalSwitch(CRect(50, 10, 110, 30), l, 2, 3);
+             c->setMax(2);
+             return c;
+         }, {{'d', 95, 20, L, 2}, {'u', 95, 20, 0, 2}, {'d', 75, 20, L, 1}, {'u', 75, 20, 0, 1}}, {}},
+        {"rocker", [](CControlListener* l) { return new CRockerSwitch(CRect(10, 10, 30, 50), l, 1); },
+         {{'d', 20, 15, L, 1}, {'m', 20, 45, L, -1}, {'u', 20, 45, 0, 0}}, {{1, -1, 0}}},
+        {"rocker across", [](CControlListener* l) {
+             return new CRockerSwitch(CRect(50, 10, 90, 30), l, 2, nullptr, kHorizontal);
+         }, {{'d', 55, 20, L, -1}, {'u', 55, 20, 0, 0}}, {}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         recorder.events.clear();
-        auto* knob = add(new CKnob(CRect(10, 150, 50, 190), &recorder, 1));
-        knob->setMin(row.min);
-        knob->setMax(row.max);
-        knob->setValue(row.start);
-        EXPECT_EQ(press(30, 170, row.pressed), row.pressed == kRButton ? kMouseEventNotHandled : kMouseEventHandled);
-        for (const auto& [y, buttons] : row.moves) move(30, y, buttons);
-        release(30, row.moves.back().first);
-        const std::vector<float> heard = recorder.values();
-        ASSERT_EQ(heard.size(), row.heard.size());
-        for (size_t i = 0; i < heard.size(); ++i) EXPECT_NEAR(heard[i], row.heard[i], 1e-3f) << i;
-        EXPECT_NEAR(knob->getValue(), row.heard.empty() ? row.start : row.heard.back(), 1e-3f);
-        EXPECT_EQ(recorder.oneBracketAroundValues(), !row.heard.empty());
-        EXPECT_FALSE(knob->isEditing());
-        frame->removeView(knob);
+        CControl* control = add(row.make(&recorder));
+        size_t presses = 0;
+        for (const Step& step : row.gesture) {
+            if (step.kind == 'd') press(step.x, step.y, step.buttons), presses += step.buttons == L || step.buttons == F;
+            if (step.kind == 'm') move(step.x, step.y, step.buttons);
+            if (step.kind == 'u') release(step.x, step.y);
+            EXPECT_NEAR(control->getValue(), step.after, 1e-3f) << step.kind << " at " << step.x << "," << step.y;
+        }
+        EXPECT_TRUE(!row.heard || recorder.values() == *row.heard);
+        EXPECT_TRUE(recorder.bracketsPerPress(presses));
+        EXPECT_FALSE(control->isEditing());
+        frame->removeView(control);
     }
 }
 
@@ -184,121 +235,21 @@ TEST_F(Controls, WheelStepsByTheIncrementAndFineByATenth) {
 
 // ---- Sliders ----
 
-TEST_F(Controls, VerticalSliderHandleFollowsThePointerFromWhereItWasGrabbed) {
-    // 20 px wide: a 12 px handle travelling 108 px, minimum at the bottom.
-    auto* slider = add(new CVerticalSlider(CRect(100, 20, 120, 140), &recorder, 1));
-    slider->setValue(0);
-    EXPECT_EQ(slider->getHandleRect(), CRect(101, 128, 119, 140));
-
-    // Grabbed 2 px below the handle's top: moving up 54 px is half the travel.
-    press(110, 130);
-    move(110, 76);
-    EXPECT_NEAR(slider->getValue(), 0.5f, 1e-4f);
-    move(110, -50);
-    EXPECT_FLOAT_EQ(slider->getValue(), 1.0f);
-    release(110, -50);
-    EXPECT_TRUE(recorder.oneBracketAroundValues());
-}
-
-TEST_F(Controls, SliderClickBesideTheHandleCentresItThere) {
+TEST_F(Controls, SliderHandlesSitWhereTheirValueAndTravelPutThem) {
+    // 20 px wide: a 12 px handle, minimum at the bottom.
     auto* slider = add(new CVerticalSlider(CRect(100, 20, 120, 140), nullptr, 1));
     slider->setValue(0);
-    press(110, 80);  // handle centre at local 60: its top at 54 of 108
-    EXPECT_NEAR(slider->getValue(), 0.5f, 1e-4f);
-    release(110, 80);
-
-    // Minimum on the right: the value grows leftwards.
+    EXPECT_EQ(slider->getHandleRect(), CRect(101, 128, 119, 140));
     auto* reversed = add(new CHorizontalSlider(CRect(10, 200, 130, 220), nullptr, 2, nullptr, nullptr, kRight));
     reversed->setValue(0);
     EXPECT_EQ(reversed->getHandleRect().right, 130);
-    press(70, 210);
-    EXPECT_NEAR(reversed->getValue(), 0.5f, 1e-4f);
-    release(70, 210);
-}
-
-TEST_F(Controls, SliderFineModifierMovesTenTimesSlowerFromTheStartPoint) {
-    auto* slider = add(new CHorizontalSlider(CRect(10, 10, 130, 30), nullptr, 1));
-    slider->setValue(0.5f);
-    const int32_t fine = kLButton | modifierRoles().fine;
-    press(20, 20, fine);  // off the handle: with fine held nothing jumps
-    EXPECT_FLOAT_EQ(slider->getValue(), 0.5f);
-    move(128, 20, fine);  // the whole travel, 108 px
-    EXPECT_NEAR(slider->getValue(), 0.6f, 1e-4f);
-    // Letting go of the modifier keeps the handle where it is.
-    const CRect before = slider->getHandleRect();
-    move(128, 20);
-    EXPECT_EQ(slider->getHandleRect(), before);
-    move(138.8f, 20);
-    EXPECT_NEAR(slider->getValue(), 0.7f, 1e-4f);
-    release(138.8f, 20);
-}
-
-TEST_F(Controls, SliderTravelLimitsPlaceTheHandle) {
-    auto* slider = add(new CSlider(CRect(100, 20, 120, 140), nullptr, 1, kVertical | kTop));
-    slider->setMinPos(10);
-    slider->setMaxPos(50);
-    slider->setValue(0);
-    EXPECT_EQ(slider->getHandleRect().top, 30);
-    slider->setValue(1);
-    EXPECT_EQ(slider->getHandleRect().top, 70);
-}
-
-// ---- Buttons and switches ----
-
-// Each row plays presses ('d'), moves ('m') and releases ('u') on a fresh
-// control and checks its value after every step: an on/off button toggles
-// at each press, a kick button is on only while pressed inside, a movie
-// button toggles only when let go inside, a switch takes the position under
-// the pointer, a rocker holds the end pressed and returns to the middle.
-// Every press is one edit bracket around the values reported.
-TEST_F(Controls, ButtonsAndSwitchesFollowPressesMovesAndReleases) {
-    struct Step {
-        char kind;
-        CCoord x, y;
-        float after;
-    };
-    const struct {
-        const char* name;
-        std::function<CControl*(CControlListener*)> make;
-        std::vector<Step> gesture;
-        std::optional<std::vector<float>> heard;
-    } rows[] = {
-        {"on/off", [](CControlListener* l) { return new COnOffButton(CRect(10, 10, 50, 30), l, 1); },
-         {{'d', 20, 20, 1}, {'u', 20, 20, 1}, {'d', 20, 20, 0}, {'u', 20, 20, 0}}, {{1, 0}}},
-        {"kick", [](CControlListener* l) { return new CKickButton(CRect(10, 10, 50, 30), l, 1); },
-         {{'d', 20, 20, 1}, {'u', 20, 20, 0}, {'d', 20, 20, 1}, {'m', 80, 20, 0}, {'m', 30, 20, 1}, {'m', 80, 20, 0},
-          {'u', 80, 20, 0}},
-         {{1, 0, 1, 0, 1, 0}}},
-        {"movie", [](CControlListener* l) { return new CMovieButton(CRect(10, 10, 50, 30), l, 1); },
-         {{'d', 20, 20, 0}, {'u', 25, 25, 1}, {'d', 20, 20, 1}, {'u', 90, 90, 1}}, {{1}}},
-        {"vertical switch", [](CControlListener* l) { return new CVerticalSwitch(CRect(10, 10, 30, 110), l, 1, 5); },
-         {{'d', 20, 15, 0}, {'m', 20, 60, 0.5f}, {'m', 20, 400, 1}, {'u', 20, 400, 1}}, {}},
-        {"horizontal switch", [](CControlListener* l) {
-             auto* c = new CHorizontalSwitch(CRect(50, 10, 110, 30), l, 2, 3);
-             c->setMax(2);
-             return c;
-         }, {{'d', 95, 20, 2}, {'u', 95, 20, 2}, {'d', 75, 20, 1}, {'u', 75, 20, 1}}, {}},
-        {"rocker", [](CControlListener* l) { return new CRockerSwitch(CRect(10, 10, 30, 50), l, 1); },
-         {{'d', 20, 15, 1}, {'m', 20, 45, -1}, {'u', 20, 45, 0}}, {{1, -1, 0}}},
-        {"rocker across", [](CControlListener* l) {
-             return new CRockerSwitch(CRect(50, 10, 90, 30), l, 2, nullptr, kHorizontal);
-         }, {{'d', 55, 20, -1}, {'u', 55, 20, 0}}, {}},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        recorder.events.clear();
-        CControl* control = add(row.make(&recorder));
-        size_t presses = 0;
-        for (const Step& step : row.gesture) {
-            if (step.kind == 'd') press(step.x, step.y), ++presses;
-            if (step.kind == 'm') move(step.x, step.y);
-            if (step.kind == 'u') release(step.x, step.y);
-            EXPECT_FLOAT_EQ(control->getValue(), step.after) << step.kind << " at " << step.x << "," << step.y;
-        }
-        EXPECT_TRUE(!row.heard || recorder.values() == *row.heard);
-        EXPECT_TRUE(recorder.bracketsPerPress(presses));
-        frame->removeView(control);
-    }
+    auto* limited = add(new CSlider(CRect(100, 20, 120, 140), nullptr, 3, kVertical | kTop));
+    limited->setMinPos(10);
+    limited->setMaxPos(50);
+    limited->setValue(0);
+    EXPECT_EQ(limited->getHandleRect().top, 30);
+    limited->setValue(1);
+    EXPECT_EQ(limited->getHandleRect().top, 70);
 }
 
 }  // namespace
