@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "effect/Product.h"
 #include "gui/editor/EditorButtons.h"
 #include "gui/editor/LayoutBuilder.h"
 #include "gui/editor/Pages.h"
@@ -186,7 +187,7 @@ TEST(LayoutElements, TextsAndTheFade) {
     Built b("<nTextDisplay text=\"One\\Two\" width=200 height=40/><AboutText text=\"Credits\" width=200 height=60/>"
             "<nTextDisplayC text=\"SCALE\" width=60 height=20/><nFaded width=10 height=100/>");
     EXPECT_EQ(b.view<nTextDisplay>(0)->getLines(), (std::vector<std::string>{"One", "Two"}));
-    EXPECT_EQ(b.view<nTextDisplay>(1)->getLines(), (std::vector<std::string>{"Fenwoldrine 1.59", "Credits"}));
+    EXPECT_EQ(b.view<nTextDisplay>(1)->getLines(), (std::vector<std::string>{std::string(kProductName) + " " + kVersionText, "Credits"}));
     EXPECT_EQ(b.view<nTextDisplay>(2)->getStyle().align, kCenterText);
     EXPECT_FALSE(b.view<nTextDisplay>(0)->hitTest(CPoint(5, 5)));
     CDIB* fade = renderView(b.view<CView>(3));

@@ -90,9 +90,7 @@ TEST(LayoutBuilder, ContainerAttributes) {
 
 TEST(LayoutBuilder, ComplaintsAreLogged) {
     Built b("<nGraph tag=kGUIPageChange><CGViewContainer/></nGraph>", {"nGraph"});
-    ASSERT_EQ(b.log.size(), 1u);
-    EXPECT_EQ(b.log[0], "XML is wrong! Trying to add child controls to a non ViewContainer class. "
-                        "Did you forget a /?\n");
+    EXPECT_EQ(b.log.size(), 1u);  // children under a view that holds none
     EXPECT_EQ(b.census().back(), ">>CGViewContainer skipped");
 
     std::vector<std::string> log;
@@ -101,8 +99,10 @@ TEST(LayoutBuilder, ComplaintsAreLogged) {
     const LayoutNode node = read("<nPage tag=kGUIPresetPage><nPage/></nPage><Unknown/>");
     orphan.viewFromLayout(node, nullptr, nullptr, nullptr);
     setLayoutLogSink({});
-    EXPECT_EQ(log, (std::vector<std::string>{"Something very odd happened. name=nPage, tag=" +
-                                             std::to_string(kGUIPresetPage) + "\n"}));
+    // Nowhere to put the page: one complaint naming it and its tag; the
+    // unknown element after it adds none.
+    ASSERT_EQ(log.size(), 1u);
+    EXPECT_NE(log[0].find("name=nPage, tag=" + std::to_string(kGUIPresetPage)), std::string::npos) << log[0];
 }
 
 // Pages nested in pages, three of them sharing one tag.
