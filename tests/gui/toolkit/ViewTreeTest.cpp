@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,9 @@ std::vector<std::string> gLog;
 class Probe : public CView {
 public:
     Probe(const char* n, const CRect& r, CMouseEventResult answer = kMouseEventHandled)
-        : CView(r), name(n), answer(answer) {}
+        : CView(r), name(n), answer(answer) {
+        ++made;
+    }
     ~Probe() override { ++destroyed; }
 
     CMouseEventResult onMouseDown(CPoint& p, const int32_t& buttons) override {
@@ -51,7 +54,7 @@ public:
     void takeFocus() override { gLog.push_back(name + " focus"); }
     void looseFocus() override { gLog.push_back(name + " unfocus"); }
 
-    static int destroyed;
+    static int made, destroyed;
 
 private:
     void record(const char* what, const CPoint& p, int32_t buttons) {
@@ -61,7 +64,7 @@ private:
     std::string name;
     CMouseEventResult answer;
 };
-int Probe::destroyed = 0;
+int Probe::made = 0, Probe::destroyed = 0;
 
 class Listener : public CControlListener {
 public:
@@ -115,52 +118,81 @@ struct ViewTree : ::testing::Test {
 
 }  // namespace
 
-TEST_F(ViewTree, PressesGoToTheTopMostHitChildInItsParentsCoordinates) {
-    auto* frame = new CFrame(CRect(0, 0, 300, 200), nullptr);
-    auto* box = new CViewContainer(CRect(50, 40, 250, 190));
-    box->addView(new Probe("under", CRect(0, 0, 100, 100)));
-    box->addView(new Probe("over", CRect(20, 20, 60, 60)));
-    frame->addView(box);
-
-    CPoint p(80, 70);  // (30, 30) in the box: both children, "over" is on top
-    EXPECT_EQ(frame->onMouseDown(p, kLButton), kMouseEventHandled);
-    p = CPoint(400, 400);  // moves and the release follow the pressed view anywhere
-    frame->onMouseMoved(p, kLButton);
-    frame->onMouseUp(p, kLButton);
-    p = CPoint(60, 50);  // (10, 10): only "under"
-    frame->onMouseDown(p, kLButton | kShift);
-    EXPECT_EQ(gLog, (std::vector<std::string>{"over down 30,30 b2", "over moved 350,360 b2", "over up 350,360 b2",
-                                              "under down 10,10 b18"}));
-    frame->forget();
-    EXPECT_EQ(Probe::destroyed, 2);
-}
-
-TEST_F(ViewTree, HiddenDisabledAndDecliningViewsLetThePressThrough) {
-    auto* frame = new CFrame(CRect(0, 0, 100, 100), nullptr);
-    frame->addView(new Probe("bottom", CRect(0, 0, 100, 100)));
-    auto* declining = new Probe("declining", CRect(0, 0, 100, 100), kMouseEventNotHandled);
-    frame->addView(declining);
-    auto* disabled = new Probe("disabled", CRect(0, 0, 100, 100));
-    disabled->setMouseEnabled(false);
-    frame->addView(disabled);
-    auto* page = new CGViewContainer(CRect(0, 0, 100, 100), true);
-    page->addView(new Probe("on hidden page", CRect(0, 0, 100, 100)));
-    frame->addView(page);
-    auto* invisible = new Probe("invisible", CRect(0, 0, 100, 100));
-    invisible->setVisible(false);
-    frame->addView(invisible);
-
-    CPoint p(10, 10);
-    frame->onMouseDown(p, kLButton);
-    EXPECT_EQ(gLog, (std::vector<std::string>{"declining down 10,10 b2", "bottom down 10,10 b2"}));
-
-    frame->onMouseUp(p, kLButton);
-    gLog.clear();
-    page->setHidden(false);
-    frame->onMouseDown(p, kLButton);
-    frame->onMouseUp(p, kLButton);
-    EXPECT_EQ(gLog, (std::vector<std::string>{"on hidden page down 10,10 b2", "on hidden page up 10,10 b2"}));
-    frame->forget();
+// Each row builds a tree in a fresh frame and plays mouse calls on it
+// ('d'own, 'm'oved, 'u'p, e'x'ited, or '!' for the row's own step): the
+// topmost view that takes a press gets it in its parent's coordinates and
+// keeps the moves and the release wherever they go; hidden, disabled and
+// declining views let it through; a press moves the focus to a view that
+// wants it or takes it away; the pointer enters and exits what it crosses.
+// Every view is freed once with the frame.
+TEST_F(ViewTree, MouseCallsReachTheRightViewsInTheirCoordinates) {
+    struct Call {
+        char kind;
+        CCoord x, y;
+        int32_t buttons;
+    };
+    CGViewContainer* page = nullptr;
+    const struct {
+        const char* name;
+        std::function<void(CFrame*)> build;
+        std::vector<Call> calls;
+        std::vector<std::string> log;
+    } rows[] = {
+        {"topmost, in its parent's coordinates", [](CFrame* f) {
+             auto* box = new CViewContainer(CRect(50, 40, 250, 190));
+             box->addView(new Probe("under", CRect(0, 0, 100, 100)));
+             box->addView(new Probe("over", CRect(20, 20, 60, 60)));
+             f->addView(box);
+         },
+         {{'d', 80, 70, kLButton}, {'m', 400, 400, kLButton}, {'u', 400, 400, kLButton}, {'d', 60, 50, kLButton | kShift}},
+         {"over down 30,30 b2", "over moved 350,360 b2", "over up 350,360 b2", "under down 10,10 b18"}},
+        {"through hidden, disabled and declining views", [&page](CFrame* f) {
+             f->addView(new Probe("bottom", CRect(0, 0, 100, 100)));
+             f->addView(new Probe("declining", CRect(0, 0, 100, 100), kMouseEventNotHandled));
+             auto* disabled = new Probe("disabled", CRect(0, 0, 100, 100));
+             disabled->setMouseEnabled(false);
+             f->addView(disabled);
+             page = new CGViewContainer(CRect(0, 0, 100, 100), true);
+             page->addView(new Probe("on hidden page", CRect(0, 0, 100, 100)));
+             f->addView(page);
+             auto* invisible = new Probe("invisible", CRect(0, 0, 100, 100));
+             invisible->setVisible(false);
+             f->addView(invisible);
+         },
+         {{'d', 10, 10, kLButton}, {'u', 10, 10, kLButton}, {'!', 0, 0, 0}, {'d', 10, 10, kLButton}},
+         {"declining down 10,10 b2", "bottom down 10,10 b2", "bottom up 10,10 b2", "on hidden page down 10,10 b2"}},
+        {"focus", [](CFrame* f) {
+             auto* a = new Probe("a", CRect(0, 0, 100, 100));
+             a->setWantsFocus(true);
+             f->addView(a);
+             f->addView(new Probe("b", CRect(100, 0, 200, 100)));
+         },
+         {{'d', 10, 10, kLButton}, {'u', 10, 10, kLButton}, {'d', 150, 10, kLButton}},
+         {"a down 10,10 b2", "a focus", "a up 10,10 b2", "b down 150,10 b2", "a unfocus"}},
+        {"crossing", [](CFrame* f) {
+             f->addView(new Probe("a", CRect(0, 0, 100, 100)));
+             f->addView(new Probe("b", CRect(100, 0, 200, 100)));
+         },
+         {{'m', 10, 10, 0}, {'m', 150, 10, 0}, {'x', 150, 10, 0}},
+         {"a entered", "a moved 10,10 b0", "a exited", "b entered", "b moved 150,10 b0", "b exited"}},
+    };
+    for (const auto& row : rows) {
+        gLog.clear();
+        Probe::made = Probe::destroyed = 0;
+        auto* frame = new CFrame(CRect(0, 0, 300, 200), nullptr);
+        row.build(frame);
+        for (const Call& call : row.calls) {
+            CPoint p(call.x, call.y);
+            if (call.kind == 'd') frame->onMouseDown(p, call.buttons);
+            if (call.kind == 'm') frame->onMouseMoved(p, call.buttons);
+            if (call.kind == 'u') frame->onMouseUp(p, call.buttons);
+            if (call.kind == 'x') frame->onMouseExited(p, call.buttons);
+            if (call.kind == '!') page->setHidden(false);
+        }
+        EXPECT_EQ(gLog, row.log) << row.name;
+        frame->forget();
+        EXPECT_EQ(Probe::destroyed, Probe::made) << row.name;
+    }
 }
 
 TEST_F(ViewTree, AModalViewTakesEveryPressAndOnlyOneCanBeSet) {
@@ -188,39 +220,6 @@ TEST_F(ViewTree, AModalViewTakesEveryPressAndOnlyOneCanBeSet) {
     gLog.clear();
     frame->onMouseDown(p, kLButton);
     EXPECT_EQ(gLog, (std::vector<std::string>{"below down 5,5 b2"}));
-    frame->forget();
-}
-
-TEST_F(ViewTree, FocusMovesWithPressesOnViewsThatWantIt) {
-    auto* frame = new CFrame(CRect(0, 0, 200, 100), nullptr);
-    auto* a = new Probe("a", CRect(0, 0, 100, 100));
-    a->setWantsFocus(true);
-    auto* b = new Probe("b", CRect(100, 0, 200, 100));
-    frame->addView(a);
-    frame->addView(b);
-    CPoint p(10, 10);
-    frame->onMouseDown(p, kLButton);
-    frame->onMouseUp(p, kLButton);
-    EXPECT_EQ(frame->getFocusView(), a);
-    p = CPoint(150, 10);
-    frame->onMouseDown(p, kLButton);
-    EXPECT_EQ(frame->getFocusView(), nullptr);
-    EXPECT_EQ(gLog, (std::vector<std::string>{"a down 10,10 b2", "a focus", "a up 10,10 b2", "b down 150,10 b2",
-                                              "a unfocus"}));
-    frame->forget();
-}
-
-TEST_F(ViewTree, PointerCrossingChildrenEntersAndExitsThem) {
-    auto* frame = new CFrame(CRect(0, 0, 200, 100), nullptr);
-    frame->addView(new Probe("a", CRect(0, 0, 100, 100)));
-    frame->addView(new Probe("b", CRect(100, 0, 200, 100)));
-    CPoint p(10, 10);
-    frame->onMouseMoved(p, 0);
-    p = CPoint(150, 10);
-    frame->onMouseMoved(p, 0);
-    frame->onMouseExited(p, 0);
-    EXPECT_EQ(gLog, (std::vector<std::string>{"a entered", "a moved 10,10 b0", "a exited", "b entered",
-                                              "b moved 150,10 b0", "b exited"}));
     frame->forget();
 }
 
