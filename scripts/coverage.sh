@@ -3,21 +3,26 @@
 # counters and prints line and branch coverage per source folder, the
 # filter and processing core (dsp/, core/, state/) first, into
 # BUILD/summary.txt as well.
-#   scripts/coverage.sh BUILD_DIR [JOBS]
+#   scripts/coverage.sh BUILD_DIR [JOBS] [--report-only]
+# --report-only sums the counters a run left, without running the tests.
 set -euo pipefail
-build="${1:?usage: scripts/coverage.sh BUILD_DIR [JOBS]}"
+build="${1:?usage: scripts/coverage.sh BUILD_DIR [JOBS] [--report-only]}"
 jobs="${2:-$(nproc)}"
+run_tests=1
+[ "${3:-}" = "--report-only" ] && run_tests=0
 build="$(cd "$build" && pwd)"
 # The sources the build was made from (the build may belong to another checkout).
 root="$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "$build/CMakeCache.txt")"
 [ -n "$root" ] || { echo "coverage: $build is not a configured build" >&2; exit 1; }
 
-find "$build" -name '*.gcda' -delete
-# The tests are run for their counts; one that fails only in this build (a
-# child process that cannot write its counters, say) is named, not fatal.
-if ! (cd "$build" && ctest -j "$jobs" -E lv2-ui-jalv --output-on-failure >"$build/coverage-tests.log" 2>&1); then
-  echo "coverage: some tests failed in the coverage build (see $build/coverage-tests.log):" >&2
-  sed -n '/The following tests FAILED/,/Errors while running/p' "$build/coverage-tests.log" >&2
+if [ "$run_tests" = 1 ]; then
+  find "$build" -name '*.gcda' -delete
+  # The tests are run for their counts; one that fails only in this build (a
+  # child process that cannot write its counters, say) is named, not fatal.
+  if ! (cd "$build" && ctest -j "$jobs" -E lv2-ui-jalv --output-on-failure >"$build/coverage-tests.log" 2>&1); then
+    echo "coverage: some tests failed in the coverage build (see $build/coverage-tests.log):" >&2
+    sed -n '/The following tests FAILED/,/Errors while running/p' "$build/coverage-tests.log" >&2
+  fi
 fi
 
 # Counters of code run by several threads at once can come out torn (a branch
