@@ -492,26 +492,45 @@ inline void bf4(V& a0, V& a1, V& a2, V& a3) {
     a3 = t1 - d;
 }
 
+// One radix-4 step on the quarters' j-th points x0..x3 with the factors
+// w^j, w^2j, w^3j. Forward in decimation: the 4-point DFT, outputs in
+// bit-reversed slots, then the factors. FromReversed, its transpose: inputs
+// in bit-reversed slots (Y0, Y2, Y1, Y3 of the span's quarters), the factors
+// first, then the 4-point DFT with its outputs in natural order.
+template <bool Inv, bool FromReversed>
+inline void radix4(double* x0, double* x1, double* x2, double* x3, const Tw& w1, const Tw& w2, const Tw& w3) {
+    if constexpr (FromReversed) {
+        const V a0 = load(x0), a1 = mul<Inv>(load(x1), w2), a2 = mul<Inv>(load(x2), w1), a3 = mul<Inv>(load(x3), w3);
+        const V t0 = a0 + a1, t1 = a0 - a1, t2 = a2 + a3, d = quarterTurn<Inv>(a2 - a3);
+        store(x0, t0 + t2);
+        store(x1, t1 + d);
+        store(x2, t0 - t2);
+        store(x3, t1 - d);
+    } else {
+        V a0 = load(x0), a1 = load(x1), a2 = load(x2), a3 = load(x3);
+        bf4<Inv>(a0, a1, a2, a3);
+        store(x0, a0);
+        store(x1, mul<Inv>(a1, w2));
+        store(x2, mul<Inv>(a2, w1));
+        store(x3, mul<Inv>(a3, w3));
+    }
+}
+
 // One radix-4 pass over a span of 4q points, factors in the full layout.
-template <bool Inv>
+template <bool Inv, bool FromReversed = false>
 void passFull(double* a, size_t q, const double* tw) {
     double* p1 = a + 2 * q;
     double* p2 = a + 4 * q;
     double* p3 = a + 6 * q;
     for (size_t j = 0; j < q; j += kLanes) {
         const size_t o = 2 * j;
-        V a0 = load(a + o), a1 = load(p1 + o), a2 = load(p2 + o), a3 = load(p3 + o);
-        bf4<Inv>(a0, a1, a2, a3);
         const double* w = tw + 24 * (j >> 1) + 2 * (j & 1);
-        store(a + o, a0);
-        store(p1 + o, mul<Inv>(a1, loadTw(w + 8)));
-        store(p2 + o, mul<Inv>(a2, loadTw(w)));
-        store(p3 + o, mul<Inv>(a3, loadTw(w + 16)));
+        radix4<Inv, FromReversed>(a + o, p1 + o, p2 + o, p3 + o, loadTw(w), loadTw(w + 8), loadTw(w + 16));
     }
 }
 
-// The same with only w^j stored.
-template <bool Inv>
+// The same with only w^j stored: the other two powers are made from it.
+template <bool Inv, bool FromReversed = false>
 void passCompact(double* a, size_t q, const double* tw) {
     double* p1 = a + 2 * q;
     double* p2 = a + 4 * q;
@@ -521,14 +540,7 @@ void passCompact(double* a, size_t q, const double* tw) {
         const V w1 = load(tw + o);
         const Tw t1 = toTw(w1);
         const V w2 = mul<false>(w1, t1);
-        const Tw t2 = toTw(w2);
-        const Tw t3 = toTw(mul<false>(w2, t1));
-        V a0 = load(a + o), a1 = load(p1 + o), a2 = load(p2 + o), a3 = load(p3 + o);
-        bf4<Inv>(a0, a1, a2, a3);
-        store(a + o, a0);
-        store(p1 + o, mul<Inv>(a1, t2));
-        store(p2 + o, mul<Inv>(a2, t1));
-        store(p3 + o, mul<Inv>(a3, t3));
+        radix4<Inv, FromReversed>(a + o, p1 + o, p2 + o, p3 + o, t1, toTw(w2), toTw(mul<false>(w2, t1)));
     }
 }
 
@@ -619,58 +631,6 @@ void decimate(double* a, int p, const double* twiddles) {
     }
 }
 
-// The transposed radix-4 pass: inputs in bit-reversed slots (Y0, Y2, Y1, Y3
-// of the span's quarters), twiddles first, then the 4-point DFT whose
-// outputs land in natural order.
-template <bool Inv>
-inline void bf4FromReversed(V& a0, V& a1, V& a2, V& a3) {
-    const V t0 = a0 + a1, t1 = a0 - a1, t2 = a2 + a3, d = quarterTurn<Inv>(a2 - a3);
-    a0 = t0 + t2;
-    a1 = t1 + d;
-    a2 = t0 - t2;
-    a3 = t1 - d;
-}
-
-template <bool Inv>
-void passFullFromReversed(double* a, size_t q, const double* tw) {
-    double* p1 = a + 2 * q;
-    double* p2 = a + 4 * q;
-    double* p3 = a + 6 * q;
-    for (size_t j = 0; j < q; j += kLanes) {
-        const size_t o = 2 * j;
-        const double* w = tw + 24 * (j >> 1) + 2 * (j & 1);
-        V a0 = load(a + o), a1 = mul<Inv>(load(p1 + o), loadTw(w + 8)), a2 = mul<Inv>(load(p2 + o), loadTw(w)),
-          a3 = mul<Inv>(load(p3 + o), loadTw(w + 16));
-        bf4FromReversed<Inv>(a0, a1, a2, a3);
-        store(a + o, a0);
-        store(p1 + o, a1);
-        store(p2 + o, a2);
-        store(p3 + o, a3);
-    }
-}
-
-template <bool Inv>
-void passCompactFromReversed(double* a, size_t q, const double* tw) {
-    double* p1 = a + 2 * q;
-    double* p2 = a + 4 * q;
-    double* p3 = a + 6 * q;
-    for (size_t j = 0; j < q; j += kLanes) {
-        const size_t o = 2 * j;
-        const V w1 = load(tw + o);
-        const Tw t1 = toTw(w1);
-        const V w2 = mul<false>(w1, t1);
-        const Tw t2 = toTw(w2);
-        const Tw t3 = toTw(mul<false>(w2, t1));
-        V a0 = load(a + o), a1 = mul<Inv>(load(p1 + o), t2), a2 = mul<Inv>(load(p2 + o), t1),
-          a3 = mul<Inv>(load(p3 + o), t3);
-        bf4FromReversed<Inv>(a0, a1, a2, a3);
-        store(a + o, a0);
-        store(p1 + o, a1);
-        store(p2 + o, a2);
-        store(p3 + o, a3);
-    }
-}
-
 // The DFT of 2^p points (p >= 5) given in bit-reversed order, natural order
 // out: the transpose of decimate, its steps in the opposite order.
 template <bool Inv>
@@ -685,9 +645,9 @@ void decimateFromReversed(double* a, int p, const double* twiddles) {
     }
     const double* tw = twiddles + stageOffset(p);
     if (p <= kLastFullStage)
-        passFullFromReversed<Inv>(a, q, tw);
+        passFull<Inv, true>(a, q, tw);
     else
-        passCompactFromReversed<Inv>(a, q, tw);
+        passCompact<Inv, true>(a, q, tw);
 }
 
 #endif  // FW_FFT_KERNELS
