@@ -89,8 +89,8 @@ TEST(FactoryBank, HoldsTheProgramsOfTheSourceInOrderEachWithAPresetFileOfExactly
     for (int32_t p = 0; p < kPrograms; ++p) {
         const ProgramRecord& want = bank->programStore().program(p);
         EXPECT_EQ(want.name, names[size_t(p)]) << p;
-        char number[8];
-        std::snprintf(number, sizeof number, "%02d", p + 1);
+        char number[16];
+        std::snprintf(number, sizeof number, "%02d", int(p + 1));
         EXPECT_EQ(files[size_t(p)], kFactory + "/Presets/Factory/" + number + " " + names[size_t(p)] + ".fwi");
         // A preset lands in whichever program is current, here the last one,
         // and leaves the other programs of the fresh instance at their defaults.
