@@ -102,6 +102,8 @@ TEST(ChannelRouting, EachGroupReachesItsOwnHostChannelInEveryLayout) {
             expectBoosted(*fx, channels, {kHostOfGroup[size_t(channels - 1)][size_t(g)]});
         }
     }
+    // Counts without a standard layout have none.
+    for (const int32_t channels : {0, 9}) EXPECT_TRUE(standardChannelLayout(channels).empty()) << channels;
 }
 
 TEST(ChannelRouting, GroupBitsBeyondTheChannelsReachNothingAndAGroupMayHoldSeveral) {

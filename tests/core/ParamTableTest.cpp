@@ -49,6 +49,7 @@ TEST(ParameterNameTable, NamesFollowIndicesAndTheEditorsTagsComeAfter) {
     EXPECT_EQ(names.valueOf("kNumParams"), kNumParams);
     EXPECT_GT(names.valueOf("kGUIEQGraph"), kNumParams);
     EXPECT_STREQ(names.nameOf(kGUIClip), "kGUIClip");
+    EXPECT_EQ(names.nameOf(-5), nullptr);
     EXPECT_EQ(names.valueOf("kGUIRoutingMatrix"), -1);
 }
 
@@ -124,6 +125,19 @@ TEST(PlugParameters, SteppedRowsSnapAndContinuousOnesAreLeftAlone) {
     // From a norm: the real value 4 as a fraction of the range.
     EXPECT_FLOAT_EQ(fx->snapParameter(kIRLength, 4.0f / 9.0f + 0.01f, true), 4.0f / 8.0f);
     EXPECT_EQ(fx->snapParameter(kGain, 0.37f, false), 0.37f);  // continuous rows are left alone
+    // A stepped row's step count matches what snapping across its travel
+    // gives (its distinct values, or one more), and the slope's values lie a
+    // step size apart; a continuous row has no steps.
+    for (const int32_t row : {kIRLength, kBand1Slope}) {
+        std::set<float> values;
+        for (int32_t i = 0; i <= 1000; ++i) values.insert(fx->snapParameter(row, float(i) / 1000.0f, true));
+        const int32_t steps = fx->getParameterStepCount(row);
+        EXPECT_TRUE(int32_t(values.size()) == steps || int32_t(values.size()) == steps + 1) << row << ": " << steps;
+    }
+    const float lowest = staticParamTable()[kBand1Slope].min;
+    fx->setParameter(kBand1Slope, fx->snapParameter(kBand1Slope, 0.3f, true));
+    EXPECT_EQ(std::fmod(fx->getRealValue(kBand1Slope) - lowest, float(fx->getParameterStepSize(kBand1Slope))), 0.0f);
+    EXPECT_EQ(fx->getParameterStepCount(kGain), 0);
 }
 
 TEST(PlugParameters, LockedParametersIgnoreWrites) {
