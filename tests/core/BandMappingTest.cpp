@@ -88,4 +88,8 @@ TEST(BandMapping, AutoListenHearsOneBandThroughItsListeningType) {
     context.listenGainMode = 1;
     EXPECT_FLOAT_EQ(mapBandShape(table[2], 2, context).gain, 12.0f);
     EXPECT_EQ(engineTypeFor(7, false), kEngineFlat);
+    // Not listened to, a notch band is the notch it is.
+    context.listenBand = -1;
+    set(2, kFieldState, kBandOn);
+    EXPECT_EQ(mapBandShape(table[2], 2, context).type, kEngineNotch);
 }
