@@ -128,3 +128,36 @@ TEST(Analyser, PositionsStayOnTheDisplay) {
     EXPECT_EQ(loud.engine.positionOf(std::pow(10.0, -30.0 / 20.0), 1000.0f), 0.0);
     EXPECT_GT(loud.engine.positionOf(std::pow(10.0, -40.0 / 20.0), 1000.0f), 0.0);
 }
+
+// Smoothing is a centred running mean: beside an engine that does not
+// smooth, reading the same instance, each column away from the edges is the
+// mean of the unsmoothed columns within its width.
+TEST(Analyser, SmoothingIsACentredMeanOfTheColumns) {
+    Scene s;
+    UISettingsTree& ui = s.fx->uiSettings();
+    ui.setValue("Analyser", "Smoothing", 2);
+    AnalyserEngine smoothed;
+    smoothed.applySettings(ui);
+    smoothed.setNyquist(kRate / 2.0f);
+    smoothed.setColumns(300, 20.0, 20000.0);
+    smoothed.setPrimary(InstanceRegistry::instance().handleOf(s.fx.get()), 0);
+    std::vector<float> signal = sine(440.0, 0.3, 16384);
+    const std::vector<float> high = sine(5000.0, 0.1, 16384);
+    for (size_t n = 0; n < signal.size(); ++n) signal[n] += high[n];
+    feed(*s.fx, signal);
+    s.engine.update();
+    smoothed.update();
+    const std::vector<double>& raw = s.engine.primaryLevels();
+    const std::vector<double>& got = smoothed.primaryLevels();
+    int32_t width = 0;  // the half width the setting chose
+    for (int32_t h = 2; h <= 16 && width == 0; ++h) {
+        bool fits = true;
+        for (int32_t c = h; c + h < 300 && fits; ++c) {
+            double sum = 0.0;
+            for (int32_t j = c - h + 1; j <= c + h - 1; ++j) sum += raw[size_t(j)];
+            fits = std::fabs(got[size_t(c)] - sum / (2.0 * h - 1.0)) < 1e-12;
+        }
+        if (fits) width = h;
+    }
+    EXPECT_GT(width, 1);
+}
