@@ -4,10 +4,10 @@
 #include <complex>
 #include <cstring>
 #include <algorithm>
-#include <cstdlib>
 #include <numbers>
 
 #include "dsp/PairedKernel.h"
+#include "dsp/VectorSet.h"
 
 namespace {
 
@@ -248,22 +248,7 @@ PairedRun kernelOf(PairedKernel kernel) {
 }
 
 // The kernel chosen once: the widest the processor has, or the one named.
-PairedKernel chooseKernel() {
-    PairedKernel best = PairedKernel::kSse2;
-    for (const PairedKernel k : {PairedKernel::kAvx2, PairedKernel::kAvx512})
-        if (pairedKernelSupported(k)) best = k;
-    if (const char* named = std::getenv("FENWOLDRINE_IIR_KERNEL")) {
-        const struct {
-            const char* name;
-            PairedKernel kernel;
-        } names[] = {{"sse2", PairedKernel::kSse2}, {"avx2", PairedKernel::kAvx2}, {"avx512", PairedKernel::kAvx512}};
-        for (const auto& n : names)
-            if (std::strcmp(named, n.name) == 0 && pairedKernelSupported(n.kernel)) best = n.kernel;
-    }
-    return best;
-}
-
-const PairedKernel kChosenKernel = chooseKernel();
+const PairedKernel kChosenKernel = widestVectorSet("FENWOLDRINE_IIR_KERNEL", pairedKernelSupported);
 const PairedRun kChosenRun = kernelOf(kChosenKernel);
 
 }  // namespace

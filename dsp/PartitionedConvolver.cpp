@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstdlib>
 #include <cstring>
 #include <thread>
 
 #include "dsp/ConvolverKernels.h"
+#include "dsp/VectorSet.h"
 
 // Layout. Samples of the two channels are interleaved pairs, read as one
 // complex signal (first channel real, second imaginary) by the transforms.
@@ -56,28 +56,12 @@ bool processorHas(ConvolverKernel kernel) {
 bool processorHas(ConvolverKernel kernel) { return kernel == ConvolverKernel::kSse2; }
 #endif
 
-ConvolverKernel chooseKernel() {
-    ConvolverKernel best = ConvolverKernel::kSse2;
-    for (const ConvolverKernel k : {ConvolverKernel::kAvx2, ConvolverKernel::kAvx512})
-        if (processorHas(k)) best = k;
-    if (const char* named = std::getenv("FENWOLDRINE_FIR_KERNEL")) {
-        const struct {
-            const char* name;
-            ConvolverKernel kernel;
-        } names[] = {{"sse2", ConvolverKernel::kSse2}, {"avx2", ConvolverKernel::kAvx2},
-                     {"avx512", ConvolverKernel::kAvx512}};
-        for (const auto& n : names)
-            if (std::strcmp(named, n.name) == 0 && processorHas(n.kernel)) best = n.kernel;
-    }
-    return best;
-}
-
 }  // namespace
 
 bool convolverKernelSupported(ConvolverKernel kernel) { return processorHas(kernel); }
 
 ConvolverKernel convolverKernelInUse() {
-    static const ConvolverKernel chosen = chooseKernel();
+    static const ConvolverKernel chosen = widestVectorSet("FENWOLDRINE_FIR_KERNEL", processorHas);
     return chosen;
 }
 
