@@ -227,8 +227,6 @@ def main():
     print(report)
     with open(args.report or os.path.join(args.work, "report.md"), "w", encoding="utf-8") as f:
         f.write(report)
-    # The scratch tree goes back to what was scored.
-    sync(ROOT, src, args.rev)
     return 0 if len(caught) == len(applied) else 1
 
 
