@@ -28,6 +28,8 @@ void SharedTimer::leave(TimerClient* client) {
     if (clients.empty()) stopLocked(held);
 }
 
+void SharedTimer::waitForTick() { std::lock_guard<std::mutex> held(listLock); }
+
 void SharedTimer::stopLocked(std::unique_lock<std::mutex>& held) {
     if (!ticker.joinable()) return;
     ++generation;

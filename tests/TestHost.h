@@ -91,11 +91,18 @@ inline std::unique_ptr<Plug> makePlug(int32_t channels, EffectHostCallback host 
 // compiling beside the tests): the wait goes by the clock, generously.
 inline void settleEngine(Plug& fx) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    const auto pending = [&] { return fx.isRefreshPending() || fx.isWorkerPending(); };
     fx.refreshEngine(true);
-    while ((fx.isRefreshPending() || fx.isWorkerPending()) && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-        if (fx.isRefreshPending()) fx.refreshEngine(true);
-    }
+    do {
+        while (pending() && std::chrono::steady_clock::now() < deadline) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            if (fx.isRefreshPending()) fx.refreshEngine(true);
+        }
+        // The timer's idle clears the pending flag as its update begins:
+        // the update may still be writing the bank. Once its tick has
+        // ended, the bank is the test's to read (or the tick left more to do).
+        SharedTimer::instance().waitForTick();
+    } while (pending() && std::chrono::steady_clock::now() < deadline);
     fx.updateLatency();
 }
 
