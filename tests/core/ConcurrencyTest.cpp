@@ -70,6 +70,26 @@ private:
     std::thread worker;
 };
 
+// Runs the instance's idle beside the shared timer, as a host's UI thread would.
+class IdleThread {
+public:
+    explicit IdleThread(Plug& fx)
+        : worker([this, &fx] {
+              while (!stop) {
+                  fx.idle();
+                  std::this_thread::sleep_for(std::chrono::milliseconds(1));
+              }
+          }) {}
+    ~IdleThread() {
+        stop = true;
+        worker.join();
+    }
+
+private:
+    std::atomic<bool> stop{false};
+    std::thread worker;
+};
+
 // Noise (or silence) through the effect in blocks of kBlock.
 Buffers render(Plug& fx, int32_t frames, bool silent) {
     const int32_t channels = fx.getChannelCount();
@@ -81,16 +101,10 @@ Buffers render(Plug& fx, int32_t frames, bool silent) {
 
 TEST(Concurrency, AParameterStormWhileAudioRunsLosesNothing) {
     auto fx = makePlug(2);
-    std::atomic<bool> stopIdle{false};
-    std::thread idler([&] {
-        while (!stopIdle) {
-            fx->idle();
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-    });
     std::mt19937 gen(7);
     std::uniform_real_distribution<float> unit(0.0f, 1.0f);
     {
+        IdleThread idler(*fx);
         AudioThread audio(*fx);
         const auto deadline = Clock::now() + std::chrono::milliseconds(1500);
         const int32_t layouts[] = {6, 1, 8, 2};
@@ -121,8 +135,6 @@ TEST(Concurrency, AParameterStormWhileAudioRunsLosesNothing) {
             }
         }
     }
-    stopIdle = true;
-    idler.join();
 
     // A fresh instance given the final parameters.
     auto fresh = makePlug(fx->getChannelCount());
@@ -175,20 +187,12 @@ TEST(Concurrency, SessionsRestoredWhileAudioRunsEndInTheLastOne) {
     }
     {
         AudioThread audio(*fx);
-        std::atomic<bool> stop{false};
-        std::thread idler([&] {
-            while (!stop) {
-                fx->idle();
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-        });
+        IdleThread idler(*fx);
         for (int32_t round = 0; round < 12; ++round) {
             std::vector<uint8_t>& chunk = chunks[size_t(round) % chunks.size()];
             fx->setChunk(chunk.data(), int32_t(chunk.size()), false);
             chunkOf(*fx, round % 3 == 0);
         }
-        stop = true;
-        idler.join();
     }
     settleEngine(*fx);
     // Round 11 restored chunk 3: the instance runs what a fresh one given it runs.

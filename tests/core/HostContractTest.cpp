@@ -66,14 +66,4 @@ TEST(HostContract, SampleRateChangesKeepBandFrequencies) {
     EXPECT_EQ(fx->getSampleRate(), 44100.0f);
 }
 
-TEST(HostContract, AnEffectWithoutAHostStillWorks) {
-    auto fx = makePlug(2, nullptr);
-    fx->setParameterAutomated(kGain, 0.4f);
-    fx->endEdit(kGain);
-    settleEngine(*fx);
-    char product[kEffectNameSize];
-    EXPECT_FALSE(fx->getHostProductString(product));
-    EXPECT_EQ(fx->getCurrentProcessLevel(), 0);
-}
-
 }  // namespace

@@ -192,27 +192,6 @@ TEST(ProcessLoop, SoloedChannelsAreHeardWhereTheirCodingPutsThem) {
     }
 }
 
-TEST(ProcessLoop, DoubleInPlaceAndFloatPathsAgree) {
-    auto a = makePlug(2);
-    auto b = makePlug(2);
-    for (Plug* fx : {a.get(), b.get()}) {
-        setShown(*fx, kGain, -6.0);
-        fx->resume();
-    }
-    const Buffers in = noise(2, 1500);
-    const Buffers viaFloat = run(*a, in, 1500);
-    std::vector<std::vector<double>> io(2);
-    for (size_t c = 0; c < 2; ++c) io[c].assign(in[c].begin(), in[c].end());
-    double* p[2] = {io[0].data(), io[1].data()};
-    b->processDoubleReplacing(p, p, 1500);
-    const float g = float(std::pow(10.0, -6.0 / 20.0));
-    for (size_t c = 0; c < 2; ++c)
-        for (size_t s = 0; s < 1500; ++s) {
-            ASSERT_EQ(viaFloat[c][s], float(io[c][s])) << c << " " << s;
-            ASSERT_NEAR(viaFloat[c][s], in[c][s] * g, 1e-6) << c << " " << s;
-        }
-}
-
 TEST(ProcessLoop, MismatchedOrMissingChannelsLeaveOutputsUntouched) {
     auto fx = makePlug(2);
     Buffers in = noise(2, 64);
