@@ -203,15 +203,11 @@ TEST(StateDamage, ChunksThatDoNotParseLeaveTheStateAsItWas) {
     EXPECT_EQ(documentOf(*fx), before);
 }
 
-TEST(StateDamage, AFailedFullStateStillClearsTheLockWords) {
-    auto fx = makePlug(2);
-    fx->setParameterLocked(0, kGain, true);
-    applyText(*fx, "not json");
-    EXPECT_EQ(fx->programStore().lockWord(0, kGain / 32), 0u);
-}
-
 TEST(StateDamage, WrongTypesReadAsZeroOrEmpty) {
     auto fx = makePlug(2);
+    fx->setParameterLocked(0, kGain, true);
+    applyText(*fx, "not json");  // a failed full state still clears the lock words
+    EXPECT_EQ(fx->programStore().lockWord(0, kGain / 32), 0u);
     setReal(*fx, kGain, 3.0);
     const float gainBefore = fx->getParameter(kGain);
     applyText(*fx, R"({"presets": 5, "ab": "x", "renderParams": {"a": 1}, "routing": [1],
@@ -268,10 +264,14 @@ TEST(StateKeys, DifferenceFormWritesOnlyWhatDiffers) {
 
 TEST(StateMigration, OlderDocumentsGetTheirDocumentedDefaults) {
     auto fx = makePlug(2);
-    // No zla: the older alignment, and it is not written again.
-    applyText(*fx, R"({"presets": []})");
+    // No zla: the older alignment, and it is not written again. A range
+    // needs both bounds: one alone keeps the standard range.
+    applyText(*fx, R"({"presets": [], "minFreq": 5})");
     EXPECT_TRUE(fx->isLegacyAlignment());
     EXPECT_EQ(documentOf(*fx).find("\"zla\""), std::string::npos);
+    EXPECT_EQ(documentOf(*fx).find("minFreq"), std::string::npos);
+    EXPECT_FLOAT_EQ(fx->getMinFrequency(), 10.0f);
+    EXPECT_FLOAT_EQ(fx->getMaxFrequency(), 22000.0f);
 
     // No presets: a document of one program, the current one.
     fx->setProgram(4);
@@ -307,14 +307,6 @@ TEST(StateMigration, ShortAndLongListsTouchOnlyWhatTheyHold) {
     applyText(*fx, many);
     EXPECT_STREQ(fx->programStore().program(19).name, "P19");
     EXPECT_EQ(fx->programStore().slot(7).values[kGain], 0.5f);
-}
-
-TEST(StateMigration, ARangeNeedsBothBounds) {
-    auto fx = makePlug(2);
-    applyText(*fx, R"({"presets": [], "minFreq": 5})");
-    EXPECT_EQ(documentOf(*fx).find("minFreq"), std::string::npos);
-    EXPECT_FLOAT_EQ(fx->getMinFrequency(), 10.0f);
-    EXPECT_FLOAT_EQ(fx->getMaxFrequency(), 22000.0f);
 }
 
 // ---------------------------------------------------------------------------
