@@ -53,14 +53,19 @@ void writePreset(const std::string& path, double gain, double irLength, const ch
     ASSERT_TRUE(PlugEd::of(*fx)->savePreset(path));
 }
 
-}  // namespace
-
-TEST(PresetMenu, ProgramsInUseThenASeparatorThenTheFolder) {
+// A preset folder of a shelf, and two more in a subfolder.
+void writeFolder() {
     const std::string folder = presetFolder();
     writePreset(folder + "Air.fwi", 2.0, 3, "Air");
     fs::create_directories(folder + "Mastering");
     writePreset(folder + "Mastering/10 Dark.fwi", -2.0, 3, "Dark");
     writePreset(folder + "Mastering/2 Bright.fwi", 1.0, 3, "Bright");
+}
+
+}  // namespace
+
+TEST(PresetMenu, ProgramsInUseThenASeparatorThenTheFolder) {
+    writeFolder();
 
     auto fx = makePlug(2);
     PlugEd& ed = *PlugEd::of(*fx);
@@ -75,11 +80,7 @@ TEST(PresetMenu, ProgramsInUseThenASeparatorThenTheFolder) {
 }
 
 TEST(PresetMenu, ChoosingAProgramAFileOrABanksProgramLoadsIt) {
-    const std::string folder = presetFolder();
-    writePreset(folder + "Air.fwi", 2.0, 3, "Air");
-    fs::create_directories(folder + "Mastering");
-    writePreset(folder + "Mastering/2 Bright.fwi", 1.0, 3, "Bright");
-    writePreset(folder + "Mastering/10 Dark.fwi", -2.0, 3, "Dark");
+    writeFolder();
 
     auto fx = makePlug(2);
     PlugEd& ed = *PlugEd::of(*fx);

@@ -44,14 +44,6 @@ TEST(UIDefaults, SavingAllReplacesEveryCategory) {
     EXPECT_EQ(ui.value("Layout", "UI Size"), 4);
 }
 
-TEST(UIDefaults, TheCurrentStateSavedAsDefaultStartsNewInstances) {
-    auto fx = makePlug(2);
-    setShown(*fx, kGain, -4.0);
-    ASSERT_TRUE(PlugEd::of(*fx)->saveStateAsDefault());
-    auto fresh = makePlug(2);
-    EXPECT_NEAR(fresh->normToDisplay(kGain, fresh->getParameter(kGain)), -4.0, 1e-4);
-}
-
 TEST(UIDefaults, PropagationGivesTheOthersOneCategoryOrAll) {
     auto a = makePlug(2), b = makePlug(2), c = makePlug(2);
     UISettingsTree& ui = a->uiSettings();
