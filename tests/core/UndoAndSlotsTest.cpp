@@ -223,6 +223,20 @@ TEST(ABSlots, EachSlotRecallsItsValuesBandOrderAndAutoGainAndCopiesKeepTheCurren
     EXPECT_EQ(fx->getABSlot(), 4);
 }
 
+// The slot left takes the band order and auto gain of the program playing
+// now, not those it held when the program was another.
+TEST(ABSlots, TheSlotLeftKeepsTheExtrasOfTheProgramNowPlaying) {
+    auto fx = makePlug(2);
+    const int32_t order[] = {7, -1};
+    fx->setBandOrder(0, order, 2);
+    fx->setAutoGain(0, 1);
+    fx->setProgram(1);
+    fx->switchABSlot(1);
+    fx->switchABSlot(0);
+    EXPECT_EQ(fx->programStore().bandOrder(1)[0], -1);
+    EXPECT_EQ(fx->programStore().autoGain(1), 0);
+}
+
 TEST(ABSlots, AutomationOfTheSlotParameterSwitchesSlots) {
     auto fx = makePlug(2);
     drag(*fx, kGain, {1.0});

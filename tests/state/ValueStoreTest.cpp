@@ -10,6 +10,7 @@
 #include <sstream>
 
 #include "TempHome.h"
+#include "state/PresetFiles.h"
 
 namespace {
 
@@ -88,6 +89,21 @@ TEST_F(ValueStoreTest, ReadPrefersTheUserValueAndSkipsEmptyOnes) {
     writeFile(userFile("big"), std::string(10000, 'x'));
     EXPECT_EQ(readStoreValue("big", 8192), std::string(8192, 'x'));
     EXPECT_EQ(readStoreValue("big", 1), "x");
+}
+
+// Stored loading flags are read back; a value that is no number keeps
+// whatever the instance has.
+TEST_F(ValueStoreTest, LoadingFlagsReadBackOrKeepTheCurrentOnes) {
+    EXPECT_EQ(readLoadingFlags(6u), 6u);  // nothing stored
+    const struct { const char* stored; uint32_t read; } rows[] = {
+        {"5", 5u}, {"0", 0u}, {"", 6u}, {"all", 6u}, {"-", 6u}, {"99999999999999999999", 6u},
+    };
+    for (const auto& row : rows) {
+        writeFile(userFile("loadingFlags"), row.stored);
+        EXPECT_EQ(readLoadingFlags(6u), row.read) << '"' << row.stored << '"';
+    }
+    writeLoadingFlags(3u);
+    EXPECT_EQ(readLoadingFlags(6u), 3u);
 }
 
 TEST_F(ValueStoreTest, RefusesNamesOutsideTheFolder) {
