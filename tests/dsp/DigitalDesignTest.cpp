@@ -93,8 +93,8 @@ TEST(DigitalPeak, MeetsCentreBandEdgeAndNyquistAndStaysNearTheAnaloguePeak) {
     }
 }
 
-TEST(DigitalPeak, AboveNyquistASkirtRemainsAndANotchIsMinus120DbDeep) {
-    double fs = 44100.0;
+TEST(DigitalPeak, AboveNyquistASkirtRemains) {
+    constexpr double fs = 44100.0;
     for (double gain : {-12.0, 12.0}) {  // a cut skirt must cut
         for (double f0 : {23000.0, 30000.0, 60000.0}) {
             const DigitalSection d = digitalPeak(gain, f0, 1.0, fs);
@@ -102,19 +102,6 @@ TEST(DigitalPeak, AboveNyquistASkirtRemainsAndANotchIsMinus120DbDeep) {
             EXPECT_EQ(d.b2, 0.0);
             EXPECT_EQ(d.a2, 0.0);
             EXPECT_LT(worstDb(d, analoguePeak(gain, f0, 1.0), fs), 1.0);
-        }
-    }
-    fs = 48000.0;
-    for (double f0 : {100.0, 1000.0, 15000.0}) {
-        for (double q : {0.5, 2.0}) {
-            const double w0 = 2.0 * kPi * f0, damping = w0 / q;
-            const AnalogueSection notch{1.0, 0.0, w0 * w0, 1.0, damping, w0 * w0};
-            // Requested as the band does: a -120 dB peak of Q = w0 / (damping * 0.001).
-            const DigitalSection d = digitalPeak(-120.0, f0, w0 / (damping * 0.001), fs);
-            EXPECT_NEAR(db(digitalAt(d, f0, fs)), -120.0, 1e-3);
-            expectEndsAndStable(d, notch, fs, 1e-6);
-            for (double hz : {f0 / 8.0, f0 / 2.0, f0 * 1.5, std::min(f0 * 4.0, kTopOfBand * fs / 2.0)})
-                EXPECT_NEAR(db(digitalAt(d, hz, fs)), db(analogueAt(notch, hz)), f0 < 2000.0 ? 0.02 : 1.1) << hz;
         }
     }
 }

@@ -92,25 +92,6 @@ TEST(PartitionedConvolver, MatchesDirectConvolutionPerChannelInBlocks) {
     }
 }
 
-TEST(PartitionedConvolver, UnitImpulsesAtFirstAndLastTapPassAndDelay) {
-    for (int32_t length : {2, 64, 1024}) {
-        SCOPED_TRACE(length);
-        const size_t delay = size_t(length) - 1;
-        const Signal x = noise(3 * size_t(length), 4);
-        Signal first(size_t(length), 0.0), last(size_t(length), 0.0);
-        first[0] = last[delay] = 1.0;
-        PartitionedConvolver a(length), b(length);
-        withImpulse(a, first), withImpulse(b, last);
-        for (size_t n = 0; n < x.size(); ++n) {
-            double ya = 1.0, yb = 1.0;
-            a.processMono(x[n], &ya);
-            b.processMono(x[n], &yb);
-            ASSERT_NEAR(ya, x[n], 1e-14) << "sample " << n;
-            ASSERT_NEAR(yb, n >= delay ? x[n - delay] : 0.0, 1e-13) << "sample " << n;
-        }
-    }
-}
-
 // A staged impulse is used from the next call on, while what the old one
 // made of earlier input keeps sounding. The input is silent for L/2 samples
 // before the switch, so every earlier sample has passed all its partitions
