@@ -474,22 +474,17 @@ TEST(VGEditor, TheMeterSectionHasABlockPerChannelAndShowsWhatTheEffectMeasured) 
         w.fx->processReplacing(io, io, 2048);
         w.now += 1000;
         w.editor.idle();
+        // A block per channel (their layout is the meter section's tests), each
+        // showing the level the effect measured.
         ControlRegistry& controls = w.editor.controls();
         for (int32_t c = 0; c < 8; ++c) {
-            int32_t meters = 0, readouts = 0;
-            for (int32_t i = controls.findTag(kGUIChannel1Meter + c); i >= 0; i = controls.findTag(kGUIChannel1Meter + c, i)) {
+            const int32_t meter = controls.findTag(kGUIChannel1Meter + c);
+            ASSERT_EQ(meter >= 0, c < channels) << channels << " channel " << c;
+            for (int32_t i = meter; i >= 0; i = controls.findTag(kGUIChannel1Meter + c, i)) {
                 CControl* control = controls.controlByIndex(i);
-                if (control->isTypeOf("nVU")) {
-                    ++meters;
-                    EXPECT_GT(static_cast<nVU*>(control)->getLevel(0), 0.3) << channels << " channel " << c;
-                }
-                if (control->isTypeOf("meterText")) {
-                    ++readouts;
-                    EXPECT_NE(static_cast<meterText*>(control)->getText(), "-inf") << channels << " channel " << c;
-                }
+                if (control->isTypeOf("nVU")) { EXPECT_GT(static_cast<nVU*>(control)->getLevel(0), 0.3) << c; }
+                if (control->isTypeOf("meterText")) { EXPECT_NE(static_cast<meterText*>(control)->getText(), "-inf") << c; }
             }
-            EXPECT_EQ(meters, c < channels ? 1 : 0) << channels << " channel " << c;
-            EXPECT_EQ(readouts, meters);
         }
     }
 }
