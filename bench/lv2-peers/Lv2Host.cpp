@@ -3,14 +3,12 @@
 #include <lv2/atom/atom.h>
 #include <lv2/buf-size/buf-size.h>
 #include <lv2/core/lv2.h>
-#include <lv2/midi/midi.h>
 #include <lv2/parameters/parameters.h>
 
 #include <chrono>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
-#include <cstring>
 #include <stdexcept>
 
 namespace lv2host {
@@ -206,12 +204,11 @@ const LilvNode* World::node(const char* uri) {
 // Instance
 
 Instance::Instance(World& w, const LilvPlugin* p, const HostSetup& setup)
-    : host(w), lilvPlugin(p), hostSetup(setup) {
+    : host(w), lilvPlugin(p) {
     if (lilvPlugin == nullptr) throw std::runtime_error("no plug-in to instantiate");
     UridMap& urids = host.urids();
     sequenceType = urids.map(LV2_ATOM__Sequence);
     chunkType = urids.map(LV2_ATOM__Chunk);
-    midiType = urids.map(LV2_MIDI__MidiEvent);
     frameTime = urids.map(LV2_ATOM__frameTime);
 
     logger = std::make_unique<Log>(urids);
@@ -252,7 +249,6 @@ Instance::Instance(World& w, const LilvPlugin* p, const HostSetup& setup)
     const LilvNode* controlClass = host.node(LV2_CORE__ControlPort);
     const LilvNode* atomClass = host.node(LV2_ATOM__AtomPort);
     const LilvNode* inputClass = host.node(LV2_CORE__InputPort);
-    const LilvNode* midiEvent = host.node(LV2_MIDI__MidiEvent);
     for (uint32_t i = 0; i < n; ++i) {
         const LilvPort* port = lilv_plugin_get_port_by_index(lilvPlugin, i);
         symbols.emplace_back(lilv_node_as_string(lilv_port_get_symbol(lilvPlugin, port)));
@@ -265,7 +261,6 @@ Instance::Instance(World& w, const LilvPlugin* p, const HostSetup& setup)
             AtomBuffer buffer;
             buffer.port = i;
             buffer.input = input;
-            buffer.midi = input && lilv_port_supports_event(lilvPlugin, port, midiEvent);
             buffer.storage.assign(kAtomBufferBytes / sizeof(uint64_t), 0);
             atoms.push_back(std::move(buffer));
         }
@@ -318,11 +313,6 @@ bool Instance::setControl(const std::string& symbol, float value) {
     return true;
 }
 
-float Instance::controlValue(const std::string& symbol) const {
-    const int32_t i = portIndex(symbol);
-    return i < 0 ? NAN : values[size_t(i)];
-}
-
 void Instance::connectAudio(float* const* inputs, float* const* outputs) {
     for (size_t c = 0; c < audioIn.size(); ++c)
         if (inputs && inputs[c]) lilv_instance_connect_port(instance, audioIn[c], inputs[c]);
@@ -344,28 +334,6 @@ void Instance::prepareAtoms() {
             atom->size = uint32_t(a.storage.size() * sizeof(uint64_t) - sizeof(LV2_Atom));
         }
     }
-}
-
-bool Instance::queueMidi(uint32_t frame, uint8_t status, uint8_t data1, uint8_t data2) {
-    for (AtomBuffer& a : atoms) {
-        if (!a.midi) continue;
-        auto* sequence = reinterpret_cast<LV2_Atom_Sequence*>(a.storage.data());
-        const size_t used = sizeof(LV2_Atom) + sequence->atom.size;
-        const size_t event = sizeof(LV2_Atom_Event) + 8;  // three bytes padded to eight
-        if (used + event > a.storage.size() * sizeof(uint64_t)) return false;
-        auto* e = reinterpret_cast<LV2_Atom_Event*>(reinterpret_cast<uint8_t*>(sequence) + used);
-        e->time.frames = frame;
-        e->body.type = midiType;
-        e->body.size = 3;
-        auto* bytes = reinterpret_cast<uint8_t*>(e + 1);
-        std::memset(bytes, 0, 8);
-        bytes[0] = status;
-        bytes[1] = data1;
-        bytes[2] = data2;
-        sequence->atom.size += uint32_t(event);
-        return true;
-    }
-    return false;
 }
 
 void Instance::activate() {

@@ -156,27 +156,18 @@ public:
 
     const LilvPlugin* plugin() const { return lilvPlugin; }
     LilvInstance* raw() { return instance; }
-    const HostSetup& setup() const { return hostSetup; }
-    uint32_t portCount() const { return uint32_t(values.size()); }
     // The index of the port with this symbol, -1 for none.
     int32_t portIndex(const std::string& symbol) const;
-    const std::string& portSymbol(uint32_t port) const { return symbols[port]; }
 
     // The value slot of a control port (input or output).
     float& control(uint32_t port) { return values[port]; }
     // Sets a control input by symbol; false when there is no such port.
     bool setControl(const std::string& symbol, float value);
-    float controlValue(const std::string& symbol) const;
 
     const std::vector<uint32_t>& audioInputs() const { return audioIn; }
     const std::vector<uint32_t>& audioOutputs() const { return audioOut; }
     // Connects the audio ports in port order; nullptr entries leave a port as it is.
     void connectAudio(float* const* inputs, float* const* outputs);
-
-    // A MIDI message for the next run, at a frame within it, on the first
-    // atom input that takes MIDI. False when the plug-in has none or the
-    // sequence is full.
-    bool queueMidi(uint32_t frame, uint8_t status, uint8_t data1, uint8_t data2);
 
     void activate();
     void deactivate();
@@ -194,14 +185,12 @@ private:
     struct AtomBuffer {
         uint32_t port;
         bool input;
-        bool midi;
         std::vector<uint64_t> storage;  // 8-byte aligned
     };
     void prepareAtoms();
 
     World& host;
     const LilvPlugin* lilvPlugin;
-    HostSetup hostSetup;
     std::unique_ptr<Log> logger;
     std::unique_ptr<Worker> work;
     LilvInstance* instance = nullptr;
@@ -213,7 +202,7 @@ private:
     std::vector<AtomBuffer> atoms;
     std::vector<std::vector<float>> cvBuffers;
     int32_t latencyPort = -1;
-    LV2_URID sequenceType, chunkType, midiType, frameTime;
+    LV2_URID sequenceType, chunkType, frameTime;
 
     // Feature data; alive as long as the instance.
     int32_t nominalBlock, maxBlock, minBlock;

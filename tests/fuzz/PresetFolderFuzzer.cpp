@@ -88,22 +88,7 @@ struct Fixture {
     }
 };
 
-Fixture& fixture() {
-    static Fixture f;
-    return f;
-}
-
-}  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzzsupport::useTemporaryHome();
-    fixture();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size > (size_t(1) << 20)) return -1;
-    Fixture& f = fixture();
+int fuzzOne(Fixture& f, const uint8_t* data, size_t size) {
     for (const char* name : kFileNames) fuzzsupport::writeFile(f.folder + name, data, size);
 
     f.ed->rebuildPresetMenu();
@@ -118,3 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     f.restore();
     return 0;
 }
+
+}  // namespace
+
+FW_FUZZ_TARGET(Fixture, fuzzOne)

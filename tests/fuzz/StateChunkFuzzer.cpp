@@ -37,15 +37,6 @@ bool parses(const uint8_t* data, size_t size) {
     return root != nullptr;
 }
 
-// Names the first line where two documents part, for the finding's report.
-void reportDifference(const char* what, const std::string& expected, const std::string& found) {
-    size_t at = 0;
-    while (at < expected.size() && at < found.size() && expected[at] == found[at]) ++at;
-    const size_t from = expected.rfind('\n', at) == std::string::npos ? 0 : expected.rfind('\n', at) + 1;
-    std::fprintf(stderr, "%s\nexpected: %.120s\nfound:    %.120s\n", what, expected.c_str() + from,
-                 found.c_str() + std::min(from, found.size()));
-}
-
 struct Fixture {
     std::unique_ptr<Plug> fx;
     std::vector<uint8_t> baseline;  // plain chunk of the starting state
@@ -80,29 +71,11 @@ struct Fixture {
     // Every input ends here, so every input starts from the same state.
     void expectBaseline(const char* otherwise) {
         const std::string now = documentOf(*fx);
-        if (now != baselineText) {
-            reportDifference(otherwise, baselineText, now);
-            std::abort();
-        }
+        if (now != baselineText) fuzzsupport::abortWithDifference(otherwise, baselineText, now);
     }
 };
 
-Fixture& fixture() {
-    static Fixture f;
-    return f;
-}
-
-}  // namespace
-
-extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    fuzzsupport::useTemporaryHome();
-    fixture();
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    if (size > (size_t(1) << 20)) return -1;
-    Fixture& f = fixture();
+int fuzzOne(Fixture& f, const uint8_t* data, size_t size) {
     std::vector<uint8_t> bytes(data, data + size);  // setChunk takes the host's mutable buffer
     const bool readable = parses(data, size);
     // As a session chunk, then (from the starting state again) as a preset
@@ -117,3 +90,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                               : "a chunk that does not parse changed the state");
     return 0;
 }
+
+}  // namespace
+
+FW_FUZZ_TARGET(Fixture, fuzzOne)

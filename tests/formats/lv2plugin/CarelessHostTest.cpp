@@ -7,11 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include <lv2/state/state.h>
-
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <limits>
 #include <random>
 #include <string>
@@ -34,19 +31,8 @@ struct ModeRow {
     Settings ports;
 };
 const ModeRow kModes[] = {{"IIR", {{kMode, 0.0f}, {kDPlusLen, 0.0f}}},
-                          {"Digital+", {{kMode, 0.0f}, {kDPlusLen, 2.0f}}},
-                          {"linear FIR", {{kMode, 1.0f}, {kIRLength, 0.0f}, {kIRPhase, 0.0f}}}};
-
-// Three bands at work: a boost, a cut and a high shelf.
-const Settings kCurve = {{bandParam(0, kFieldState), float(kBandOn)}, {bandParam(0, kFieldGain), 0.5f},
-                         {bandParam(0, kFieldFrequency), 1000.0f},    {bandParam(1, kFieldState), float(kBandOn)},
-                         {bandParam(1, kFieldGain), -0.4f},           {bandParam(1, kFieldFrequency), 120.0f},
-                         {bandParam(2, kFieldState), float(kBandOn)}, {bandParam(2, kFieldType), 3.0f},
-                         {bandParam(2, kFieldGain), 0.3f},            {bandParam(2, kFieldFrequency), 8000.0f}};
-
-void apply(Lv2TestHost& host, const Settings& settings) {
-    for (const auto& [index, value] : settings) host.param(index) = value;
-}
+                          {"linear FIR", {{kMode, 1.0f}, {kIRLength, 0.0f}, {kIRPhase, 0.0f}}},
+                          {"Digital+", {{kMode, 0.0f}, {kDPlusLen, 2.0f}}}};
 
 // A sine of 1/48 of the sample rate with a little noise, a different phase per channel.
 void fillSignal(Lv2TestHost& host, size_t frames) {
@@ -59,43 +45,39 @@ void fillSignal(Lv2TestHost& host, size_t frames) {
     }
 }
 
-// The outputs: all finite, and the largest magnitude.
-bool finite(const Lv2TestHost& host, float* peak = nullptr) {
+// The largest output magnitude; infinity when any output is not finite.
+float peak(const Lv2TestHost& host) {
     float largest = 0.0f;
     for (const auto& channel : host.out)
-        for (const float y : channel) {
-            if (!std::isfinite(y)) return false;
-            largest = std::max(largest, std::fabs(y));
-        }
-    if (peak) *peak = largest;
-    return true;
+        for (const float y : channel) largest = std::isfinite(y) ? std::max(largest, std::fabs(y)) : kInf;
+    return largest;
 }
 
-// Fresh blocks of the signal through the plug-in, `frames` at a time.
-void runSignal(Lv2TestHost& host, uint32_t frames, int32_t blocks = 1) {
+// Fresh blocks of the signal through the plug-in, `frames` at a time; the peak of the last.
+float runSignal(Lv2TestHost& host, uint32_t frames, int32_t blocks = 1) {
     for (int32_t b = 0; b < blocks; ++b) {
         fillSignal(host, frames);
         host.run(frames);
     }
+    return peak(host);
 }
 
-// A host with the curve and a mode set, activated.
+// A host with three bands at work (a boost, a cut and a high shelf) and a mode set, activated.
 void start(Lv2TestHost& host, const Settings& mode = {}) {
-    apply(host, kCurve);
-    apply(host, mode);
+    Settings settings = {{bandParam(0, kFieldState), float(kBandOn)}, {bandParam(0, kFieldGain), 0.5f},
+                         {bandParam(0, kFieldFrequency), 1000.0f},    {bandParam(1, kFieldState), float(kBandOn)},
+                         {bandParam(1, kFieldGain), -0.4f},           {bandParam(1, kFieldFrequency), 120.0f},
+                         {bandParam(2, kFieldState), float(kBandOn)}, {bandParam(2, kFieldType), 3.0f},
+                         {bandParam(2, kFieldGain), 0.3f},            {bandParam(2, kFieldFrequency), 8000.0f}};
+    settings.insert(settings.end(), mode.begin(), mode.end());
+    for (const auto& [index, value] : settings) host.param(index) = value;
     host.activate();
 }
 
 std::vector<uint8_t> savedChunk(Lv2TestHost& host) {
     StoredProperty saved;
-    EXPECT_EQ(saveState(host, saved), LV2_STATE_SUCCESS);
+    EXPECT_EQ(host.save(saved), LV2_STATE_SUCCESS);
     return saved.bytes;
-}
-
-std::vector<uint8_t> bytesOf(const std::string& text, bool terminated = true) {
-    std::vector<uint8_t> bytes(text.begin(), text.end());
-    if (terminated) bytes.push_back(0);
-    return bytes;
 }
 
 }  // namespace
@@ -107,18 +89,16 @@ TEST(Lv2CarelessHost, SampleRatesItCannotRunAreRefusedWithAMessageTheRestRunFini
     } rows[] = {{0.0, false}, {-48000.0, false}, {double(kNaN), false}, {double(kInf), false},
                 {1.0e9, false}, {1.0, true}, {22050.0, true}, {1.0e7, true}};
     for (const auto& row : rows) {
-        for (const auto* mode : {&kModes[0], &kModes[2]}) {
+        for (const auto* mode : {&kModes[0], &kModes[1]}) {
             SCOPED_TRACE(testing::Message() << row.rate << " Hz, " << mode->name);
             Lv2TestHost host({2, row.rate});
             EXPECT_EQ(host.handle != nullptr, row.runs);
-            EXPECT_EQ(host.log.lines.size(), row.runs ? 0u : 1u);
+            EXPECT_EQ(host.log.size(), row.runs ? 0u : 1u);
             if (!host.handle) continue;
             start(host, mode->ports);
-            runSignal(host, 512, 4);
-            float peak = 0.0f;
-            EXPECT_TRUE(finite(host, &peak));
-            EXPECT_GT(peak, 0.05f);
-            EXPECT_LT(peak, 2.0f);
+            const float loudest = runSignal(host, 512, 4);
+            EXPECT_GT(loudest, 0.05f);
+            EXPECT_LT(loudest, 2.0f);
         }
     }
 }
@@ -131,13 +111,8 @@ TEST(Lv2CarelessHost, AnyBlockSizeUpToTheMaximumAndBeyondRunsFiniteInEveryEngine
             Lv2TestHost host({2, 48000.0, true, worker, kMaxBlock});
             start(host, mode.ports);
             for (const uint32_t frames : {0u, 1u, 7u, 1023u, 0u, 4095u, 4096u, 1u, 2u * kMaxBlock + 5u}) {
-                SCOPED_TRACE(frames);
-                for (auto& channel : host.out) channel.assign(channel.size(), kNaN);
-                runSignal(host, frames);
-                for (auto& channel : host.out) channel.resize(frames);
-                float peak = 0.0f;
-                EXPECT_TRUE(finite(host, &peak));
-                EXPECT_LT(peak, 2.0f);
+                for (auto& channel : host.out) channel.assign(frames, kNaN);
+                EXPECT_LT(runSignal(host, frames), 2.0f) << frames;
             }
         }
     }
@@ -157,32 +132,27 @@ TEST(Lv2CarelessHost, NonsenseOnEveryControlPortIsClampedOrIgnoredAndTheOutputSt
     Lv2TestHost host({2, 48000.0});
     host.param(kIRLength) = 0.0f;  // should a port switch to FIR: the shortest
     start(host);
-    runSignal(host, 64);
     Plug& fx = host.effect();
     for (int32_t i = 0; i < kNumParams; ++i) {
         if (i == kABBank) continue;  // a slot switch loads another program; its own case below
         const ParamRow& row = *fx.getRow(i);
-        SCOPED_TRACE(row.name);
         const float before = host.param(i);
         for (const auto& nonsense : rows) {
-            SCOPED_TRACE(nonsense.name);
+            SCOPED_TRACE(testing::Message() << row.name << ", " << nonsense.name);
             const float last = fx.getParameter(i);
             host.param(i) = nonsense.value(row);
-            runSignal(host, 64);
-            EXPECT_TRUE(finite(host));
+            EXPECT_LT(runSignal(host, 64), kInf);
             const float expected = nonsense.expect < 0 ? last
                                    : i == kBypass      ? float(nonsense.expect)
                                                        : float(curveToNorm(row, nonsense.expect ? row.max : row.min));
             EXPECT_EQ(fx.getParameter(i), expected);
         }
         host.param(i) = before;
-        runSignal(host, 64);
     }
     // The slot row: any nonsense lands on a slot that exists.
     for (const float value : {kNaN, kInf, -kInf, 100.0f}) {
         host.param(kABBank) = value;
-        runSignal(host, 64);
-        EXPECT_TRUE(finite(host));
+        EXPECT_LT(runSignal(host, 64), kInf);
         EXPECT_GE(fx.programStore().currentSlot(), 0);
         EXPECT_LT(fx.programStore().currentSlot(), kNumABSlots);
     }
@@ -194,17 +164,15 @@ TEST(Lv2CarelessHost, ActivationInAnyOrderNullAndSharedBuffers) {
     for (const std::string script : {"r", "rdr", "ar", "ardar", "ardardardar", "aard", "addar", "ardr", "rrdrrar"}) {
         SCOPED_TRACE(script);
         Lv2TestHost host({2, 48000.0, true, true});
-        apply(host, kCurve);
         for (const char step : script) {
-            if (step == 'a') host.activate();
+            if (step == 'a') start(host);
             if (step == 'd') host.desc.deactivate(host.handle);
-            if (step == 'r') runSignal(host, 256);
-            ASSERT_TRUE(finite(host));
+            if (step == 'r') {
+                ASSERT_LT(runSignal(host, 256), 2.0f);
+            }
         }
-        float peak = 0.0f;
-        finite(host, &peak);
         if (script.ends_with("ar")) {
-            EXPECT_GT(peak, 0.05f);
+            EXPECT_GT(peak(host), 0.05f);
         }
     }
 
@@ -240,7 +208,7 @@ TEST(Lv2CarelessHost, ActivationInAnyOrderNullAndSharedBuffers) {
                 shared.desc.connect_port(shared.handle, 2 + c, shared.in[c].data());
             }
             shared.desc.run(shared.handle, 333);
-            for (size_t c = 0; c < 2; ++c) ASSERT_EQ(shared.in[c], apart.out[c]);
+            ASSERT_EQ(shared.in, apart.out);
         }
     }
 }
@@ -254,10 +222,9 @@ TEST(Lv2CarelessHost, ManyInstancesInARowAndAtOnce) {
         start(host);
         runSignal(host, 128, 2);
         if (n % 4 == 0) host.doWork();
-        runSignal(host, 128);
+        const float loudest = runSignal(host, 128);
         host.desc.deactivate(host.handle);
-        float peak = 0.0f;
-        return finite(host, &peak) && peak > 0.05f;
+        return loudest > 0.05f && loudest < 2.0f;
     };
     bool other = false;
     std::thread beside([&] { other = lifetime(3) && lifetime(6); });
@@ -273,6 +240,11 @@ TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
     std::vector<uint8_t> noise(4096);
     std::mt19937 random(11);
     for (auto& b : noise) b = uint8_t(random());
+    auto text = [](const std::string& s, bool terminated = true) {
+        std::vector<uint8_t> bytes(s.begin(), s.end());
+        if (terminated) bytes.push_back(0);
+        return bytes;
+    };
 
     Lv2TestHost host({2, 48000.0});
     start(host);
@@ -289,8 +261,8 @@ TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
         {"cut in half", {good.begin(), good.begin() + ptrdiff_t(good.size() / 2)}, key, chunk, 0,
          LV2_STATE_ERR_UNKNOWN},
         {"random bytes", noise, key, chunk, 0, LV2_STATE_SUCCESS},
-        {"a foreign object", bytesOf(R"({"tempo": 120, "tracks": [1, 2]})"), key, chunk, 0, LV2_STATE_SUCCESS},
-        {"unterminated", bytesOf(R"({"parameters": {)", false), key, chunk, 0, LV2_STATE_SUCCESS},
+        {"a foreign object", text(R"({"tempo": 120, "tracks": [1, 2]})"), key, chunk, 0, LV2_STATE_SUCCESS},
+        {"unterminated", text(R"({"parameters": {)", false), key, chunk, 0, LV2_STATE_SUCCESS},
         {"the largest size", good, key, chunk, SIZE_MAX, LV2_STATE_SUCCESS},
         {"a string atom", good, key, host.urids.map(LV2_ATOM__String), 0, LV2_STATE_ERR_BAD_TYPE},
         {"no type", good, key, 0, 0, LV2_STATE_SUCCESS},
@@ -302,20 +274,18 @@ TEST(Lv2CarelessHost, DamagedOrForeignStateIsRefusedAndChangesNothing) {
         std::vector<float> params(kNumParams);
         for (int32_t i = 0; i < kNumParams; ++i) params[size_t(i)] = host.effect().getParameter(i);
         StoredProperty damaged{row.key, row.type, LV2_STATE_IS_POD, row.bytes, row.claimedSize};
-        if (damaged.bytes.empty()) damaged.bytes.reserve(1);  // a valid pointer to nothing
-        const LV2_State_Status status = restoreState(host, damaged);
+        const LV2_State_Status status = host.restore(damaged);
         EXPECT_NE(status, LV2_STATE_SUCCESS);
         if (row.status != LV2_STATE_SUCCESS) {
             EXPECT_EQ(status, row.status);
         }
         for (int32_t i = 0; i < kNumParams; ++i) ASSERT_EQ(host.effect().getParameter(i), params[size_t(i)]) << i;
         EXPECT_EQ(savedChunk(host), before);
-        runSignal(host, 64);
-        EXPECT_TRUE(finite(host));
+        EXPECT_LT(runSignal(host, 64), 2.0f);
     }
     // The good chunk still restores.
     StoredProperty intact{key, chunk, LV2_STATE_IS_POD, good, 0};
-    EXPECT_EQ(restoreState(host, intact), LV2_STATE_SUCCESS);
+    EXPECT_EQ(host.restore(intact), LV2_STATE_SUCCESS);
     EXPECT_EQ(host.effect().getParameter(bandParam(0, kFieldGain)), staticParamTable()[bandParam(0, kFieldGain)].norm);
 }
 
@@ -327,7 +297,7 @@ TEST(Lv2CarelessHost, NonFiniteInputGoesInAsSilenceAndHugeInputRingsDown) {
     constexpr uint32_t kBlock = 256;
     const float burst[] = {kNaN, kInf, -kInf, kNaN};
     for (int32_t channels = 1; channels <= lv2ports::kLayoutCount; ++channels) {
-        for (const auto* mode : {&kModes[0], &kModes[2]}) {
+        for (const auto* mode : {&kModes[0], &kModes[1]}) {
             SCOPED_TRACE(testing::Message() << channels << " channels, " << mode->name);
             Lv2TestHost dirty({channels, 48000.0}), clean({channels, 48000.0});
             start(dirty, mode->ports);
@@ -348,14 +318,14 @@ TEST(Lv2CarelessHost, NonFiniteInputGoesInAsSilenceAndHugeInputRingsDown) {
             for (size_t c = 0; c < dirty.in.size(); ++c)
                 for (size_t k = 0; k < 3; ++k) dirty.in[c][10 + 50 * k + c] = k % 2 ? -3.0e38f : 3.0e38f;
             dirty.run(kBlock);
-            float peak = 0.0f;
-            EXPECT_TRUE(finite(dirty));
-            for (int32_t b = 0; b < 256 && (b < 8 || !(peak < 2.0f)); ++b) {
-                runSignal(dirty, kBlock);
-                EXPECT_TRUE(finite(dirty, &peak));
+            float loudest = peak(dirty);
+            EXPECT_LT(loudest, kInf);
+            for (int32_t b = 0; b < 256 && (b < 8 || !(loudest < 2.0f)); ++b) {
+                loudest = runSignal(dirty, kBlock);
+                EXPECT_LT(loudest, kInf);
             }
-            EXPECT_GT(peak, 0.05f);
-            EXPECT_LT(peak, 2.0f);
+            EXPECT_GT(loudest, 0.05f);
+            EXPECT_LT(loudest, 2.0f);
         }
     }
 }
@@ -374,23 +344,21 @@ TEST(Lv2State, APresetSavedByTheEditorLeavesTheSessionWhole) {
     fx.setProgram(0);
     fx.setParameter(bandParam(4, kFieldQ), 0.3f);
     StoredProperty earlier;  // the host's last session save, cached by the effect
-    ASSERT_EQ(saveState(first, earlier), LV2_STATE_SUCCESS);
+    ASSERT_EQ(first.save(earlier), LV2_STATE_SUCCESS);
 
-    const std::string preset = std::string(std::getenv("HOME")) + "/editor preset.fwi";
-    ASSERT_TRUE(PlugEd::of(fx)->savePreset(preset));
+    ASSERT_TRUE(PlugEd::of(fx)->savePreset(std::string(std::getenv("HOME")) + "/editor preset.fwi"));
     StoredProperty session;
-    ASSERT_EQ(saveState(first, session), LV2_STATE_SUCCESS);
+    ASSERT_EQ(first.save(session), LV2_STATE_SUCCESS);
     EXPECT_EQ(session.key, first.urids.map(fwlv2::kChunkKeyUri));
     EXPECT_EQ(session.type, first.urids.map(LV2_ATOM__Chunk));
     EXPECT_EQ(session.flags, uint32_t(LV2_STATE_IS_POD | LV2_STATE_IS_PORTABLE));
 
     Lv2TestHost fresh(setup);
-    ASSERT_EQ(restoreState(fresh, session), LV2_STATE_SUCCESS);
+    ASSERT_EQ(fresh.restore(session), LV2_STATE_SUCCESS);
     auto same = [](const ProgramRecord& a, const ProgramRecord& b) {
         return std::strcmp(a.name, b.name) == 0 && std::memcmp(a.values, b.values, sizeof a.values) == 0;
     };
-    for (int32_t p = 0; p < kNumPrograms; ++p)
-        EXPECT_TRUE(same(fresh.effect().programStore().program(p), fx.programStore().program(p))) << "program " << p;
-    for (int32_t s = 0; s < kNumABSlots; ++s)
-        EXPECT_TRUE(same(fresh.effect().programStore().slot(s), fx.programStore().slot(s))) << "slot " << s;
+    const ProgramStore &got = fresh.effect().programStore(), &want = fx.programStore();
+    for (int32_t p = 0; p < kNumPrograms; ++p) EXPECT_TRUE(same(got.program(p), want.program(p))) << "program " << p;
+    for (int32_t s = 0; s < kNumABSlots; ++s) EXPECT_TRUE(same(got.slot(s), want.slot(s))) << "slot " << s;
 }

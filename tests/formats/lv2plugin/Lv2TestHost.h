@@ -1,23 +1,22 @@
 #pragma once
 // A minimal LV2 host for the adaptor's tests: a URID map, the options, a log
 // that keeps what it is told, an optional worker that only counts requests
-// (the test does the work when it chooses), and a buffer behind every port.
+// (the test does the work when it chooses), a buffer behind every port, and
+// one state property kept for the plug-in.
 
 #include <lv2/atom/forge.h>
 #include <lv2/atom/util.h>
-#include <lv2/time/time.h>
-
-#include <cstring>
 #include <lv2/buf-size/buf-size.h>
+#include <lv2/log/log.h>
 #include <lv2/midi/midi.h>
 #include <lv2/parameters/parameters.h>
 #include <lv2/state/state.h>
-
-#include <lv2/log/log.h>
+#include <lv2/time/time.h>
 
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <map>
 #include <string>
 #include <vector>
@@ -43,38 +42,38 @@ struct HostSetup {
     int32_t maxBlock = 1024;  // bufsz:maxBlockLength
 };
 
-// The host's log: every line the plug-in writes, in order.
-struct HostLog {
-    std::vector<std::string> lines;
-    static int print(LV2_Log_Handle h, LV2_URID, const char* format, std::va_list args) {
-        char line[512];
-        const int n = std::vsnprintf(line, sizeof line, format, args);
-        static_cast<HostLog*>(h)->lines.emplace_back(line);
-        return n;
+// The host's side of state: one stored property, handed back on retrieve
+// (with claimedSize, retrieve reports that size instead of the real one).
+struct StoredProperty {
+    uint32_t key = 0, type = 0, flags = 0;
+    std::vector<uint8_t> bytes;
+    size_t claimedSize = 0;
+
+    static LV2_State_Status store(LV2_State_Handle h, uint32_t key, const void* value, size_t size, uint32_t type,
+                                  uint32_t flags) {
+        const auto* bytes = static_cast<const uint8_t*>(value);
+        *static_cast<StoredProperty*>(h) = {key, type, flags, {bytes, bytes + size}, 0};
+        return LV2_STATE_SUCCESS;
     }
-    static int printLine(LV2_Log_Handle h, LV2_URID type, const char* format, ...) {
-        std::va_list args;
-        va_start(args, format);
-        const int n = print(h, type, format, args);
-        va_end(args);
-        return n;
+    static const void* retrieve(LV2_State_Handle h, uint32_t key, size_t* size, uint32_t* type, uint32_t* flags) {
+        const auto* p = static_cast<StoredProperty*>(h);
+        *size = p->claimedSize ? p->claimedSize : p->bytes.size(), *type = p->type, *flags = p->flags;
+        return key == p->key ? (p->bytes.empty() ? static_cast<const void*>("") : p->bytes.data()) : nullptr;
     }
-    LV2_Log_Log feature{this, printLine, print};
 };
 
 class Lv2TestHost {
 public:
     explicit Lv2TestHost(const HostSetup& setup)
         : ports{setup.channels}, rate(float(setup.sampleRate)), maxBlock(setup.maxBlock) {
-        const LV2_URID rateKey = urids.map(LV2_PARAMETERS__sampleRate);
-        const LV2_URID blockKey = urids.map(LV2_BUF_SIZE__maxBlockLength);
-        options = {{LV2_OPTIONS_INSTANCE, 0, rateKey, 4, urids.map(LV2_ATOM__Float), &rate},
-                   {LV2_OPTIONS_INSTANCE, 0, blockKey, 4, urids.map(LV2_ATOM__Int), &maxBlock},
+        options = {{LV2_OPTIONS_INSTANCE, 0, urids.map(LV2_PARAMETERS__sampleRate), 4, urids.map(LV2_ATOM__Float), &rate},
+                   {LV2_OPTIONS_INSTANCE, 0, urids.map(LV2_BUF_SIZE__maxBlockLength), 4, urids.map(LV2_ATOM__Int),
+                    &maxBlock},
                    {LV2_OPTIONS_INSTANCE, 0, 0, 0, 0, nullptr}};
         features = {{LV2_OPTIONS__options, options.data()},
                     {LV2_URID__map, &urids.feature},
                     {LV2_WORKER__schedule, &worker},
-                    {LV2_LOG__log, &log.feature}};
+                    {LV2_LOG__log, &logFeature}};
         const LV2_Feature* list[] = {&features[0], &features[3], nullptr, nullptr, nullptr};
         if (setup.withMap) list[2] = &features[1];
         if (setup.withMap && setup.withWorker) list[3] = &features[2];
@@ -121,12 +120,12 @@ public:
     // The host's transport at the block's start, as a time:Position object.
     void addTransport(float bpm, int64_t bar, float barBeat, float beatsPerBar, int32_t beatUnit, float speed,
                       int64_t frame) {
-        alignas(8) uint8_t object[256];
+        alignas(8) uint8_t event[264] = {};  // the event's time (frame 0), then the object
         LV2_Atom_Forge forge;
         lv2_atom_forge_init(&forge, &urids.feature);
-        lv2_atom_forge_set_buffer(&forge, object, sizeof object);
-        LV2_Atom_Forge_Frame frameOfObject;
-        lv2_atom_forge_object(&forge, &frameOfObject, 0, urids.map(LV2_TIME__Position));
+        lv2_atom_forge_set_buffer(&forge, event + sizeof(int64_t), sizeof event - sizeof(int64_t));
+        LV2_Atom_Forge_Frame object;
+        lv2_atom_forge_object(&forge, &object, 0, urids.map(LV2_TIME__Position));
         auto key = [&](const char* uri) { lv2_atom_forge_key(&forge, urids.map(uri)); };
         key(LV2_TIME__beatsPerMinute), lv2_atom_forge_float(&forge, bpm);
         key(LV2_TIME__bar), lv2_atom_forge_long(&forge, bar);
@@ -135,35 +134,52 @@ public:
         key(LV2_TIME__beatUnit), lv2_atom_forge_int(&forge, beatUnit);
         key(LV2_TIME__speed), lv2_atom_forge_float(&forge, speed);
         key(LV2_TIME__frame), lv2_atom_forge_long(&forge, frame);
-        lv2_atom_forge_pop(&forge, &frameOfObject);
-        const auto* atom = reinterpret_cast<const LV2_Atom*>(object);
-        struct {
-            LV2_Atom_Event event;
-            uint8_t body[256];
-        } e{{{0}, *atom}, {}};
-        std::memcpy(e.body, atom + 1, atom->size);
-        lv2_atom_sequence_append_event(sequence(), sizeof midi - sizeof(LV2_Atom), &e.event);
+        lv2_atom_forge_pop(&forge, &object);
+        lv2_atom_sequence_append_event(sequence(), sizeof midi - sizeof(LV2_Atom), reinterpret_cast<LV2_Atom_Event*>(event));
     }
     // What a host's worker thread does with the requests.
     void doWork() {
         auto* work = static_cast<const LV2_Worker_Interface*>(desc.extension_data(LV2_WORKER__interface));
         work->work(handle, nullptr, nullptr, 0, nullptr);
     }
+    LV2_State_Status save(StoredProperty& into) {
+        return stateInterface().save(handle, &StoredProperty::store, &into, 0, nullptr);
+    }
+    LV2_State_Status restore(StoredProperty& from) {
+        return stateInterface().restore(handle, &StoredProperty::retrieve, &from, 0, nullptr);
+    }
 
     const lv2ports::Ports ports;
     const LV2_Descriptor& desc = *lv2_descriptor(uint32_t(ports.channels - 1));
     LV2_Handle handle = nullptr;
     UridMap urids;
-    HostLog log;
+    std::vector<std::string> log;  // every line the plug-in wrote, in order
     std::vector<std::vector<float>> in, out;
     int32_t workRequests = 0;
 
 private:
     LV2_Atom_Sequence* sequence() { return reinterpret_cast<LV2_Atom_Sequence*>(midi); }
     void clearMidi() { *sequence() = {{sizeof(LV2_Atom_Sequence_Body), urids.map(LV2_ATOM__Sequence)}, {0, 0}}; }
+    const LV2_State_Interface& stateInterface() {
+        return *static_cast<const LV2_State_Interface*>(desc.extension_data(LV2_STATE__interface));
+    }
+    static int print(LV2_Log_Handle h, LV2_URID, const char* format, std::va_list args) {
+        char line[512];
+        const int n = std::vsnprintf(line, sizeof line, format, args);
+        static_cast<Lv2TestHost*>(h)->log.emplace_back(line);
+        return n;
+    }
+    static int printLine(LV2_Log_Handle h, LV2_URID type, const char* format, ...) {
+        std::va_list args;
+        va_start(args, format);
+        const int n = print(h, type, format, args);
+        va_end(args);
+        return n;
+    }
 
     float rate;
     int32_t maxBlock;
+    LV2_Log_Log logFeature{this, printLine, print};
     LV2_Worker_Schedule worker{this, [](LV2_Worker_Schedule_Handle h, uint32_t, const void*) {
                                    ++static_cast<Lv2TestHost*>(h)->workRequests;
                                    return LV2_WORKER_SUCCESS;
@@ -181,34 +197,4 @@ inline float rowValueAt(int32_t index, double t) {
 }
 inline float normOf(int32_t index, float real) {
     return float(curveToNorm(staticParamTable()[index], double(real)));
-}
-
-// The host's side of state: one stored property, handed back on retrieve
-// (with claimedSize, retrieve reports that size instead of the real one).
-struct StoredProperty {
-    uint32_t key = 0, type = 0, flags = 0;
-    std::vector<uint8_t> bytes;
-    size_t claimedSize = 0;
-
-    static LV2_State_Status store(LV2_State_Handle h, uint32_t key, const void* value, size_t size, uint32_t type,
-                                  uint32_t flags) {
-        const auto* bytes = static_cast<const uint8_t*>(value);
-        *static_cast<StoredProperty*>(h) = {key, type, flags, {bytes, bytes + size}, 0};
-        return LV2_STATE_SUCCESS;
-    }
-    static const void* retrieve(LV2_State_Handle h, uint32_t key, size_t* size, uint32_t* type, uint32_t* flags) {
-        const auto* p = static_cast<StoredProperty*>(h);
-        *size = p->claimedSize ? p->claimedSize : p->bytes.size(), *type = p->type, *flags = p->flags;
-        return key == p->key ? p->bytes.data() : nullptr;
-    }
-};
-
-inline const LV2_State_Interface& stateOf(Lv2TestHost& host) {
-    return *static_cast<const LV2_State_Interface*>(host.desc.extension_data(LV2_STATE__interface));
-}
-inline LV2_State_Status saveState(Lv2TestHost& host, StoredProperty& into) {
-    return stateOf(host).save(host.handle, &StoredProperty::store, &into, 0, nullptr);
-}
-inline LV2_State_Status restoreState(Lv2TestHost& host, StoredProperty& from) {
-    return stateOf(host).restore(host.handle, &StoredProperty::retrieve, &from, 0, nullptr);
 }
