@@ -12,13 +12,6 @@
 
 namespace {
 
-using Strings = std::vector<std::string>;
-
-Strings operator+(Strings a, const Strings& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 std::string noiseFile(const ScratchDir& dir, double amplitude) {
     Audio a;
     a.channels = 2;

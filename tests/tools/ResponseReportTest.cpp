@@ -14,13 +14,6 @@
 
 namespace {
 
-using Strings = std::vector<std::string>;
-
-Strings operator+(Strings a, const Strings& b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
-}
-
 // The columns of a --response CSV by name, after its header.
 struct Report {
     Strings header;
@@ -78,24 +71,54 @@ std::complex<double> dft(const Audio& a, double hz, double height, int64_t at) {
 
 }  // namespace
 
-TEST(ResponseReport, PeakShowsItsGainAtItsFrequencyOnAGridToNyquist) {
-    const Report report = response(kPeak12At1k);
-    EXPECT_EQ(report.header, (Strings{"hz", "analogue_db", "analogue_deg", "digital_db", "digital_deg"}));
-    ASSERT_EQ(report.rows.size(), 513u);  // 512 grid points and the band's own frequency
-    const std::vector<double> hz = report.column("hz"), db = report.column("analogue_db");
-    const std::vector<double> digital = report.column("digital_db");
+// The grid runs from 10 Hz to Nyquist with the bands' own frequencies on it;
+// no band is flat, bands multiply, and only the channel asked is looked at.
+TEST(ResponseReport, GridBandsAndChannel) {
+    const Report peak = response(kPeak12At1k);
+    EXPECT_EQ(peak.header, (Strings{"hz", "analogue_db", "analogue_deg", "digital_db", "digital_deg"}));
+    ASSERT_EQ(peak.rows.size(), 513u);  // 512 grid points and the band's own frequency
+    const std::vector<double> hz = peak.column("hz");
+    for (size_t i = 1; i < hz.size(); ++i) ASSERT_GT(hz[i], hz[i - 1]);
     EXPECT_DOUBLE_EQ(hz.front(), 10.0);
     EXPECT_DOUBLE_EQ(hz.back(), 24000.0);
-    EXPECT_NEAR(report.at(1000.0, "analogue_db"), 12.0, 1e-4);
-    EXPECT_NEAR(report.at(1000.0, "analogue_deg"), 0.0, 1e-3);  // a peak has no phase shift at its centre
-    // The biquads meet the analogue peak at its centre; elsewhere they stay
-    // within a few hundredths of a dB below 10 kHz.
-    EXPECT_NEAR(report.at(1000.0, "digital_db"), 12.0, 1e-3);
-    for (size_t i = 0; i < hz.size(); ++i) {
-        ASSERT_TRUE(i == 0 || hz[i] > hz[i - 1]) << hz[i];
-        ASSERT_TRUE(hz[i] >= 10000.0 || std::fabs(digital[i] - db[i]) < 0.05) << hz[i];
+    EXPECT_NEAR(peak.at(1000.0, "analogue_db"), 12.0, 1e-4);
+    EXPECT_NEAR(peak.at(1000.0, "analogue_deg"), 0.0, 1e-3);  // a peak has no phase shift at its centre
+    EXPECT_NEAR(peak.at(1000.0, "digital_db"), 12.0, 1e-3);
+    for (const auto& row : response({}).rows) {
+        ASSERT_EQ(row[1], 0.0);
+        ASSERT_EQ(row[3], 0.0);
     }
-    EXPECT_NEAR(db.front(), 0.0, 0.05);
+
+    const Strings grid = {"--rate", "96000", "--points", "100"};
+    const Strings lowPass = {"--set", "Band2 State=On",  "--set", "Band2 Type=LPF",       "--set",
+                             "Band2 Subtype=Butterworth", "--set", "Band2 Slope=24", "--set", "Band2 Frequency=8000"};
+    const Report lp = response(grid + lowPass), pk = response(grid + kPeak12At1k);
+    const Report both = response(grid + lowPass + kPeak12At1k);
+    EXPECT_DOUBLE_EQ(lp.column("hz").back(), 48000.0);
+    EXPECT_NEAR(lp.at(8000.0, "analogue_db"), -10.0 * std::log10(2.0), 1e-4);  // Butterworth: 3 dB down
+    // Levels and angles (modulo a turn) add; the printed figures carry 1e-4
+    // each. The grids meet on 100 points.
+    int compared = 0;
+    for (const auto& r : lp.rows)
+        for (const auto& p : pk.rows) {
+            if (std::fabs(p[0] - r[0]) > 0.005) continue;
+            EXPECT_NEAR(both.at(r[0], "analogue_db"), r[1] + p[1], 3e-4) << r[0];
+            EXPECT_NEAR(std::remainder(both.at(r[0], "analogue_deg") - r[2] - p[2], 360.0), 0.0, 3e-4) << r[0];
+            ++compared;
+        }
+    EXPECT_EQ(compared, 100);
+
+    // Groups 128: the band acts on the first channel of each pair only.
+    const struct { Strings args; double db; } rows[] = {{{"--set", "Band1 Groups=128"}, 12.0},
+                                                        {{"--set", "Band1 Groups=128", "--channel", "2"}, 0.0},
+                                                        {{"--channel", "6"}, 12.0}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.args.back());
+        const Report report = response(kPeak12At1k + row.args + Strings{"--points", "16"});
+        double loudest = 0.0;
+        for (double db : report.column("analogue_db")) loudest = std::max(loudest, std::fabs(db));
+        EXPECT_NEAR(loudest, row.db, 1e-4);
+    }
 
     // Written to a file as well.
     ScratchDir dir;
@@ -103,49 +126,6 @@ TEST(ResponseReport, PeakShowsItsGainAtItsFrequencyOnAGridToNyquist) {
     std::stringstream text;
     text << std::ifstream(dir / "curve.csv").rdbuf();
     EXPECT_EQ(parse(text.str()).rows.size(), 2u);
-}
-
-TEST(ResponseReport, BandsMultiplyAndNoBandIsFlat) {
-    for (const auto& row : response({}).rows) {
-        ASSERT_EQ(row[1], 0.0);
-        ASSERT_EQ(row[3], 0.0);
-    }
-    const Strings grid = {"--rate", "96000", "--points", "100"};
-    const Strings lowPass = {"--set", "Band2 State=On",  "--set", "Band2 Type=LPF",       "--set",
-                             "Band2 Subtype=Butterworth", "--set", "Band2 Slope=24", "--set", "Band2 Frequency=8000"};
-    const Report lp = response(grid + lowPass), pk = response(grid + kPeak12At1k);
-    const Report both = response(grid + lowPass + kPeak12At1k);
-    EXPECT_DOUBLE_EQ(lp.column("hz").back(), 48000.0);
-    // A Butterworth low pass is 3 dB down at its corner.
-    EXPECT_NEAR(lp.at(8000.0, "analogue_db"), -10.0 * std::log10(2.0), 1e-4);
-    // Levels add and angles add (modulo a turn) when bands are multiplied;
-    // the printed figures carry 1e-4 each. The grids meet on 100 points.
-    int compared = 0;
-    for (const auto& r : lp.rows) {
-        for (const auto& p : pk.rows) {
-            if (std::fabs(p[0] - r[0]) > 0.005) continue;
-            EXPECT_NEAR(both.at(r[0], "analogue_db"), r[1] + p[1], 3e-4) << r[0];
-            EXPECT_NEAR(std::remainder(both.at(r[0], "analogue_deg") - r[2] - p[2], 360.0), 0.0, 3e-4) << r[0];
-            ++compared;
-        }
-    }
-    EXPECT_EQ(compared, 100);
-}
-
-TEST(ResponseReport, LooksAtTheChannelAsked) {
-    // Groups 128: the band acts on the first channel of each pair only.
-    const struct { Strings args; double db; } rows[] = {{{"--set", "Band1 Groups=128"}, 12.0},
-                                                        {{"--set", "Band1 Groups=128", "--channel", "2"}, 0.0},
-                                                        {{"--channel", "6"}, 12.0}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.args.back());
-        const Report report = response(kPeak12At1k + row.args);
-        if (row.db != 0.0) {
-            EXPECT_NEAR(report.at(1000.0, "analogue_db"), row.db, 1e-4);
-        } else {
-            for (double db : report.column("analogue_db")) ASSERT_EQ(db, 0.0);
-        }
-    }
 }
 
 // An impulse rendered, measured by a naive DFT of the output, against the

@@ -69,3 +69,10 @@ RunResult runProgram(const std::string& program, const std::vector<std::string>&
 RunResult runRenderer(const std::vector<std::string>& args, const RunLimits& limits = {});
 
 bool fileExists(const std::string& path);
+
+// Command lines put together.
+using Strings = std::vector<std::string>;
+inline Strings operator+(Strings a, const Strings& b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
