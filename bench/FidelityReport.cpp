@@ -7,84 +7,21 @@
 // already inaudible and a dB ratio says little.
 
 #include <algorithm>
-#include <cmath>
-#include <complex>
 #include <cstdio>
-#include <numbers>
 #include <string>
 #include <vector>
 
-#include "dsp/BrenmoorEQ.h"
-#include "dsp/DigitalDesign.h"
+#include "dsp/DesignTestSupport.h"
 #include "dsp/SubtypeNames.h"
 
 namespace {
 
-constexpr int kProbePoints = 400;
-constexpr double kLowestHz = 20.0;
-constexpr double kTopShare = 0.95;
-constexpr double kFloorDb = -60.0;
+using designtest::shapeOf;
 
 struct Case {
     std::string name;
     BandShape shape;
 };
-
-double db(double magnitude) { return 20.0 * std::log10(std::max(magnitude, 1e-300)); }
-
-// Magnitude at hz of biquads given as sections.
-double digitalMagnitude(const std::vector<DigitalSection>& sections, double hz, double fs) {
-    const std::complex<double> z1 = std::polar(1.0, -2.0 * std::numbers::pi * hz / fs);
-    std::complex<double> h = 1.0;
-    for (const DigitalSection& s : sections)
-        h *= (s.b0 + s.b1 * z1 + s.b2 * z1 * z1) / (1.0 + s.a1 * z1 + s.a2 * z1 * z1);
-    return std::abs(h);
-}
-
-struct Deviation {
-    double ours;
-    double bilinear;
-};
-
-Deviation measure(const BandShape& shape, double fs) {
-    BrenmoorEQ band;
-    band.setSampleRate(float(fs));
-    band.setShape(shape);
-    band.rebuild();
-
-    SectionSet set{};
-    designBand(shape, false, &set);
-    std::vector<DigitalSection> plain;
-    const double prewarp = std::min(double(shape.frequency), 0.499 * fs);
-    for (int32_t i = 0; i < set.count; ++i) {
-        AnalogueSection working = set.section[i];
-        scaleSections(1, &working, 2.0 * std::numbers::pi);
-        plain.push_back(bilinearSection(working, prewarp, fs));
-    }
-
-    Deviation worst{0.0, 0.0};
-    const double top = kTopShare * fs / 2.0;
-    for (int k = 0; k < kProbePoints; ++k) {
-        const double hz = kLowestHz * std::pow(top / kLowestHz, double(k) / (kProbePoints - 1));
-        const double analogue = db(analogueMagnitude(set.section, set.count, hz));
-        if (analogue < kFloorDb) continue;
-        worst.ours = std::max(worst.ours, std::fabs(db(band.magnitudeAt(hz, nullptr)) - analogue));
-        worst.bilinear = std::max(worst.bilinear, std::fabs(db(digitalMagnitude(plain, hz, fs)) - analogue));
-    }
-    return worst;
-}
-
-BandShape shapeOf(int32_t type, int32_t subtype, float hz, float gain, float q, int32_t slope = 2) {
-    BandShape s;
-    s.type = type;
-    s.subtype = subtype;
-    s.frequency = hz;
-    s.gain = gain;
-    s.q = q;
-    s.slope = slope;
-    s.state = 0;
-    return s;
-}
 
 std::vector<Case> cases() {
     std::vector<Case> list;
@@ -125,10 +62,10 @@ int main() {
     std::printf("%-34s %8s %12s %12s\n", "case", "rate", "ours dB", "bilinear dB");
     for (const Case& c : cases()) {
         for (double fs : {44100.0, 48000.0, 96000.0}) {
-            const Deviation d = measure(c.shape, fs);
-            ours.push_back(d.ours);
+            const designtest::Deviation d = designtest::deviationFromPrototype(c.shape, fs);
+            ours.push_back(d.band);
             bilinear.push_back(d.bilinear);
-            std::printf("%-34s %8.0f %12.4f %12.4f\n", c.name.c_str(), fs, d.ours, d.bilinear);
+            std::printf("%-34s %8.0f %12.4f %12.4f\n", c.name.c_str(), fs, d.band, d.bilinear);
         }
     }
     std::printf("\n%-34s %8s %12.4f %12.4f\n", "median", "", median(ours), median(bilinear));

@@ -27,29 +27,10 @@ struct Band {
         const_cast<BrenmoorEQ&>(eq).design(&set, false);
         return designtest::toDb(analogueMagnitude(set.section, set.count, hz));
     }
-    // Largest |digital - analogue| in dB on 300 log points from 20 Hz to 0.95 Nyquist.
-    double worstDeviation(double rate) const {
-        double worst = 0.0;
-        for (int k = 0; k < 300; ++k) {
-            const double hz = 20.0 * std::pow(0.95 * rate / 2.0 / 20.0, k / 299.0);
-            worst = std::max(worst, std::fabs(digitalDb(hz) - analogueDb(hz)));
-        }
-        return worst;
-    }
     BrenmoorEQ eq;
 };
 
-BandShape shape(int32_t type, int32_t subtype, float hz, float gain, float q, int32_t slope = 2) {
-    BandShape s;
-    s.type = type;
-    s.subtype = subtype;
-    s.frequency = hz;
-    s.gain = gain;
-    s.q = q;
-    s.slope = slope;
-    s.state = 0;
-    return s;
-}
+using designtest::shapeOf;
 
 bool stable(const DigitalSection& d) {
     // Roots of z^2 + a1 z + a2 inside the unit circle.
@@ -74,20 +55,21 @@ TEST(BrenmoorEQ, PeaksAndShelvesFollowTheAnalogueCurveUpToNearNyquist) {
     for (const auto& row : rows)
         for (float gain : {12.0f, -12.0f})
             for (float q : row.type == kEnginePeak ? std::vector<float>{0.5f, 1.0f, 4.0f} : std::vector<float>{0.707f})
-                EXPECT_LT(Band(shape(row.type, row.subtype, row.hz, gain, q)).worstDeviation(48000.0), row.worstDb)
+                EXPECT_LT(designtest::deviationFromPrototype(shapeOf(row.type, row.subtype, row.hz, gain, q), 48000.0).band,
+                          row.worstDb)
                     << row.type << " at " << row.hz << " Hz, Q " << q << ", " << gain << " dB";
 }
 
 // The digital notch is a -120 dB cut, never a true zero (its deepest point
 // is searched to a thousandth of a hertz), and elsewhere the analogue notch.
 TEST(BrenmoorEQ, NotchReachesMinus120DbAndNoDeeper) {
-    const Band deep(shape(kEngineNotch, 0, 1000.0f, 0.0f, 2.0f));
+    const Band deep(shapeOf(kEngineNotch, 0, 1000.0f, 0.0f, 2.0f));
     double deepest = 0.0;
     for (double hz = 995.0; hz < 1005.0; hz += 0.001) deepest = std::min(deepest, deep.digitalDb(hz));
     EXPECT_NEAR(deepest, -120.0, 1.0);
     for (float hz : {100.0f, 1000.0f, 15000.0f})
         for (float q : {0.5f, 2.0f}) {
-            const Band notch(shape(kEngineNotch, 0, hz, 0.0f, q));
+            const Band notch(shapeOf(kEngineNotch, 0, hz, 0.0f, q));
             for (double f : {hz / 8.0, hz / 2.0, hz * 1.5, std::min(hz * 4.0, 0.95 * 24000.0)})
                 EXPECT_NEAR(notch.digitalDb(f), notch.analogueDb(f), hz < 2000.0f ? 0.05 : 1.1) << hz << " Hz at " << f;
         }
@@ -96,7 +78,7 @@ TEST(BrenmoorEQ, NotchReachesMinus120DbAndNoDeeper) {
 TEST(BrenmoorEQ, AFlatBandCostsNothing) {
     const struct { float gain; int32_t state; bool unity; } rows[] = {{0.005f, 0, true}, {0.5f, 0, false}, {9.0f, 1, true}};
     for (const auto& row : rows) {
-        BandShape s = shape(kEnginePeak, kPeakKestrawn, 1000.0f, row.gain, 1.0f);
+        BandShape s = shapeOf(kEnginePeak, kPeakKestrawn, 1000.0f, row.gain, 1.0f);
         s.state = row.state;
         EXPECT_EQ(Band(s).eq.isUnity(), row.unity) << row.gain << " dB, state " << row.state;
     }
@@ -104,9 +86,9 @@ TEST(BrenmoorEQ, AFlatBandCostsNothing) {
 
 TEST(BrenmoorEQ, ParallelBandRealisesItsDifferenceFromTheInput) {
     // One section, and two ("FlatTop"), whose difference is factored back into two.
-    for (const BandShape& s : {shape(kEnginePeak, kPeakKestrawn, 800.0f, 9.0f, 1.5f),
-                               shape(kEnginePeak, kPeakFlatTop, 3000.0f, -7.0f, 1.0f),
-                               shape(kEngineLowShelf, kShelfKestrawn, 200.0f, 6.0f, 0.707f)}) {
+    for (const BandShape& s : {shapeOf(kEnginePeak, kPeakKestrawn, 800.0f, 9.0f, 1.5f),
+                               shapeOf(kEnginePeak, kPeakFlatTop, 3000.0f, -7.0f, 1.0f),
+                               shapeOf(kEngineLowShelf, kShelfKestrawn, 200.0f, 6.0f, 0.707f)}) {
         const Band series(s), parallel(s, 48000.0f, true);
         for (double hz : {50.0, 800.0, 3000.0, 12000.0}) {
             double sr = 0, si = 0, pr = 0, pi = 0;
