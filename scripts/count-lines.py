@@ -28,7 +28,11 @@ def count(path):
 
 
 def main():
+    if len(sys.argv) > 1 and sys.argv[1] in ("-h", "--help"):
+        sys.exit(__doc__.strip())
     root = os.path.abspath(sys.argv[1] if len(sys.argv) > 1 else os.path.join(os.path.dirname(__file__), ".."))
+    if not os.path.isdir(root):
+        sys.exit(f"count-lines: {root} is no folder")
     totals = {}
     for folder, dirs, files in os.walk(root):
         rel = os.path.relpath(folder, root)
@@ -51,6 +55,8 @@ def main():
     code = sum(v for k, v in totals.items() if not k.startswith("tests") and k != "bench")
     tests = sum(v for k, v in totals.items() if k.startswith("tests"))
     bench = totals.get("bench", 0)
+    if code == 0:
+        sys.exit(f"count-lines: no code under {root}")
     print(f"code {code}, tests {tests}, benchmarks {bench}: (tests + benchmarks) / code = {(tests + bench) / code:.2f}")
 
 
