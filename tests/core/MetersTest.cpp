@@ -219,6 +219,16 @@ TEST(Meters, BeforeTheBankTheyReadTheInputAfterItTheOutput) {
     EXPECT_EQ(fx->getLevelMeter(1), 0.25);
     EXPECT_LT(fx->getCodedLevelMeter(0), 0.05);
     EXPECT_EQ(fx->getCodedLevelMeter(1), 0.5);
+
+    // A pair that is not coded: the coded readings are the plain ones.
+    auto uncoded = meteredPlug(2, kDigital, 44100.0f);
+    uncodePairs(*uncoded);
+    uncoded->setMeterPreBank(true);
+    const std::vector<double> rising = ramp(4410, 1.0 / 16384.0);  // louder in every chunk
+    runWhole(*uncoded, {rising, x});
+    EXPECT_EQ(uncoded->getLevelMeter(0), rising.back());
+    EXPECT_EQ(uncoded->getCodedLevelMeter(0), rising.back());
+    EXPECT_EQ(uncoded->getCodedLevelMeter(1), 0.25);
 }
 
 // ---------------------------------------------------------------------------
