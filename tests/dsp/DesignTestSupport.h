@@ -47,15 +47,7 @@ inline std::vector<std::complex<double>> polesOf(const AnalogueSection* sections
 }
 
 inline BandShape shapeOf(int32_t type, int32_t subtype, float hz, float gain, float q, int32_t slope = 2) {
-    BandShape s;
-    s.type = type;
-    s.subtype = subtype;
-    s.frequency = hz;
-    s.gain = gain;
-    s.q = q;
-    s.slope = slope;
-    s.state = 0;
-    return s;
+    return BandShape{.type = type, .subtype = subtype, .slope = slope, .frequency = hz, .gain = gain, .q = q};
 }
 
 // Largest |digital - analogue| in dB between 20 Hz and 0.95 x Nyquist (400

@@ -23,13 +23,8 @@ constexpr double kTightDb = 1e-9;  // closed forms evaluated in double
 constexpr double kFarDb = 0.02;
 
 BandShape peak(int32_t subtype, float gain, float q, float shift = 0.0f) {
-    BandShape s;
-    s.type = kEnginePeak;
-    s.subtype = subtype;
-    s.gain = gain;
-    s.q = q;
+    BandShape s = designtest::shapeOf(kEnginePeak, subtype, float(kBandHz), gain, q);
     s.shift = shift;
-    s.frequency = float(kBandHz);
     return s;
 }
 
