@@ -15,13 +15,30 @@ packages=(
   lv2-dev liblilv-dev lilv-utils lv2file sordi
   libx11-dev libxext-dev libxtst-dev xvfb xauth
   jalv jackd2 x11-apps netpbm
-  python3 rsync gcovr
+  python3 rsync gcovr locales
   fonts-league-spartan fonts-open-sans
 )
+own_list=1
 if [ "$#" -gt 0 ]; then
+  own_list=0
   label="${DEPS_LABEL:-deps}"
   packages=("$@")
 fi
+
+sudo_cmd=()
+if [ "$(id -u)" -ne 0 ]; then
+  sudo_cmd=(sudo)
+fi
+
+# A locale whose decimal separator is a comma: the tests check that numbers
+# written into documents do not follow the host's locale.
+comma_locale() {
+  [ "$own_list" = 1 ] || return 0
+  if ! locale -a 2>/dev/null | grep -qiE '^de_DE\.utf-?8$'; then
+    echo "$label: generating the de_DE.UTF-8 locale"
+    "${sudo_cmd[@]}" localedef -i de_DE -f UTF-8 de_DE.UTF-8
+  fi
+}
 
 missing=()
 for p in "${packages[@]}"; do
@@ -32,14 +49,12 @@ done
 
 if [ "${#missing[@]}" -eq 0 ]; then
   echo "$label: all ${#packages[@]} packages present"
+  comma_locale
   exit 0
 fi
 
 echo "$label: installing ${missing[*]}"
-sudo_cmd=()
-if [ "$(id -u)" -ne 0 ]; then
-  sudo_cmd=(sudo)
-fi
 export DEBIAN_FRONTEND=noninteractive
 "${sudo_cmd[@]}" apt-get update -q
 "${sudo_cmd[@]}" apt-get install -y -q --no-install-recommends "${missing[@]}"
+comma_locale

@@ -83,11 +83,15 @@ TEST(JsonPrinter, NumbersFollowTheProjectRule) {
         {std::numeric_limits<double>::infinity(), "null"},
         {-std::numeric_limits<double>::infinity(), "null"},
     };
-    // The same in a locale with a comma decimal separator, where one is installed.
+    // The same where the host's locale writes a decimal comma (make deps
+    // generates de_DE.UTF-8).
     const char* previous = std::setlocale(LC_NUMERIC, nullptr);
     const std::string saved = previous != nullptr ? previous : "C";
-    for (const char* locale : {"C", "de_DE.UTF-8", "fr_FR.UTF-8"}) {
-        if (std::setlocale(LC_NUMERIC, locale) == nullptr) continue;
+    for (const char* locale : {"C", "de_DE.UTF-8"}) {
+        if (std::setlocale(LC_NUMERIC, locale) == nullptr) {
+            ADD_FAILURE() << "the locale " << locale << " is not installed";
+            continue;
+        }
         for (const auto& c : cases) EXPECT_EQ(printJsonNumber(c.value), c.expected) << c.value << " in " << locale;
     }
     std::setlocale(LC_NUMERIC, saved.c_str());
