@@ -27,8 +27,9 @@ public:
     // The timer runs while the list is not empty.
     void join(TimerClient* client);
     void leave(TimerClient* client);
-    // Returns once a tick in progress has ended, so that whatever its idle
-    // calls wrote is seen by the caller.
+    // Any thread but the timer's own (an idle would wait for itself): returns
+    // once a tick in progress has ended, so that whatever its idle calls
+    // wrote is seen by the caller.
     void waitForTick();
 
 private:
