@@ -426,28 +426,28 @@ void FftTables::prepare(int32_t n) {
     prepared = n;
 }
 
+struct FftTablesAccess {
+    template <bool Inv, Order O>
+    static void transform(double* a, int32_t n, const FftTables& tables) noexcept {
+        ::transform<Inv, O>(a, n, tables.prepared, tables.wide, tables.twiddles.data(), tables.indices.data(),
+                            std::countr_zero(tables.indices.size()));
+    }
+};
+
 void fftForward(double* a, int32_t n, const FftTables& tables) noexcept {
-    const int bits = std::countr_zero(tables.indices.size());
-    transform<false, Order::kNatural>(a, n, tables.prepared, tables.wide, tables.twiddles.data(),
-                                      tables.indices.data(), bits);
+    FftTablesAccess::transform<false, Order::kNatural>(a, n, tables);
 }
 
 void fftInverse(double* a, int32_t n, const FftTables& tables) noexcept {
-    const int bits = std::countr_zero(tables.indices.size());
-    transform<true, Order::kNatural>(a, n, tables.prepared, tables.wide, tables.twiddles.data(),
-                                     tables.indices.data(), bits);
+    FftTablesAccess::transform<true, Order::kNatural>(a, n, tables);
 }
 
 void fftForwardToReversed(double* a, int32_t n, const FftTables& tables) noexcept {
-    const int bits = std::countr_zero(tables.indices.size());
-    transform<false, Order::kOutputReversed>(a, n, tables.prepared, tables.wide, tables.twiddles.data(),
-                                             tables.indices.data(), bits);
+    FftTablesAccess::transform<false, Order::kOutputReversed>(a, n, tables);
 }
 
 void fftInverseFromReversed(double* a, int32_t n, const FftTables& tables) noexcept {
-    const int bits = std::countr_zero(tables.indices.size());
-    transform<true, Order::kInputReversed>(a, n, tables.prepared, tables.wide, tables.twiddles.data(),
-                                           tables.indices.data(), bits);
+    FftTablesAccess::transform<true, Order::kInputReversed>(a, n, tables);
 }
 
 // z = x[2j] + i x[2j + 1] through the 4096-point transform with the positive

@@ -25,10 +25,7 @@ public:
     int32_t capacity() const { return prepared; }
 
 private:
-    friend void fftForward(double*, int32_t, const FftTables&) noexcept;
-    friend void fftInverse(double*, int32_t, const FftTables&) noexcept;
-    friend void fftForwardToReversed(double*, int32_t, const FftTables&) noexcept;
-    friend void fftInverseFromReversed(double*, int32_t, const FftTables&) noexcept;
+    friend struct FftTablesAccess;  // the transforms
     friend void realFft8192(double*, const FftTables&) noexcept;
     int32_t prepared = 0;
     // Run the AVX2 + FMA kernels: set on the first prepare from the processor,
