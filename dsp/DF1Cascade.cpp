@@ -253,16 +253,7 @@ const PairedRun kChosenRun = kernelOf(kChosenKernel);
 
 }  // namespace
 
-bool pairedKernelSupported(PairedKernel kernel) {
-    switch (kernel) {
-        case PairedKernel::kSse2: return true;
-#if defined(__x86_64__)
-        case PairedKernel::kAvx2: __builtin_cpu_init(); return __builtin_cpu_supports("avx2");
-        case PairedKernel::kAvx512: __builtin_cpu_init(); return __builtin_cpu_supports("avx512f");
-#endif
-        default: return false;
-    }
-}
+bool pairedKernelSupported(PairedKernel kernel) { return processorRuns(kernel, false); }
 
 PairedKernel pairedKernelInUse() { return kChosenKernel; }
 

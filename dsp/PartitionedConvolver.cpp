@@ -42,19 +42,8 @@ constexpr int32_t kGrowth = 8;      // each level's partitions are this many tim
 constexpr int32_t kLargestPartition = 8192;
 constexpr int32_t kLeastChunk = 8;  // a whole number of the widest vectors
 
-#if defined(__x86_64__)
-bool processorHas(ConvolverKernel kernel) {
-    __builtin_cpu_init();
-    switch (kernel) {
-        case ConvolverKernel::kSse2: return true;
-        case ConvolverKernel::kAvx2: return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-        case ConvolverKernel::kAvx512: return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("fma");
-    }
-    return false;
-}
-#else
-bool processorHas(ConvolverKernel kernel) { return kernel == ConvolverKernel::kSse2; }
-#endif
+// The kernels are built with fused multiply-add.
+bool processorHas(ConvolverKernel kernel) { return processorRuns(kernel, true); }
 
 }  // namespace
 

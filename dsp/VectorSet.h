@@ -6,6 +6,20 @@
 #include <cstdlib>
 #include <cstring>
 
+// Whether the processor runs kernels built for the set (and for fused
+// multiply-add too, when they are built with it).
+template <typename Set>
+bool processorRuns(Set set, bool fusedMultiplyAdd) {
+    if (set == Set::kSse2) return true;
+#if defined(__x86_64__)
+    __builtin_cpu_init();
+    if (fusedMultiplyAdd && !__builtin_cpu_supports("fma")) return false;
+    if (set == Set::kAvx2) return __builtin_cpu_supports("avx2");
+    if (set == Set::kAvx512) return __builtin_cpu_supports("avx512f");
+#endif
+    return false;
+}
+
 template <typename Set>
 Set widestVectorSet(const char* variable, bool (*has)(Set)) {
     Set best = Set::kSse2;
